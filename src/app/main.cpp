@@ -1,0 +1,49 @@
+#include "app/consolestartupoptions.h"
+#include "window/consolewindow.h"
+
+#include <QApplication>
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+
+using namespace Qt::StringLiterals;
+using tarn::console::ConsoleStartupOptions;
+using tarn::console::ConsoleWindow;
+
+namespace {
+
+ConsoleStartupOptions parseCommandLine(const QApplication &application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QObject::tr("TARN Console"));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption tarnOption(u"tarn"_s, QObject::tr("TARN executable to run"),
+                                        QObject::tr("PATH"));
+    parser.addOption(tarnOption);
+    parser.addPositionalArgument(u"SOURCE"_s,
+                                 QObject::tr(".tarn or .ترن source to select without running"),
+                                 u"[SOURCE]"_s);
+    parser.process(application);
+
+    const QStringList sources = parser.positionalArguments();
+    if (sources.size() > 1)
+        parser.showHelp(2);
+    ConsoleStartupOptions options;
+    options.executablePath = parser.value(tarnOption);
+    options.sourcePath = sources.value(0);
+    return options;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QApplication application(argc, argv);
+    QCoreApplication::setOrganizationName(u"TARN"_s);
+    QCoreApplication::setApplicationName(u"TARN Console"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(TARN_CONSOLE_VERSION));
+
+    ConsoleWindow window(parseCommandLine(application));
+    window.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "session/inputsendresult.h"
+#include "session/programlaunch.h"
+#include "session/programoutcome.h"
+#include "session/programsessionstate.h"
+#include "session/transcriptstream.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QProcess>
+
+#include <memory>
+
+namespace tarn::console {
+
+/// Runs programs as child processes, one at a time, each the leader of its own process group
+/// (POSIX setsid()), so that a stop reaches everything the program started in that group.
+///
+/// A run is named by its run identifier. Every signal about a run comes twice, tagged with the
+/// identifier and immediately afterwards untagged. Listeners may call back into the session from
+/// any signal. Everything happens on the thread of the session's event loop.
+///
+/// For every accepted start request there is exactly one outcome. Within a run the signals come in
+/// this order: Starting, Running, output and input signals, perhaps Stopping (which may also come
+/// before Running, and then replaces it), the last output, Finished or Failed, inputStateChanged,
+/// the outcome.
+class ProgramSession : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Longest input line in bytes, without its line feed.
+    static constexpr qsizetype maximumInputLineBytes = 65536;
+    /// Largest number of bytes that one output signal carries.
+    static constexpr qsizetype maximumOutputSliceBytes = 65536;
+
+    explicit ProgramSession(QObject *parent = nullptr);
+    /// Kills the process group of a program that still runs; reports nothing.
+    ~ProgramSession() override;
+
+    ProgramSessionState state() const { return m_state; }
+    /// Whether the state is Starting, Running or Stopping.
+    bool isActive() const;
+    /// Identifier of the most recent start request; 0 before the first, 1 for the first.
+    quint64 runId() const { return m_runId; }
+
+    /// Starts a program. Returns true when a process start was issued. Returns false and does
+    /// nothing while a run is active; returns false after reporting a FailedToStart outcome under a
+    /// new run identifier when the launch is invalid: the executable must be an executable file,
+    /// the source path absolute (whether it exists is not looked at), the language "en" or "ar".
+    bool start(const ProgramLaunch &launch);
+
+    /// Asks the program's process group to terminate (SIGTERM) and kills it (SIGKILL) 1000 ms after
+    /// the last call if it still runs. Does nothing unless a run is active.
+    void stop();
+
+    /// Whether a line may be sent as input: Sent (acceptable), NotOneLine or TooLong.
+    static InputSendResult validateInputLine(const QByteArray &line);
+
+    /// Writes the line and one line feed to the program. Only one line is in flight at a time; a
+    /// second one is answered Pending and not taken. A line that was taken is reported by
+    /// inputAccepted() once it has been written completely, which may happen before this returns.
+    InputSendResult sendInput(const QByteArray &line);
+
+    /// Closes the program's standard input, after the line in flight if there is one. Returns
+    /// whether this call closed it; once closed, the input stays closed for the run.
+    bool closeInput();
+
+    /// Whether a program runs whose input has not been closed.
+    bool inputOpen() const;
+    /// Whether a line is in flight.
+    bool inputPending() const;
+
+Q_SIGNALS:
+    void stateChanged(tarn::console::ProgramSessionState state);
+    /// At most maximumOutputSliceBytes, cut without regard to characters or lines.
+    void outputAvailable(tarn::console::TranscriptStream stream, const QByteArray &bytes);
+    void completed(const tarn::console::ProgramOutcome &outcome);
+    void runStateChanged(quint64 runId, tarn::console::ProgramSessionState state);
+    void runOutputAvailable(quint64 runId, tarn::console::TranscriptStream stream,
+                            const QByteArray &bytes);
+    /// A line has been written completely; it comes without its line feed.
+    void inputAccepted(quint64 runId, const QByteArray &line);
+    /// inputOpen() or inputPending() may have changed.
+    void inputStateChanged(quint64 runId);
+    void runCompleted(quint64 runId, const tarn::console::ProgramOutcome &outcome);
+
+protected:
+    /// Hands input bytes to the program and returns how many were taken; less than 1 means "not
+    /// now". QProcess takes everything at once, so a test that needs a slow pipe overrides this.
+    virtual qint64 writeInputBytes(QProcess &process, const QByteArray &bytes);
+
+private:
+    struct ActiveRun;
+    enum class Termination { Graceful, Forced };
+
+    bool isCurrentRun(quint64 runId, const QProcess *process) const;
+    bool isUncompletedRun(quint64 runId, const QProcess *process) const;
+    void setState(quint64 runId, ProgramSessionState state);
+
+    void rejectLaunch();
+    void prepareProcess(const ProgramLaunch &launch);
+    void connectRun(quint64 runId, QProcess *process);
+
+    void handleStarted(quint64 runId, QProcess *process);
+    void handleError(quint64 runId, QProcess *process, QProcess::ProcessError error);
+    void handleFinished(quint64 runId, QProcess *process, int exitCode,
+                        QProcess::ExitStatus exitStatus);
+    void handleKillTimeout(quint64 runId, QProcess *process);
+
+    void requestTermination(quint64 runId, QProcess *process, Termination termination);
+    void drainOutput(quint64 runId, QProcess *process, bool force);
+    void emitSlices(quint64 runId, QProcess *process, TranscriptStream stream,
+                    const QByteArray &bytes);
+    void emitOutcome(quint64 runId, QProcess *process, const ProgramOutcome &outcome,
+                     ProgramSessionState finalState);
+
+    void writePendingInput(quint64 runId, QProcess *process);
+    void closeWriteChannel(quint64 runId, QProcess *process);
+
+    ProgramSessionState m_state = ProgramSessionState::Idle;
+    quint64 m_runId = 0;
+    std::unique_ptr<ActiveRun> m_run;
+};
+
+} // namespace tarn::console

@@ -1,0 +1,167 @@
+#pragma once
+
+#include "session/transcriptstream.h"
+#include "transcript/incrementaloutputdecoder.h"
+#include "transcript/transcriptlimits.h"
+#include "transcript/transcriptparagraph.h"
+#include "transcript/transcriptrecord.h"
+#include "transcript/transcriptresults.h"
+#include "widgets/paragraphpresentation.h"
+
+#include <QByteArrayView>
+#include <QList>
+#include <QString>
+
+#include <array>
+#include <optional>
+
+namespace tarn::console {
+
+/// What changed in the paragraphs since the last acknowledgement. A view that showed the state of
+/// then brings itself up to date from this alone.
+struct TranscriptChanges
+{
+    /// Which acknowledgement they are relative to, so that a view can tell that it missed one.
+    quint64 acknowledgement = 0;
+    /// The paragraphs were emptied, or all their presentations may have changed; the other fields
+    /// then say nothing but that every paragraph is new.
+    bool everything = false;
+    /// Paragraphs from this index on are new.
+    qint64 firstNew = 0;
+    /// An earlier paragraph that has grown or was ended by a line break, in its state of then.
+    struct Extension
+    {
+        qint64 paragraph = 0;
+        qint64 shownLength = 0; ///< UTF-16 length of its text at the last acknowledgement
+    };
+    /// In ascending order of the paragraph, each paragraph once; at most two.
+    QList<Extension> extended;
+    /// The last paragraph of then had been ended by a line break.
+    bool lastWasTerminated = false;
+};
+
+/// Everything the transcript area shows: records of what happened, and the paragraphs that are
+/// displayed, bounded by limits. Where a piece of output would break a limit, the capture stops at
+/// exactly that byte: what came before is kept, and everything later is refused until clear().
+/// Refusals are results; a refused piece changes nothing.
+///
+/// Text positions are UTF-16 indices into documentText().
+class Transcript
+{
+public:
+    explicit Transcript(const TranscriptLimits &limits);
+
+    const TranscriptLimits &limits() const { return m_limits; }
+    const QList<TranscriptRecord> &records() const { return m_records; }
+    const QList<TranscriptParagraph> &paragraphs() const { return m_paragraphs; }
+    /// Whether a line break ended the paragraph; the index is not checked.
+    bool isParagraphTerminated(qint64 index) const { return m_paragraphTerminated[index]; }
+    bool captureStopped() const { return m_captureStopped; }
+    TranscriptLimit stopReason() const { return m_stopReason; }
+    qint64 retainedByteCount() const { return m_retainedByteCount; }
+    qint64 pendingUpdateByteCount() const { return m_pendingUpdateByteCount; }
+
+    ContentDirection direction() const { return m_direction; }
+    void setDirection(ContentDirection direction);
+    /// The index is not checked.
+    ParagraphPresentation presentationForParagraph(qint64 index) const;
+
+    /// Takes in one chunk of output and adds one record for what was accepted.
+    TranscriptAppendResult appendStream(TranscriptStream stream, QByteArrayView bytes);
+    /// The same under its longer name.
+    TranscriptAppendResult appendStreamBytes(TranscriptStream stream, QByteArrayView bytes);
+    /// End of a stream: shows what its decoder still holds, also after the capture has stopped.
+    /// When that does not fit, it is lost and the capture stops.
+    TranscriptAppendResult finalizeStream(TranscriptStream stream);
+    /// New streams begin (another program): their first output continues no earlier line.
+    void beginStreams();
+
+    /// Echoes a line of input in paragraphs of its own. The label names the record.
+    TranscriptAppendResult appendInputEcho(const QString &label, QByteArrayView bytes);
+    /// Records that are not displayed; they are added also while the capture is stopped.
+    void appendLimitRecord(TranscriptLimit limit);
+    void appendApplicationLabel(const QString &label);
+    void appendOutcome(const QString &text);
+
+    /// Empties records and paragraphs and lets the capture run again. A character or a carriage
+    /// return that was incomplete is completed afterwards, and a line that was not ended goes on
+    /// in a new paragraph with the direction it had.
+    void clear();
+
+    /// A view has shown everything so far.
+    void acknowledgePendingUpdates();
+    const TranscriptChanges &changes() const { return m_changes; }
+
+    /// Checks; a refusal writes the limit and returns false, otherwise the limit is left alone.
+    bool canAcceptRaw(qint64 byteCount, TranscriptLimit *limit) const;
+    bool canApply(TranscriptStream stream, const QList<DecoderFragment> &fragments,
+                  TranscriptLimit *limit) const;
+    bool canApplyStandalone(const QList<DecoderFragment> &fragments, TranscriptLimit *limit) const;
+    static qint64 fragmentsDisplayBytes(const QList<DecoderFragment> &fragments);
+
+    /// Paragraphs joined by LF, and a final LF if a line break ended the last one.
+    QString documentText() const;
+    /// The document text between two positions in any order, clamped to the text.
+    QString copy(qint64 from, qint64 to) const;
+    /// Literal, case-sensitive search from a position on (backward: for matches that start before
+    /// it; from 0 the whole text is searched), going round once.
+    TranscriptFindResult findLiteral(const QString &text, qint64 from, bool backward) const;
+    /// The texts of the fragments, each Break as one LF.
+    static QString fragmentsText(const QList<DecoderFragment> &fragments);
+
+    /// The steps of the append operations, each after its checks have passed.
+    void applyStreamFragments(TranscriptStream stream, const QList<DecoderFragment> &fragments);
+    void applyStandaloneFragments(TranscriptRecordKind kind,
+                                  const QList<DecoderFragment> &fragments);
+    qint64 ensureStreamParagraph(TranscriptStream stream);
+    void appendStreamRecord(TranscriptStream stream, const QByteArray &bytes, const QString &text);
+    qint64 addParagraph(TranscriptRecordKind kind, std::optional<TranscriptStream> stream,
+                        const QString &directionText);
+    void stop(TranscriptLimit limit);
+
+private:
+    struct StreamState
+    {
+        IncrementalOutputDecoder decoder;
+        qint64 lineBytes = 0;       ///< raw bytes of the current line so far
+        qint64 paragraphIndex = -1; ///< the open paragraph, -1 when there is none
+        /// A carriage return came exactly at the line limit; only a line feed may follow.
+        bool carriageReturnAtLimit = false;
+        /// Direction text of a line whose paragraph was cleared away before the line had ended.
+        QString directionText;
+
+        bool hasOpenParagraph() const { return paragraphIndex >= 0; }
+    };
+    struct ChunkProgress;
+
+    StreamState &stateFor(TranscriptStream stream);
+    const StreamState &stateFor(TranscriptStream stream) const;
+    TranscriptAppendResult resultOf(qint64 acceptedBytes) const;
+    bool canApplyFrom(bool paragraphOpen, const QList<DecoderFragment> &fragments,
+                      TranscriptLimit *limit) const;
+
+    void appendBytes(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
+    bool appendNextPiece(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
+    bool applyPiece(TranscriptStream stream, QByteArrayView piece, ChunkProgress &progress);
+    void applyUnchecked(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
+    qsizetype unlimitedPrefix(const StreamState &state, QByteArrayView bytes) const;
+
+    void appendToParagraph(qint64 index, const DecoderFragment &fragment);
+    void terminateParagraph(qint64 index);
+    void noteExtension(qint64 index);
+    void markEverythingChanged();
+
+    TranscriptLimits m_limits;
+    ContentDirection m_direction = ContentDirection::Auto;
+    QList<TranscriptRecord> m_records;
+    QList<TranscriptParagraph> m_paragraphs;
+    QList<bool> m_paragraphTerminated;
+    std::array<StreamState, 2> m_streams;
+    qint64 m_retainedByteCount = 0;
+    qint64 m_pendingUpdateByteCount = 0;
+    bool m_captureStopped = false;
+    TranscriptLimit m_stopReason = TranscriptLimit::None;
+    TranscriptChanges m_changes;
+};
+
+} // namespace tarn::console

@@ -1,0 +1,222 @@
+#include "transcript/transcript.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace tarn::console {
+
+namespace {
+
+/// No byte of output adds more to the display than a control character: "\u{0000}".
+constexpr qint64 maxDisplayBytesPerByte = 8;
+/// What a decoder may still hold from before: three bytes ("\xFF" each) and a carriage return.
+constexpr qint64 maxDisplayBytesHeld = 3 * 4 + 8;
+
+} // namespace
+
+/// What has become of a chunk so far.
+struct Transcript::ChunkProgress
+{
+    qsizetype position = 0; ///< next byte of the chunk
+    QByteArray bytes;       ///< accepted bytes; may begin with the previous chunk's CR
+    QString text;           ///< their display text
+};
+
+TranscriptAppendResult Transcript::appendStream(TranscriptStream stream, QByteArrayView bytes)
+{
+    if (m_captureStopped)
+        return resultOf(0);
+    ChunkProgress progress;
+    appendBytes(stream, bytes, progress);
+    appendStreamRecord(stream, progress.bytes, progress.text);
+    return resultOf(progress.bytes.size());
+}
+
+TranscriptAppendResult Transcript::appendStreamBytes(TranscriptStream stream, QByteArrayView bytes)
+{
+    return appendStream(stream, bytes);
+}
+
+void Transcript::appendBytes(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress)
+{
+    while (progress.position < bytes.size()) {
+        const QByteArrayView rest = bytes.sliced(progress.position);
+        const qsizetype unlimited = unlimitedPrefix(stateFor(stream), rest);
+        if (unlimited > 0)
+            applyUnchecked(stream, rest.first(unlimited), progress);
+        else if (!appendNextPiece(stream, bytes, progress))
+            return;
+    }
+}
+
+/// How many bytes can be taken together because no limit can be reached within them, whatever they
+/// are; 0 when the next byte has to be looked at by itself.
+qsizetype Transcript::unlimitedPrefix(const StreamState &state, QByteArrayView bytes) const
+{
+    if (state.carriageReturnAtLimit)
+        return 0;
+    const qint64 pendingRoom = m_limits.maxPendingUpdateBytes - m_pendingUpdateByteCount;
+    const qint64 room = std::min<qint64>(
+        {bytes.size(), m_limits.maxRetainedBytes - m_retainedByteCount,
+         (pendingRoom - maxDisplayBytesHeld) / maxDisplayBytesPerByte});
+    const qint64 fullLineRoom = std::min<qint64>(m_limits.maxParagraphBytes, bytes.size());
+    qint64 lineRoom = std::min(m_limits.maxParagraphBytes - state.lineBytes, fullLineRoom);
+    // Every line break, and the text after the last one, may open a paragraph.
+    qint64 paragraphRoom
+        = m_limits.maxParagraphs - m_paragraphs.size() - (state.hasOpenParagraph() ? 0 : 1);
+
+    qint64 prefix = 0;
+    while (prefix < room && paragraphRoom >= 0 && lineRoom >= 0) {
+        const char *start = bytes.data() + prefix;
+        const qint64 searched = std::min(room - prefix, lineRoom + 1);
+        const void *lineFeed = std::memchr(start, '\n', static_cast<size_t>(searched));
+        if (!lineFeed)
+            return prefix + std::min(searched, lineRoom);
+        prefix += static_cast<const char *>(lineFeed) - start + 1;
+        --paragraphRoom;
+        lineRoom = fullLineRoom;
+    }
+    return prefix;
+}
+
+void Transcript::applyUnchecked(TranscriptStream stream, QByteArrayView bytes,
+                                ChunkProgress &progress)
+{
+    StreamState &state = stateFor(stream);
+    const QList<DecoderFragment> fragments = state.decoder.append(bytes);
+    applyStreamFragments(stream, fragments);
+    m_retainedByteCount += bytes.size();
+    const qsizetype lastLineFeed = bytes.lastIndexOf('\n');
+    if (lastLineFeed >= 0)
+        state.lineBytes = 0;
+    state.lineBytes += bytes.size() - (lastLineFeed + 1);
+
+    progress.position += bytes.size();
+    progress.bytes.append(bytes);
+    progress.text.append(fragmentsText(fragments));
+}
+
+/// Takes in one byte, or a CR LF that ends a full line. Returns false when the chunk ends here.
+bool Transcript::appendNextPiece(TranscriptStream stream, QByteArrayView bytes,
+                                 ChunkProgress &progress)
+{
+    StreamState &state = stateFor(stream);
+    const char byte = bytes[progress.position];
+
+    if (state.carriageReturnAtLimit) {
+        if (byte != '\n') {
+            stop(TranscriptLimit::ParagraphLength);
+            return false;
+        }
+        if (!applyPiece(stream, "\r\n", progress))
+            return false;
+        state.carriageReturnAtLimit = false;
+        state.lineBytes = 0;
+        progress.position += 1;
+        return true;
+    }
+    if (byte == '\n' || state.lineBytes < m_limits.maxParagraphBytes) {
+        if (!applyPiece(stream, bytes.sliced(progress.position, 1), progress))
+            return false;
+        state.lineBytes = byte == '\n' ? 0 : state.lineBytes + 1;
+        progress.position += 1;
+        return true;
+    }
+    // The line is full: only a line break may follow.
+    if (byte == '\r' && progress.position + 1 == bytes.size()) {
+        state.carriageReturnAtLimit = true;
+        return false;
+    }
+    if (byte != '\r' || bytes[progress.position + 1] != '\n') {
+        stop(TranscriptLimit::ParagraphLength);
+        return false;
+    }
+    if (!applyPiece(stream, "\r\n", progress))
+        return false;
+    state.lineBytes = 0;
+    progress.position += 2;
+    return true;
+}
+
+/// Applies a piece if every limit allows it; otherwise stops the capture and changes nothing else.
+bool Transcript::applyPiece(TranscriptStream stream, QByteArrayView piece, ChunkProgress &progress)
+{
+    auto limit = TranscriptLimit::None;
+    if (!canAcceptRaw(piece.size(), &limit)) {
+        stop(limit);
+        return false;
+    }
+    StreamState &state = stateFor(stream);
+    IncrementalOutputDecoder decoder = state.decoder;
+    const QList<DecoderFragment> fragments = decoder.append(piece);
+    if (!canApply(stream, fragments, &limit)) {
+        stop(limit);
+        return false;
+    }
+    state.decoder = decoder;
+    applyStreamFragments(stream, fragments);
+    m_retainedByteCount += piece.size();
+    progress.bytes.append(piece);
+    progress.text.append(fragmentsText(fragments));
+    return true;
+}
+
+qint64 Transcript::ensureStreamParagraph(TranscriptStream stream)
+{
+    StreamState &state = stateFor(stream);
+    if (!state.hasOpenParagraph()) {
+        state.paragraphIndex = addParagraph(TranscriptRecordKind::StreamOutput, stream,
+                                            std::exchange(state.directionText, {}));
+    }
+    return state.paragraphIndex;
+}
+
+void Transcript::applyStreamFragments(TranscriptStream stream,
+                                      const QList<DecoderFragment> &fragments)
+{
+    StreamState &state = stateFor(stream);
+    for (const DecoderFragment &fragment : fragments) {
+        if (fragment.kind == DecoderFragmentKind::Break) {
+            terminateParagraph(ensureStreamParagraph(stream));
+            state.paragraphIndex = -1;
+        } else if (!fragment.text.isEmpty()) {
+            appendToParagraph(ensureStreamParagraph(stream), fragment);
+        }
+    }
+    m_pendingUpdateByteCount += fragmentsDisplayBytes(fragments);
+}
+
+void Transcript::appendStreamRecord(TranscriptStream stream, const QByteArray &bytes,
+                                    const QString &text)
+{
+    if (bytes.isEmpty() && text.isEmpty())
+        return;
+    TranscriptRecord record;
+    record.kind = TranscriptRecordKind::StreamOutput;
+    record.stream = stream;
+    record.bytes = bytes;
+    record.text = text;
+    m_records.append(std::move(record));
+}
+
+TranscriptAppendResult Transcript::finalizeStream(TranscriptStream stream)
+{
+    StreamState &state = stateFor(stream);
+    if (std::exchange(state.carriageReturnAtLimit, false))
+        stop(TranscriptLimit::ParagraphLength);
+
+    const QList<DecoderFragment> fragments = state.decoder.finish();
+    if (!fragments.isEmpty()) {
+        auto limit = TranscriptLimit::None;
+        if (canApply(stream, fragments, &limit)) {
+            applyStreamFragments(stream, fragments);
+            appendStreamRecord(stream, {}, fragmentsText(fragments));
+        } else {
+            stop(limit);
+        }
+    }
+    return resultOf(0);
+}
+
+} // namespace tarn::console

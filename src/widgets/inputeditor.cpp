@@ -1,0 +1,114 @@
+#include "widgets/inputeditor.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QFontMetrics>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QMimeData>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <utility>
+
+namespace tarn::console {
+
+InputEditor::InputEditor(QWidget *parent)
+    : QTextEdit(parent)
+{
+    setAcceptRichText(false);
+    setTabChangesFocus(true);
+
+    QSizePolicy policy = sizePolicy();
+    policy.setVerticalPolicy(QSizePolicy::Fixed);
+    setSizePolicy(policy);
+    connect(document()->documentLayout(), &QAbstractTextDocumentLayout::documentSizeChanged, this,
+            [this] { updateGeometry(); });
+}
+
+InputEditor::~InputEditor() = default;
+
+void InputEditor::setRejectedPasteHandler(std::function<void()> handler)
+{
+    m_rejectedPasteHandler = std::move(handler);
+}
+
+void InputEditor::setSubmitHandler(std::function<void()> handler)
+{
+    m_submitHandler = std::move(handler);
+}
+
+int InputEditor::heightForText() const
+{
+    const int frame = 2 * frameWidth();
+    const int line = QFontMetrics(font()).lineSpacing()
+                     + static_cast<int>(std::ceil(2 * document()->documentMargin()));
+    const int text = static_cast<int>(std::ceil(document()->size().height()));
+    return std::min(std::max(line, text) + frame, maximumHeight());
+}
+
+QSize InputEditor::sizeHint() const
+{
+    return {QTextEdit::sizeHint().width(), heightForText()};
+}
+
+QSize InputEditor::minimumSizeHint() const
+{
+    return {QTextEdit::minimumSizeHint().width(), heightForText()};
+}
+
+void InputEditor::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
+        QTextEdit::keyPressEvent(event);
+        return;
+    }
+    // Whatever happens, Enter never inserts a line break.
+    if (!m_composing) {
+        // "Exactly no modifier" includes the keypad's: its Enter is refused like Shift+Enter.
+        const bool plain = event->modifiers() == Qt::NoModifier;
+        const auto &handler = plain && m_submitHandler ? m_submitHandler : m_rejectedPasteHandler;
+        if (handler)
+            handler();
+    }
+    event->accept();
+}
+
+void InputEditor::inputMethodEvent(QInputMethodEvent *event)
+{
+    m_composing = !event->preeditString().isEmpty();
+    QTextEdit::inputMethodEvent(event);
+}
+
+void InputEditor::insertFromMimeData(const QMimeData *source)
+{
+    const QString text = source->hasText() ? source->text() : QString();
+    if (text.contains(u'\r') || text.contains(u'\n')) {
+        if (m_rejectedPasteHandler)
+            m_rejectedPasteHandler();
+        return;
+    }
+    QTextEdit::insertFromMimeData(source);
+}
+
+QMimeData *InputEditor::createMimeDataFromSelection() const
+{
+    // The base class would add HTML and turn no-break spaces into blanks.
+    auto data = std::make_unique<QMimeData>();
+    data->setText(textCursor().selectedText());
+    return data.release();
+}
+
+void InputEditor::wheelEvent(QWheelEvent *event)
+{
+    // Zooming is the window's: it keeps all texts at one size.
+    if (event->modifiers().testFlag(Qt::ControlModifier))
+        event->ignore();
+    else
+        QTextEdit::wheelEvent(event);
+}
+
+} // namespace tarn::console

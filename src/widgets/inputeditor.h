@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QTextEdit>
+
+#include <functional>
+
+namespace tarn::console {
+
+/// The field for one line of program input. Enter submits; Enter with any modifier (the keypad's
+/// own included) and insertions that hold a line break are refused; Enter during an input-method
+/// composition belongs to the input method. The field is one line high and grows with its text up
+/// to its maximum height.
+class InputEditor : public QTextEdit
+{
+public:
+    explicit InputEditor(QWidget *parent = nullptr);
+    ~InputEditor() override;
+
+    /// Called when an insertion or an Enter is refused; nothing has changed then.
+    void setRejectedPasteHandler(std::function<void()> handler);
+    /// Called when plain Enter asks to submit the text.
+    void setSubmitHandler(std::function<void()> handler);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void inputMethodEvent(QInputMethodEvent *event) override;
+    void insertFromMimeData(const QMimeData *source) override;
+    QMimeData *createMimeDataFromSelection() const override;
+    void wheelEvent(QWheelEvent *event) override;
+
+private:
+    int heightForText() const;
+
+    std::function<void()> m_rejectedPasteHandler;
+    std::function<void()> m_submitHandler;
+    bool m_composing = false;
+};
+
+} // namespace tarn::console

@@ -1,0 +1,80 @@
+#include "widgets/paragraphblockmap.h"
+
+#include <QChar>
+
+#include <algorithm>
+
+namespace tarn::console {
+
+namespace {
+
+qint64 countSeparators(QStringView text)
+{
+    return std::count_if(text.begin(), text.end(), ParagraphBlockMap::isBlockSeparator);
+}
+
+} // namespace
+
+bool ParagraphBlockMap::isBlockSeparator(QChar character)
+{
+    // What QTextCursor::insertText() breaks at, besides the line ends that no paragraph holds.
+    return character == QChar::ParagraphSeparator || character == QChar(0xFDD0)
+           || character == QChar(0xFDD1);
+}
+
+void ParagraphBlockMap::clear()
+{
+    m_paragraphCount = 0;
+    m_splits.clear();
+}
+
+void ParagraphBlockMap::appendParagraph(QStringView text)
+{
+    ++m_paragraphCount;
+    extendParagraph(m_paragraphCount - 1, text);
+}
+
+void ParagraphBlockMap::extendParagraph(qint64 paragraph, QStringView addedText)
+{
+    const qint64 added = countSeparators(addedText);
+    if (added == 0)
+        return;
+    auto split = std::lower_bound(m_splits.begin(), m_splits.end(), paragraph,
+                                  [](const Split &s, qint64 p) { return s.paragraph < p; });
+    if (split == m_splits.end() || split->paragraph != paragraph)
+        split = m_splits.insert(split, {paragraph, extraBlocksBefore(paragraph)});
+    for (; split != m_splits.end(); ++split)
+        split->extraBlocks += added;
+}
+
+qint64 ParagraphBlockMap::extraBlocksBefore(qint64 paragraph) const
+{
+    const auto split = std::lower_bound(m_splits.begin(), m_splits.end(), paragraph,
+                                        [](const Split &s, qint64 p) { return s.paragraph < p; });
+    return split == m_splits.begin() ? 0 : std::prev(split)->extraBlocks;
+}
+
+qint64 ParagraphBlockMap::firstBlock(qint64 paragraph) const
+{
+    return paragraph + extraBlocksBefore(paragraph);
+}
+
+qint64 ParagraphBlockMap::blockCount(qint64 paragraph) const
+{
+    return firstBlock(paragraph + 1) - firstBlock(paragraph);
+}
+
+qint64 ParagraphBlockMap::paragraphOfBlock(qint64 block) const
+{
+    // The last split paragraph that begins at or before the block.
+    const auto after
+        = std::partition_point(m_splits.begin(), m_splits.end(), [this, block](const Split &s) {
+              return firstBlock(s.paragraph) <= block;
+          });
+    if (after == m_splits.begin())
+        return block;
+    const Split &split = *std::prev(after);
+    return std::max(split.paragraph, block - split.extraBlocks);
+}
+
+} // namespace tarn::console

@@ -1,0 +1,389 @@
+#include "widgets/transcriptview.h"
+
+#include "widgets/blockpresentation.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QAction>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMimeData>
+#include <QResizeEvent>
+#include <QScopedValueRollback>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <memory>
+
+namespace tarn::console {
+
+namespace {
+
+bool isWhollyPresented(const QTextDocument *document, ParagraphPresentation presentation)
+{
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        if (!hasBlockPresentation(block.blockFormat(), presentation))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
+    : QTextEdit(parent)
+    , m_transcript(transcript)
+{
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setFocusPolicy(Qt::StrongFocus);
+    setAcceptRichText(false);
+    setTabChangesFocus(true);
+    document()->setUndoRedoEnabled(false);
+
+    QScrollBar *bar = verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this, [this] { m_followEnd = followsEnd(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar] {
+        if (m_followEnd)
+            bar->setValue(bar->maximum());
+    });
+}
+
+TranscriptView::~TranscriptView() = default;
+
+void TranscriptView::setCopyAction(QAction *action)
+{
+    m_copyAction = action;
+}
+
+bool TranscriptView::followsEnd() const
+{
+    return verticalScrollBar()->value() >= verticalScrollBar()->maximum();
+}
+
+TranscriptView::ScrollAnchor TranscriptView::scrollAnchor() const
+{
+    const QTextBlock block = cursorForPosition(QPoint(1, 1)).block();
+    if (!block.isValid())
+        return {};
+    const int top = qRound(document()->documentLayout()->blockBoundingRect(block).top());
+    return {.blockNumber = block.blockNumber(), .offset = top - verticalScrollBar()->value()};
+}
+
+void TranscriptView::restoreScrollAnchor(ScrollAnchor anchor)
+{
+    QScrollBar *bar = verticalScrollBar();
+    const QTextBlock block = document()->findBlockByNumber(anchor.blockNumber);
+    if (!block.isValid()) {
+        bar->setValue(bar->maximum());
+        return;
+    }
+    // The scroll bar clamps to its range.
+    bar->setValue(qRound(document()->documentLayout()->blockBoundingRect(block).top())
+                  - anchor.offset);
+}
+
+/// Changes something that moves the text or the scroll range, and keeps the end in view or the
+/// reader's place.
+void TranscriptView::keepPlace(const std::function<void()> &change)
+{
+    const bool followed = m_followEnd;
+    const ScrollAnchor anchor = followed ? ScrollAnchor() : scrollAnchor();
+    change();
+    completeLayout();
+    if (followed)
+        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+    else
+        restoreScrollAnchor(anchor);
+    m_followEnd = followed;
+}
+
+/// The stock layout is lazy and reports its size late, but scrolling needs the final range now.
+void TranscriptView::completeLayout()
+{
+    QAbstractTextDocumentLayout *layout = document()->documentLayout();
+    Q_EMIT layout->documentSizeChanged(layout->documentSize());
+}
+
+void TranscriptView::refresh()
+{
+    const int anchor = textCursor().anchor();
+    const int position = textCursor().position();
+    const bool hadFocus = hasFocus();
+    keepPlace([&] {
+        updateDocument();
+        restoreCursor(anchor, position);
+    });
+    applyDraftPresentation();
+    m_transcript->acknowledgePendingUpdates();
+    m_shownAcknowledgement = m_transcript->changes().acknowledgement;
+    if (hadFocus)
+        setFocus(Qt::OtherFocusReason);
+}
+
+void TranscriptView::restoreCursor(int anchor, int position)
+{
+    // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
+    const int last = document()->characterCount() - 1;
+    anchor = std::clamp(anchor, 0, last);
+    position = std::clamp(position, 0, last);
+    QTextCursor cursor = textCursor();
+    if (cursor.anchor() == anchor && cursor.position() == position)
+        return;
+    cursor.setPosition(anchor);
+    cursor.setPosition(position, QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
+}
+
+void TranscriptView::updateDocument()
+{
+    const TranscriptChanges &changes = m_transcript->changes();
+    if (changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
+        rebuildDocument();
+        return;
+    }
+    // Each in its own edit block: a common one would lay out everything between them again.
+    for (const TranscriptChanges::Extension &extension : changes.extended)
+        extendParagraph(extension);
+    appendParagraphs(changes.firstNew, changes.lastWasTerminated);
+}
+
+void TranscriptView::rebuildDocument()
+{
+    m_blockMap.clear();
+    QTextCursor cursor(document());
+    cursor.beginEditBlock();
+    cursor.select(QTextCursor::Document);
+    cursor.removeSelectedText();
+    cursor.setBlockFormat(blockFormatFor({}));
+    appendParagraphs(0, false);
+    cursor.endEditBlock();
+}
+
+void TranscriptView::extendParagraph(const TranscriptChanges::Extension &extension)
+{
+    const QString &text = m_transcript->paragraphs()[extension.paragraph].text;
+    const QStringView added = QStringView(text).sliced(extension.shownLength);
+    const qint64 lastBlock = m_blockMap.firstBlock(extension.paragraph + 1) - 1;
+    const QTextBlock block = document()->findBlockByNumber(static_cast<int>(lastBlock));
+
+    QTextCursor cursor(block);
+    cursor.movePosition(QTextCursor::EndOfBlock);
+    cursor.beginEditBlock();
+    cursor.insertText(added.toString());
+    m_blockMap.extendParagraph(extension.paragraph, added);
+    presentParagraph(extension.paragraph);
+    cursor.endEditBlock();
+}
+
+/// The first strong character may only now have arrived.
+void TranscriptView::presentParagraph(qint64 paragraph)
+{
+    const auto presentation = m_transcript->presentationForParagraph(paragraph);
+    const qint64 end = m_blockMap.firstBlock(paragraph + 1);
+    for (qint64 number = m_blockMap.firstBlock(paragraph); number < end; ++number) {
+        QTextCursor cursor(document()->findBlockByNumber(static_cast<int>(number)));
+        if (!hasBlockPresentation(cursor.blockFormat(), presentation))
+            cursor.mergeBlockFormat(blockFormatFor(presentation));
+    }
+}
+
+/// Adds the paragraphs from an index on, and the empty block after a last line break.
+void TranscriptView::appendParagraphs(qint64 first, bool previousWasTerminated)
+{
+    const qint64 count = m_transcript->paragraphs().size();
+    if (count == 0)
+        return;
+    const bool terminated = m_transcript->isParagraphTerminated(count - 1);
+    if (first == count && terminated == previousWasTerminated)
+        return;
+
+    QTextCursor cursor(document());
+    cursor.beginEditBlock();
+    cursor.movePosition(QTextCursor::End);
+    bool inFreshBlock = first == 0 || previousWasTerminated;
+    while (first < count) {
+        const QTextBlockFormat format
+            = blockFormatFor(m_transcript->presentationForParagraph(first));
+        // The format goes first: the blocks of the run inherit it.
+        if (inFreshBlock)
+            cursor.setBlockFormat(format);
+        else
+            cursor.insertBlock(format);
+        inFreshBlock = false;
+        first = appendRun(cursor, first);
+    }
+    if (terminated)
+        cursor.insertBlock(blockFormatFor({}));
+    cursor.endEditBlock();
+}
+
+/// Inserts the paragraphs that share the presentation of the first, in one piece; returns the
+/// index after the last.
+qint64 TranscriptView::appendRun(QTextCursor &cursor, qint64 first)
+{
+    const QList<TranscriptParagraph> &paragraphs = m_transcript->paragraphs();
+    const auto presentation = m_transcript->presentationForParagraph(first);
+    QString text;
+    qint64 index = first;
+    do {
+        if (index > first)
+            text.append(u'\n');
+        text.append(paragraphs[index].text);
+        m_blockMap.appendParagraph(paragraphs[index].text);
+        ++index;
+    } while (index < paragraphs.size()
+             && m_transcript->presentationForParagraph(index) == presentation);
+    cursor.insertText(text);
+    return index;
+}
+
+void TranscriptView::applyParagraphFormats()
+{
+    QTextCursor edit(document());
+    // Outside one edit block, every single format would be a layout pass of its own.
+    edit.beginEditBlock();
+    const qint64 paragraphCount = std::min<qint64>(m_blockMap.paragraphCount(),
+                                                   m_transcript->paragraphs().size());
+    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+        const qint64 paragraph = m_blockMap.paragraphOfBlock(block.blockNumber());
+        const auto presentation = paragraph < paragraphCount
+                                      ? m_transcript->presentationForParagraph(paragraph)
+                                      : ParagraphPresentation();
+        if (!hasBlockPresentation(block.blockFormat(), presentation))
+            QTextCursor(block).mergeBlockFormat(blockFormatFor(presentation));
+    }
+    edit.endEditBlock();
+}
+
+void TranscriptView::setContentDirection(ContentDirection direction)
+{
+    m_transcript->setDirection(direction);
+    refresh();
+}
+
+TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backward)
+{
+    QTextCursor cursor = textCursor();
+    const int start = backward ? cursor.selectionStart() : cursor.selectionEnd();
+    const TranscriptFindResult result = m_transcript->findLiteral(text, start, backward);
+    if (result.found) {
+        const bool followed = m_followEnd;
+        cursor.setPosition(static_cast<int>(result.position));
+        cursor.setPosition(static_cast<int>(result.position + result.length),
+                           QTextCursor::KeepAnchor);
+        setTextCursor(cursor);
+        ensureCursorVisible();
+        m_followEnd = followed;
+    }
+    return result;
+}
+
+void TranscriptView::copySelection()
+{
+    const QTextCursor cursor = textCursor();
+    if (!cursor.hasSelection())
+        return;
+    QGuiApplication::clipboard()->setText(
+        m_transcript->copy(cursor.selectionStart(), cursor.selectionEnd()));
+}
+
+QMimeData *TranscriptView::createMimeDataFromSelection() const
+{
+    // Drags and the X11 selection carry what the program printed, as plain text only.
+    const QTextCursor cursor = textCursor();
+    auto data = std::make_unique<QMimeData>();
+    data->setText(m_transcript->copy(cursor.selectionStart(), cursor.selectionEnd()));
+    return data.release();
+}
+
+void TranscriptView::keyPressEvent(QKeyEvent *event)
+{
+    if (!m_copyAction && event->matches(QKeySequence::Copy)) {
+        copySelection();
+        event->accept();
+        return;
+    }
+    QTextEdit::keyPressEvent(event);
+}
+
+void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu menu(this);
+    QAction *copy = m_copyAction;
+    if (copy)
+        menu.addAction(copy);
+    else
+        copy = menu.addAction(QCoreApplication::translate("QTextEdit", "Copy"));
+    copy->setEnabled(textCursor().hasSelection());
+    const QAction *selectEverything
+        = menu.addAction(QCoreApplication::translate("QTextEdit", "Select all"));
+
+    const QAction *chosen = menu.exec(event->globalPos());
+    if (!chosen)
+        return;
+    if (chosen == copy)
+        copySelection();
+    else if (chosen == selectEverything)
+        selectAll();
+}
+
+void TranscriptView::resizeEvent(QResizeEvent *event)
+{
+    keepPlace([this, event] { QTextEdit::resizeEvent(event); });
+}
+
+void TranscriptView::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange)
+        keepPlace([this, event] { QTextEdit::changeEvent(event); });
+    else
+        QTextEdit::changeEvent(event);
+}
+
+void TranscriptView::wheelEvent(QWheelEvent *event)
+{
+    // Zooming is the window's: it keeps all texts at one size.
+    if (event->modifiers().testFlag(Qt::ControlModifier))
+        event->ignore();
+    else
+        QTextEdit::wheelEvent(event);
+}
+
+void TranscriptView::setDraftEditor(QTextEdit *editor)
+{
+    m_draftEditor = editor;
+    if (editor)
+        connect(editor, &QTextEdit::textChanged, this, [this] { applyDraftPresentation(); });
+    applyDraftPresentation();
+}
+
+void TranscriptView::applyDraftPresentation()
+{
+    // Changing the format below changes the document, which asks for its presentation again.
+    if (!m_draftEditor || m_applyingDraftPresentation)
+        return;
+    const QScopedValueRollback guard(m_applyingDraftPresentation, true);
+
+    QTextDocument *draft = m_draftEditor->document();
+    const auto presentation
+        = paragraphPresentation(m_transcript->direction(), m_draftEditor->toPlainText());
+    if (!isWhollyPresented(draft, presentation)) {
+        // One undo step with the edit that made it necessary, or undo would only undo the format.
+        QTextCursor cursor(draft);
+        cursor.joinPreviousEditBlock();
+        cursor.select(QTextCursor::Document);
+        cursor.mergeBlockFormat(blockFormatFor(presentation));
+        cursor.endEditBlock();
+    }
+    m_draftEditor->setLayoutDirection(presentation.layoutDirection);
+}
+
+} // namespace tarn::console

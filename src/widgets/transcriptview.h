@@ -1,0 +1,96 @@
+#pragma once
+
+#include "transcript/transcript.h"
+#include "widgets/paragraphblockmap.h"
+
+#include <QPointer>
+#include <QTextEdit>
+
+#include <functional>
+#include <optional>
+
+class QAction;
+
+namespace tarn::console {
+
+/// Shows a transcript, read-only. Its document holds exactly Transcript::documentText(), each
+/// paragraph in its own direction; positions in the document and in the model are the same. Copy
+/// and find work on the model, so that no-break spaces and odd separators survive.
+///
+/// The view also keeps the direction of the program-input draft in step with its text.
+class TranscriptView : public QTextEdit
+{
+public:
+    /// Place of the reader: a block, and how far its top is below the top of the viewport.
+    struct ScrollAnchor
+    {
+        qint32 blockNumber = 0;
+        qint32 offset = 0; ///< pixels
+    };
+
+    /// The transcript is not owned and must outlive the view. The first refresh() is the caller's.
+    explicit TranscriptView(Transcript *transcript, QWidget *parent = nullptr);
+    ~TranscriptView() override;
+
+    /// Shows the transcript as it is now. Keeps the cursor and selection as character positions,
+    /// the focus, and either the end in view or the reader's place; then acknowledges the
+    /// transcript's pending updates. To be called after every change to the transcript; the cost
+    /// is that of what changed.
+    void refresh();
+
+    void setContentDirection(ContentDirection direction);
+
+    /// Whether the scroll bar is at its end now.
+    bool followsEnd() const;
+    ScrollAnchor scrollAnchor() const;
+    /// Goes to the end when the anchor's block is gone.
+    void restoreScrollAnchor(ScrollAnchor anchor);
+
+    /// Gives every block the presentation of the paragraph whose text it shows.
+    void applyParagraphFormats();
+
+    /// Searches on from the selection and selects the match. Showing it never changes whether the
+    /// view follows the end.
+    TranscriptFindResult findLiteral(const QString &text, bool backward);
+
+    /// Puts the selected text of the transcript on the clipboard; without a selection, nothing.
+    void copySelection();
+
+    /// The action that copies; while set, its shortcut does the copying. Null for none.
+    void setCopyAction(QAction *action);
+
+    /// The program-input editor whose direction follows its text; to be set once. Null for none.
+    void setDraftEditor(QTextEdit *editor);
+    void applyDraftPresentation();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+    QMimeData *createMimeDataFromSelection() const override;
+
+private:
+    void keepPlace(const std::function<void()> &change);
+    void completeLayout();
+
+    void updateDocument();
+    void rebuildDocument();
+    void extendParagraph(const TranscriptChanges::Extension &extension);
+    void appendParagraphs(qint64 first, bool previousWasTerminated);
+    qint64 appendRun(QTextCursor &cursor, qint64 first);
+    void presentParagraph(qint64 paragraph);
+    void restoreCursor(int anchor, int position);
+
+    Transcript *m_transcript;
+    QPointer<QTextEdit> m_draftEditor;
+    QPointer<QAction> m_copyAction;
+    bool m_followEnd = true;
+    bool m_applyingDraftPresentation = false;
+    ParagraphBlockMap m_blockMap;
+    /// The acknowledgement of what the document shows; none before the first refresh.
+    std::optional<quint64> m_shownAcknowledgement;
+};
+
+} // namespace tarn::console

@@ -1,0 +1,34 @@
+#include "window/consolewindow.h"
+
+#include <QCloseEvent>
+#include <QMessageBox>
+#include <QPushButton>
+
+namespace tarn::console {
+
+void ConsoleWindow::closeEvent(QCloseEvent *event)
+{
+    if (!m_session.isActive()) {
+        savePreferences();
+        event->accept();
+        return;
+    }
+    // Whatever the answer: with "Stop and close" the window closes when the run has completed.
+    event->ignore();
+
+    QMessageBox box(this);
+    box.setIcon(QMessageBox::Question);
+    box.setWindowTitle(tr("TARN Console"));
+    box.setText(tr("A program is still running."));
+    QPushButton *cancel = box.addButton(tr("Cancel"), QMessageBox::RejectRole);
+    const QPushButton *stopAndClose
+        = box.addButton(tr("Stop and close"), QMessageBox::DestructiveRole);
+    box.setDefaultButton(cancel);
+    box.exec();
+    if (box.clickedButton() == stopAndClose) {
+        m_closeAfterStop = true;
+        m_session.stop();
+    }
+}
+
+} // namespace tarn::console

@@ -1,0 +1,104 @@
+#include "window/consolewindow.h"
+
+#include "session/executableresolver.h"
+#include "widgets/transcriptview.h"
+#include "window/pathlabel.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QLabel>
+#include <QProcessEnvironment>
+#include <QToolButton>
+
+namespace tarn::console {
+
+void ConsoleWindow::updateSourcePathLabel()
+{
+    if (!m_sourcePathLabel)
+        return;
+    if (m_sourcePath.isEmpty())
+        m_sourcePathLabel->showRemark(tr("No source selected"));
+    else
+        m_sourcePathLabel->showPath(m_sourcePath);
+}
+
+void ConsoleWindow::chooseSource()
+{
+    const QString chosen
+        = QFileDialog::getOpenFileName(this, tr("Choose TARN source"), m_lastSourceDirectory,
+                                       tr("TARN source (*.tarn *.ترن);;All files (*)"));
+    if (chosen.isEmpty())
+        return;
+    const QFileInfo source(chosen);
+    m_sourcePath = source.absoluteFilePath();
+    m_lastSourceDirectory = source.absolutePath();
+    updateSourcePathLabel();
+    m_runStatus->clear();
+    updateRunControls();
+}
+
+void ConsoleWindow::chooseTarn()
+{
+    const QString start = m_tarnExecutable.isEmpty() ? m_lastSourceDirectory : m_tarnExecutable;
+    const QString chosen = QFileDialog::getOpenFileName(this, tr("Choose TARN executable"), start,
+                                                        tr("Executable files (*)"));
+    if (chosen.isEmpty())
+        return;
+    m_tarnExecutable = QFileInfo(chosen).absoluteFilePath();
+    m_runStatus->setText(tr("TARN executable selected"));
+    savePreferences();
+}
+
+void ConsoleWindow::runSelectedSource()
+{
+    if (m_session.isActive())
+        return;
+    if (m_sourcePath.isEmpty()) {
+        m_runStatus->setText(tr("Choose a source file / اختر ملف مصدر."));
+        return;
+    }
+    const QFileInfo source(m_sourcePath);
+    if (!source.isFile() || !source.isReadable()) {
+        showRunProblem(
+            tr("Selected source is missing or unreadable: %1").arg(source.absoluteFilePath()));
+        return;
+    }
+    const ExecutableResolution resolution = ExecutableResolver::resolve(
+        m_explicitExecutable, m_tarnExecutable, QProcessEnvironment::systemEnvironment());
+    if (!resolution.isUsable()) {
+        showRunProblem(tr("TARN executable is unavailable. Choose TARN / اختر TARN. %1")
+                           .arg(resolution.message));
+        m_chooseTarnButton->setFocus(Qt::OtherFocusReason);
+        return;
+    }
+    beginRun(resolution.executable);
+}
+
+void ConsoleWindow::showRunProblem(const QString &text)
+{
+    m_runStatus->setText(text);
+    appendApplicationMessage(text);
+}
+
+void ConsoleWindow::beginRun(const QString &executable)
+{
+    const QFileInfo source(m_sourcePath);
+    m_sourcePath = source.absoluteFilePath();
+    m_lastSourceDirectory = source.absolutePath();
+    updateSourcePathLabel();
+    m_transcript.beginStreams();
+    appendApplicationMessage(tr("Run: %1").arg(source.fileName()));
+    m_inputStatus->clear();
+    m_limitReached = false;
+
+    // Before the start, so that the signals from inside it already count as this run's.
+    m_currentRunId = m_session.runId() + 1;
+    const ProgramLaunch launch{.executable = executable,
+                               .sourcePath = m_sourcePath,
+                               .diagnosticLanguage = m_interfaceLanguage};
+    if (m_session.start(launch))
+        m_currentRunId = m_session.runId();
+    updateRunControls();
+}
+
+} // namespace tarn::console

@@ -1,0 +1,47 @@
+#include "window/focuskeeper.h"
+
+#include <QAbstractScrollArea>
+#include <QEvent>
+
+namespace tarn::console {
+
+FocusKeeper::FocusKeeper(QWidget *refuge, QObject *parent)
+    : QObject(parent)
+    , m_refuge(refuge)
+{
+    // Clicks arrive at the viewport of a scroll area.
+    auto *scrollArea = qobject_cast<QAbstractScrollArea *>(refuge);
+    (scrollArea ? scrollArea->viewport() : refuge)->installEventFilter(this);
+}
+
+void FocusKeeper::leave(QWidget *widget, bool returning)
+{
+    // The window's focus widget, not the application's: the window may be inactive just now.
+    if (!widget || widget->window()->focusWidget() != widget)
+        return;
+    m_waiting = returning ? widget : nullptr;
+    m_refuge->setFocus(Qt::OtherFocusReason);
+}
+
+void FocusKeeper::comeBack(QWidget *widget)
+{
+    if (!widget || m_waiting != widget)
+        return;
+    forget();
+    if (m_refuge->window()->focusWidget() == m_refuge)
+        widget->setFocus(Qt::OtherFocusReason);
+}
+
+void FocusKeeper::forget()
+{
+    m_waiting.clear();
+}
+
+bool FocusKeeper::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::MouseButtonPress)
+        forget();
+    return QObject::eventFilter(watched, event);
+}
+
+} // namespace tarn::console
