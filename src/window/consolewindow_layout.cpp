@@ -31,21 +31,21 @@ void ConsoleWindow::createUi()
     rows->setContentsMargins(outerMargin, outerMargin, outerMargin, outerMargin);
     rows->setSpacing(rowSpacing);
 
-    m_transcriptView = new TranscriptView(&m_transcript, content);
-    m_transcriptView->setObjectName("transcript");
-    m_inputStatus = createLabel("inputStatus");
-    m_inputStatus->setWordWrap(true);
-    m_runStatus = createLabel("runStatus");
-    m_runStatus->setWordWrap(true);
-
+    // Made from top to bottom: the tab order is the order of making.
     rows->addWidget(createLabel("consoleTitle"));
     rows->addLayout(createSourceRow());
+    m_transcriptView = new TranscriptView(&m_transcript);
+    m_transcriptView->setObjectName("transcript");
     rows->addWidget(m_transcriptView, 1);
     rows->addLayout(createViewControlsRow());
     rows->addLayout(createFindRow());
     rows->addLayout(createInputRow());
     rows->addLayout(createInputButtonsRow());
+    m_inputStatus = createLabel("inputStatus");
+    m_inputStatus->setWordWrap(true);
     rows->addWidget(m_inputStatus);
+    m_runStatus = createLabel("runStatus");
+    m_runStatus->setWordWrap(true);
     rows->addWidget(m_runStatus);
     setCentralWidget(content);
     connectUi();

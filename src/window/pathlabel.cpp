@@ -2,8 +2,19 @@
 
 #include <QEvent>
 #include <QFontMetrics>
+#include <QPainter>
+#include <QStyle>
+
+#include <algorithm>
+#include <limits>
 
 namespace tarn::console {
+
+namespace {
+
+constexpr QChar ellipsis(0x2026);
+
+} // namespace
 
 PathLabel::PathLabel(QWidget *parent)
     : QLabel(parent)
@@ -11,6 +22,8 @@ PathLabel::PathLabel(QWidget *parent)
     setTextFormat(Qt::PlainText);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setLayoutDirection(Qt::LeftToRight);
+    // Otherwise Qt raises negative margins to zero, the margins of a safe area.
+    setAttribute(Qt::WA_ContentsMarginsRespectsSafeArea, false);
 }
 
 void PathLabel::showPath(const QString &path)
@@ -18,14 +31,14 @@ void PathLabel::showPath(const QString &path)
     setText(path);
     // Tool tips guess rich text; only escaped text is sure to be shown as it is.
     setToolTip(path.toHtmlEscaped());
-    alignText();
+    showEnd();
 }
 
 void PathLabel::showRemark(const QString &remark)
 {
     setText(remark);
     setToolTip({});
-    alignText();
+    showEnd();
 }
 
 QSize PathLabel::sizeHint() const
@@ -41,20 +54,35 @@ QSize PathLabel::minimumSizeHint() const
 void PathLabel::resizeEvent(QResizeEvent *event)
 {
     QLabel::resizeEvent(event);
-    alignText();
+    showEnd();
 }
 
 void PathLabel::changeEvent(QEvent *event)
 {
     QLabel::changeEvent(event);
     if (event->type() == QEvent::FontChange)
-        alignText();
+        showEnd();
 }
 
-void PathLabel::alignText()
+/// Moves a text that is too long to the left by what is too much. A negative margin does that for
+/// painting, selecting and the cursor alike. QWidget keeps margins in 16 bits.
+void PathLabel::showEnd()
 {
-    const bool fits = QFontMetrics(font()).horizontalAdvance(text()) <= contentsRect().width();
-    setAlignment((fits ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignAbsolute | Qt::AlignVCenter);
+    const int excess = QFontMetrics(font()).horizontalAdvance(text()) - width();
+    const int largest = std::numeric_limits<qint16>::max();
+    setContentsMargins(-std::clamp(excess + 1, 0, largest), 0, 0, 0);
+}
+
+void PathLabel::paintEvent(QPaintEvent *event)
+{
+    QLabel::paintEvent(event);
+    if (!isCut())
+        return;
+    QPainter painter(this);
+    const QRect corner(0, 0, fontMetrics().horizontalAdvance(ellipsis), height());
+    painter.fillRect(corner, palette().color(backgroundRole()));
+    style()->drawItemText(&painter, corner, Qt::AlignCenter, palette(), isEnabled(), ellipsis,
+                          foregroundRole());
 }
 
 } // namespace tarn::console

@@ -5,15 +5,15 @@
 namespace tarn::console {
 
 /// Shows a path as selectable plain text, always left to right. A path that is too long for the
-/// label never widens it: its beginning is cut off, so that the file name stays in sight, and the
-/// tool tip has it all.
+/// label never widens it: its beginning is cut off behind an ellipsis, so that the file name stays
+/// in sight, and the tool tip has it all.
 class PathLabel : public QLabel
 {
 public:
     explicit PathLabel(QWidget *parent = nullptr);
 
-    /// Shows a path, or a remark in place of one, which needs no tool tip.
     void showPath(const QString &path);
+    /// Shows a remark in place of a path.
     void showRemark(const QString &remark);
 
     QSize sizeHint() const override;
@@ -22,9 +22,11 @@ public:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
 
 private:
-    void alignText();
+    void showEnd();
+    bool isCut() const { return contentsMargins().left() < 0; }
 };
 
 } // namespace tarn::console
