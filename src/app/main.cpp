@@ -20,9 +20,8 @@ ConsoleStartupOptions parseCommandLine(const QApplication &application)
     const QCommandLineOption tarnOption(u"tarn"_s, QObject::tr("TARN executable to run"),
                                         QObject::tr("PATH"));
     parser.addOption(tarnOption);
-    parser.addPositionalArgument(u"SOURCE"_s,
-                                 QObject::tr(".tarn or .ترن source to select without running"),
-                                 u"[SOURCE]"_s);
+    parser.addPositionalArgument(
+        u"SOURCE"_s, QObject::tr(".tarn or .ترن source to select without running"), u"[SOURCE]"_s);
     parser.process(application);
 
     const QStringList sources = parser.positionalArguments();

@@ -191,8 +191,7 @@ void ProgramSession::drainOutput(quint64 runId, QProcess *process, bool force)
 {
     if (!isCurrentRun(runId, process) || (m_run->completed && !force))
         return;
-    emitSlices(runId, process, TranscriptStream::StandardOutput,
-               process->readAllStandardOutput());
+    emitSlices(runId, process, TranscriptStream::StandardOutput, process->readAllStandardOutput());
     if (!isUncompletedRun(runId, process))
         return;
     emitSlices(runId, process, TranscriptStream::StandardError, process->readAllStandardError());
@@ -243,8 +242,7 @@ void ProgramSession::handleFinished(quint64 runId, QProcess *process, int exitCo
     if (!isUncompletedRun(runId, process))
         return;
 
-    ProgramOutcome outcome{
-        .kind = ProgramOutcomeKind::Exited, .exitCode = exitCode, .message = {}};
+    ProgramOutcome outcome{.kind = ProgramOutcomeKind::Exited, .exitCode = exitCode, .message = {}};
     auto finalState = ProgramSessionState::Finished;
     if (m_run->stopRequested) {
         outcome.kind = ProgramOutcomeKind::Stopped;

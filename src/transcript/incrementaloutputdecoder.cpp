@@ -149,8 +149,8 @@ private:
     {
         if (!m_text.isEmpty()) {
             DecoderFragment fragment;
-            fragment.directionText
-                = std::exchange(m_hasEscapes, false) ? std::exchange(m_directionText, {}) : m_text;
+            fragment.directionText =
+                std::exchange(m_hasEscapes, false) ? std::exchange(m_directionText, {}) : m_text;
             fragment.text = std::exchange(m_text, {});
             m_fragments.append(std::move(fragment));
         }
@@ -292,9 +292,8 @@ void IncrementalOutputDecoder::appendText(QList<DecoderFragment> *fragments, con
         fragments->last().text.append(text);
         fragments->last().directionText.append(directionText);
     } else {
-        fragments->append({.kind = DecoderFragmentKind::Text,
-                           .text = text,
-                           .directionText = directionText});
+        fragments->append(
+            {.kind = DecoderFragmentKind::Text, .text = text, .directionText = directionText});
     }
 }
 

@@ -4,7 +4,8 @@ namespace tarn::console {
 
 Transcript::Transcript(const TranscriptLimits &limits)
     : m_limits(limits)
-{}
+{
+}
 
 Transcript::StreamState &Transcript::stateFor(TranscriptStream stream)
 {
@@ -37,9 +38,8 @@ void Transcript::stop(TranscriptLimit limit)
 
 TranscriptAppendResult Transcript::resultOf(qint64 acceptedBytes) const
 {
-    return {.acceptedBytes = acceptedBytes,
-            .captureStopped = m_captureStopped,
-            .limit = m_stopReason};
+    return {
+        .acceptedBytes = acceptedBytes, .captureStopped = m_captureStopped, .limit = m_stopReason};
 }
 
 void Transcript::clear()
@@ -72,8 +72,8 @@ void Transcript::acknowledgePendingUpdates()
                  .everything = false,
                  .firstNew = m_paragraphs.size(),
                  .extended = {},
-                 .lastWasTerminated
-                 = !m_paragraphTerminated.isEmpty() && m_paragraphTerminated.last()};
+                 .lastWasTerminated =
+                     !m_paragraphTerminated.isEmpty() && m_paragraphTerminated.last()};
 }
 
 bool Transcript::canAcceptRaw(qint64 byteCount, TranscriptLimit *limit) const

@@ -64,8 +64,8 @@ QString Transcript::documentText() const
 QString Transcript::copy(qint64 from, qint64 to) const
 {
     const QString text = documentText();
-    const auto [start, end] = std::minmax({std::clamp<qint64>(from, 0, text.size()),
-                                           std::clamp<qint64>(to, 0, text.size())});
+    const auto [start, end] = std::minmax(
+        {std::clamp<qint64>(from, 0, text.size()), std::clamp<qint64>(to, 0, text.size())});
     return text.mid(start, end - start);
 }
 
@@ -81,11 +81,12 @@ TranscriptFindResult Transcript::findLiteral(const QString &text, qint64 from, b
     };
 
     // A start of -1 means the end of the text, so that going back from 0 searches everything.
-    const qsizetype position
-        = backward ? document.lastIndexOf(text, start - 1) : document.indexOf(text, start);
+    const qsizetype position =
+        backward ? document.lastIndexOf(text, start - 1) : document.indexOf(text, start);
     if (position >= 0)
         return result(position, false);
-    const qsizetype wrappedPosition = backward ? document.lastIndexOf(text) : document.indexOf(text);
+    const qsizetype wrappedPosition =
+        backward ? document.lastIndexOf(text) : document.indexOf(text);
     if (wrappedPosition >= 0)
         return result(wrappedPosition, true);
     return {};

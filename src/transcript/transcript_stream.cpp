@@ -57,14 +57,14 @@ qsizetype Transcript::unlimitedPrefix(const StreamState &state, QByteArrayView b
     if (state.carriageReturnAtLimit)
         return 0;
     const qint64 pendingRoom = m_limits.maxPendingUpdateBytes - m_pendingUpdateByteCount;
-    const qint64 room = std::min<qint64>(
-        {bytes.size(), m_limits.maxRetainedBytes - m_retainedByteCount,
-         (pendingRoom - maxDisplayBytesHeld) / maxDisplayBytesPerByte});
+    const qint64 room =
+        std::min<qint64>({bytes.size(), m_limits.maxRetainedBytes - m_retainedByteCount,
+                          (pendingRoom - maxDisplayBytesHeld) / maxDisplayBytesPerByte});
     const qint64 fullLineRoom = std::min<qint64>(m_limits.maxParagraphBytes, bytes.size());
     qint64 lineRoom = std::min(m_limits.maxParagraphBytes - state.lineBytes, fullLineRoom);
     // Every line break, and the text after the last one, may open a paragraph.
-    qint64 paragraphRoom
-        = m_limits.maxParagraphs - m_paragraphs.size() - (state.hasOpenParagraph() ? 0 : 1);
+    qint64 paragraphRoom =
+        m_limits.maxParagraphs - m_paragraphs.size() - (state.hasOpenParagraph() ? 0 : 1);
 
     qint64 prefix = 0;
     while (prefix < room && paragraphRoom >= 0 && lineRoom >= 0) {

@@ -13,9 +13,9 @@ namespace tarn::console {
 struct TranscriptParagraph
 {
     TranscriptRecordKind kind = TranscriptRecordKind::StreamOutput; ///< what opened it
-    std::optional<TranscriptStream> stream; ///< set for stream output only
-    QString text;                           ///< display text without line breaks
-    QString directionText;                  ///< the characters that may decide its direction
+    std::optional<TranscriptStream> stream;                         ///< set for stream output only
+    QString text;          ///< display text without line breaks
+    QString directionText; ///< the characters that may decide its direction
 };
 
 } // namespace tarn::console

@@ -7,8 +7,8 @@ namespace tarn::console {
 /// What became of a chunk of output or an echoed line.
 struct TranscriptAppendResult
 {
-    qint64 acceptedBytes = 0;    ///< raw bytes taken in
-    bool captureStopped = false; ///< by this call or an earlier one
+    qint64 acceptedBytes = 0;                      ///< raw bytes taken in
+    bool captureStopped = false;                   ///< by this call or an earlier one
     TranscriptLimit limit = TranscriptLimit::None; ///< the limit that stopped the capture
 };
 

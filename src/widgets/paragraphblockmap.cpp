@@ -67,10 +67,10 @@ qint64 ParagraphBlockMap::blockCount(qint64 paragraph) const
 qint64 ParagraphBlockMap::paragraphOfBlock(qint64 block) const
 {
     // The last split paragraph that begins at or before the block.
-    const auto after
-        = std::partition_point(m_splits.begin(), m_splits.end(), [this, block](const Split &s) {
-              return firstBlock(s.paragraph) <= block;
-          });
+    const auto after =
+        std::partition_point(m_splits.begin(), m_splits.end(), [this, block](const Split &s) {
+            return firstBlock(s.paragraph) <= block;
+        });
     if (after == m_splits.begin())
         return block;
     const Split &split = *std::prev(after);

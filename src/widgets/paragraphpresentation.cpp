@@ -39,9 +39,9 @@ Qt::LayoutDirection firstStrongDirection(const QString &text)
 
 ParagraphPresentation paragraphPresentation(ContentDirection direction, const QString &text)
 {
-    const bool rightToLeft
-        = direction == ContentDirection::RightToLeft
-          || (direction == ContentDirection::Auto && firstStrongDirection(text) == Qt::RightToLeft);
+    const bool rightToLeft =
+        direction == ContentDirection::RightToLeft
+        || (direction == ContentDirection::Auto && firstStrongDirection(text) == Qt::RightToLeft);
     return {.layoutDirection = rightToLeft ? Qt::RightToLeft : Qt::LeftToRight,
             .rightAligned = rightToLeft};
 }

@@ -210,8 +210,8 @@ void TranscriptView::appendParagraphs(qint64 first, bool previousWasTerminated)
     cursor.movePosition(QTextCursor::End);
     bool inFreshBlock = first == 0 || previousWasTerminated;
     while (first < count) {
-        const QTextBlockFormat format
-            = blockFormatFor(m_transcript->presentationForParagraph(first));
+        const QTextBlockFormat format =
+            blockFormatFor(m_transcript->presentationForParagraph(first));
         // The format goes first: the blocks of the run inherit it.
         if (inFreshBlock)
             cursor.setBlockFormat(format);
@@ -250,8 +250,8 @@ void TranscriptView::applyParagraphFormats()
     QTextCursor edit(document());
     // Outside one edit block, every single format would be a layout pass of its own.
     edit.beginEditBlock();
-    const qint64 paragraphCount = std::min<qint64>(m_blockMap.paragraphCount(),
-                                                   m_transcript->paragraphs().size());
+    const qint64 paragraphCount =
+        std::min<qint64>(m_blockMap.paragraphCount(), m_transcript->paragraphs().size());
     for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
         const qint64 paragraph = m_blockMap.paragraphOfBlock(block.blockNumber());
         const auto presentation = paragraph < paragraphCount
@@ -323,8 +323,8 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
     else
         copy = menu.addAction(QCoreApplication::translate("QTextEdit", "Copy"));
     copy->setEnabled(textCursor().hasSelection());
-    const QAction *selectEverything
-        = menu.addAction(QCoreApplication::translate("QTextEdit", "Select all"));
+    const QAction *selectEverything =
+        menu.addAction(QCoreApplication::translate("QTextEdit", "Select all"));
 
     const QAction *chosen = menu.exec(event->globalPos());
     if (!chosen)
@@ -373,8 +373,8 @@ void TranscriptView::applyDraftPresentation()
     const QScopedValueRollback guard(m_applyingDraftPresentation, true);
 
     QTextDocument *draft = m_draftEditor->document();
-    const auto presentation
-        = paragraphPresentation(m_transcript->direction(), m_draftEditor->toPlainText());
+    const auto presentation =
+        paragraphPresentation(m_transcript->direction(), m_draftEditor->toPlainText());
     if (!isWhollyPresented(draft, presentation)) {
         // One undo step with the edit that made it necessary, or undo would only undo the format.
         QTextCursor cursor(draft);

@@ -18,7 +18,6 @@ constexpr TranscriptLimits consoleLimits{
     .maxInputBytes = 64 * 1024,
 };
 
-constexpr QSize minimumWindowSize(800, 500);
 constexpr QSize initialWindowSize(900, 620);
 
 } // namespace
@@ -31,9 +30,9 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
     , m_usePersistentSettings(options.usePersistentSettings)
 {
     restorePreferences();
-    setInterfaceLanguage(
-        options.interfaceLanguage.isEmpty() ? m_interfaceLanguage : options.interfaceLanguage,
-        false);
+    setInterfaceLanguage(options.interfaceLanguage.isEmpty() ? m_interfaceLanguage
+                                                             : options.interfaceLanguage,
+                         false);
     createActions();
     createMenus();
     createUi();
@@ -46,7 +45,7 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
         m_lastSourceDirectory = source.absolutePath();
     }
 
-    setMinimumSize(minimumWindowSize);
+    updateMinimumSize();
     resize(initialWindowSize);
     restoreWindowGeometry();
     retranslateUi();

@@ -19,6 +19,8 @@ namespace tarn::console {
 class FocusKeeper;
 class InputEditor;
 class PathLabel;
+class StatusLabel;
+struct StatusMessage;
 class TranscriptView;
 
 /// The console's only window: it chooses what to run, runs it, shows its output, feeds its input
@@ -100,6 +102,7 @@ private:
     QToolButton *createMenuButton(const char *objectName, QMenu *menu);
     QLabel *createLabel(const char *objectName);
     void connectUi();
+    void updateMinimumSize();
 
     void createActions();
     void createRunActions();
@@ -109,7 +112,7 @@ private:
     void createDirectionActions();
     void createLanguageActions();
     void createWindowActions();
-    template <typename Handler>
+    template<typename Handler>
     QAction *createAction(const char *objectName, const QList<QKeySequence> &shortcuts,
                           Handler handler);
     void createMenus();
@@ -127,11 +130,11 @@ private:
     void installTranslator();
 
     void beginRun(const QString &executable);
-    void showRunProblem(const QString &text);
+    void showRunProblem(const StatusMessage &problem);
     void showRunState(ProgramSessionState state);
     void echoInput(const QByteArray &line);
     void handleLimit(const TranscriptAppendResult &result);
-    QString outcomeText(const ProgramOutcome &outcome) const;
+    StatusMessage outcomeMessage(const ProgramOutcome &outcome) const;
 
     Transcript m_transcript;
     ProgramSession m_session;
@@ -188,7 +191,7 @@ private:
     QLineEdit *m_findField = nullptr;
     QLabel *m_searchStatus = nullptr;
     PathLabel *m_sourcePathLabel = nullptr;
-    QLabel *m_runStatus = nullptr;
+    StatusLabel *m_runStatus = nullptr;
     QLabel *m_inputStatus = nullptr;
     QToolButton *m_directionButton = nullptr;
     QToolButton *m_languageButton = nullptr;

@@ -29,7 +29,7 @@ QList<QKeySequence> standardKeys(QKeySequence::StandardKey key)
 
 } // namespace
 
-template <typename Handler>
+template<typename Handler>
 QAction *ConsoleWindow::createAction(const char *objectName, const QList<QKeySequence> &shortcuts,
                                      Handler handler)
 {
@@ -56,8 +56,8 @@ void ConsoleWindow::createActions()
 
 void ConsoleWindow::createRunActions()
 {
-    m_openAction = createAction("openAction", {QKeySequence(QKeySequence::Open)},
-                                [this] { chooseSource(); });
+    m_openAction =
+        createAction("openAction", {QKeySequence(QKeySequence::Open)}, [this] { chooseSource(); });
     m_chooseTarnAction = createAction("chooseTarnAction", {}, [this] { chooseTarn(); });
     m_runAction = createAction("runAction", {QKeySequence(Qt::CTRL | Qt::Key_R)},
                                [this] { runSelectedSource(); });
@@ -75,8 +75,8 @@ void ConsoleWindow::createInputActions()
 
 void ConsoleWindow::createEditActions()
 {
-    m_copyAction = createAction("copyAction", standardKeys(QKeySequence::Copy),
-                                [this] { copyFocusedText(); });
+    m_copyAction =
+        createAction("copyAction", standardKeys(QKeySequence::Copy), [this] { copyFocusedText(); });
     m_pasteAction = createAction("pasteAction", standardKeys(QKeySequence::Paste),
                                  [this] { pasteIntoDraft(); });
     m_findAction = createAction("findAction", {QKeySequence(QKeySequence::Find)},
@@ -87,9 +87,9 @@ void ConsoleWindow::createEditActions()
 
 void ConsoleWindow::createViewActions()
 {
-    m_focusTranscriptAction
-        = createAction("focusTranscriptAction", {QKeySequence(Qt::CTRL | Qt::Key_1)},
-                       [this] { focusTranscript(); });
+    m_focusTranscriptAction =
+        createAction("focusTranscriptAction", {QKeySequence(Qt::CTRL | Qt::Key_1)},
+                     [this] { focusTranscript(); });
     m_focusDraftAction = createAction("focusDraftAction", {QKeySequence(Qt::CTRL | Qt::Key_2)},
                                       [this] { focusDraft(); });
     m_zoomInAction = createAction("zoomInAction", standardKeys(QKeySequence::ZoomIn),
@@ -103,15 +103,13 @@ void ConsoleWindow::createViewActions()
 void ConsoleWindow::createDirectionActions()
 {
     constexpr auto modifiers = Qt::CTRL | Qt::SHIFT;
-    m_autoDirectionAction
-        = createAction("autoDirectionAction", {QKeySequence(modifiers | Qt::Key_1)},
-                       [this] { changeDirection(ContentDirection::Auto); });
-    m_leftToRightAction
-        = createAction("leftToRightAction", {QKeySequence(modifiers | Qt::Key_2)},
-                       [this] { changeDirection(ContentDirection::LeftToRight); });
-    m_rightToLeftAction
-        = createAction("rightToLeftAction", {QKeySequence(modifiers | Qt::Key_3)},
-                       [this] { changeDirection(ContentDirection::RightToLeft); });
+    m_autoDirectionAction =
+        createAction("autoDirectionAction", {QKeySequence(modifiers | Qt::Key_1)},
+                     [this] { changeDirection(ContentDirection::Auto); });
+    m_leftToRightAction = createAction("leftToRightAction", {QKeySequence(modifiers | Qt::Key_2)},
+                                       [this] { changeDirection(ContentDirection::LeftToRight); });
+    m_rightToLeftAction = createAction("rightToLeftAction", {QKeySequence(modifiers | Qt::Key_3)},
+                                       [this] { changeDirection(ContentDirection::RightToLeft); });
     auto *group = new QActionGroup(this);
     for (QAction *action : {m_autoDirectionAction, m_leftToRightAction, m_rightToLeftAction}) {
         action->setCheckable(true);
@@ -123,12 +121,12 @@ void ConsoleWindow::createDirectionActions()
 void ConsoleWindow::createLanguageActions()
 {
     constexpr auto modifiers = Qt::CTRL | Qt::SHIFT;
-    m_arabicLanguageAction
-        = createAction("arabicLanguageAction", {QKeySequence(modifiers | Qt::Key_7)},
-                       [this] { setInterfaceLanguage(QStringLiteral("ar"), true); });
-    m_englishLanguageAction
-        = createAction("englishLanguageAction", {QKeySequence(modifiers | Qt::Key_8)},
-                       [this] { setInterfaceLanguage(QStringLiteral("en"), true); });
+    m_arabicLanguageAction =
+        createAction("arabicLanguageAction", {QKeySequence(modifiers | Qt::Key_7)},
+                     [this] { setInterfaceLanguage(QStringLiteral("ar"), true); });
+    m_englishLanguageAction =
+        createAction("englishLanguageAction", {QKeySequence(modifiers | Qt::Key_8)},
+                     [this] { setInterfaceLanguage(QStringLiteral("en"), true); });
     auto *group = new QActionGroup(this);
     for (QAction *action : {m_arabicLanguageAction, m_englishLanguageAction}) {
         action->setCheckable(true);
@@ -138,12 +136,13 @@ void ConsoleWindow::createLanguageActions()
 
 void ConsoleWindow::createWindowActions()
 {
-    m_settingsAction
-        = createAction("settingsAction", {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Comma)},
-                       [this] { showSettings(); });
+    m_settingsAction =
+        createAction("settingsAction", {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Comma)},
+                     [this] { showSettings(); });
     m_helpAction = createAction("helpAction", {QKeySequence(QKeySequence::HelpContents)},
                                 [this] { showHelp(); });
-    m_quitAction = createAction("quitAction", standardKeys(QKeySequence::Quit), [this] { close(); });
+    m_quitAction =
+        createAction("quitAction", standardKeys(QKeySequence::Quit), [this] { close(); });
 }
 
 void ConsoleWindow::createMenus()

@@ -21,8 +21,8 @@ void ConsoleWindow::closeEvent(QCloseEvent *event)
     box.setWindowTitle(tr("TARN Console"));
     box.setText(tr("A program is still running."));
     QPushButton *cancel = box.addButton(tr("Cancel"), QMessageBox::RejectRole);
-    const QPushButton *stopAndClose
-        = box.addButton(tr("Stop and close"), QMessageBox::DestructiveRole);
+    const QPushButton *stopAndClose =
+        box.addButton(tr("Stop and close"), QMessageBox::DestructiveRole);
     box.setDefaultButton(cancel);
     box.exec();
     if (box.clickedButton() == stopAndClose) {

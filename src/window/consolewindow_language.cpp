@@ -23,8 +23,7 @@ namespace {
 QStringList catalogueDirectories()
 {
     const QDir application(QCoreApplication::applicationDirPath());
-    return {QStringLiteral(TARN_BUILD_TRANSLATIONS_DIR),
-            u"/usr/share/tarn-console/translations"_s,
+    return {QStringLiteral(TARN_BUILD_TRANSLATIONS_DIR), u"/usr/share/tarn-console/translations"_s,
             application.filePath(u"../share/tarn-console/translations"_s),
             application.absolutePath()};
 }
@@ -74,6 +73,7 @@ void ConsoleWindow::retranslateUi()
     retranslateMenus();
     retranslateActions();
     updateSourcePathLabel();
+    updateMinimumSize();
     m_arabicLanguageAction->setChecked(m_interfaceLanguage == "ar"_L1);
     m_englishLanguageAction->setChecked(m_interfaceLanguage == "en"_L1);
 }

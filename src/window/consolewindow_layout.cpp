@@ -4,6 +4,7 @@
 #include "widgets/transcriptview.h"
 #include "window/focuskeeper.h"
 #include "window/pathlabel.h"
+#include "window/statuslabel.h"
 
 #include <QAction>
 #include <QFormLayout>
@@ -11,6 +12,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScreen>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -21,6 +23,7 @@ namespace {
 constexpr int outerMargin = 12;
 constexpr int rowSpacing = 8;
 constexpr int maximumDraftHeight = 84;
+constexpr QSize usualMinimumSize(800, 500);
 
 } // namespace
 
@@ -44,8 +47,8 @@ void ConsoleWindow::createUi()
     m_inputStatus = createLabel("inputStatus");
     m_inputStatus->setWordWrap(true);
     rows->addWidget(m_inputStatus);
-    m_runStatus = createLabel("runStatus");
-    m_runStatus->setWordWrap(true);
+    m_runStatus = new StatusLabel;
+    m_runStatus->setObjectName("runStatus");
     rows->addWidget(m_runStatus);
     setCentralWidget(content);
     connectUi();
@@ -134,7 +137,6 @@ QLabel *ConsoleWindow::createLabel(const char *objectName)
 {
     auto *label = new QLabel;
     label->setObjectName(objectName);
-    // Labels show paths and messages that nobody has checked for markup.
     label->setTextFormat(Qt::PlainText);
     return label;
 }
@@ -154,6 +156,14 @@ void ConsoleWindow::connectUi()
     // Copy follows the selection, not only the focus.
     connect(m_transcriptView, &QTextEdit::copyAvailable, this, &ConsoleWindow::updateActionStates);
     connect(m_draftEditor, &QTextEdit::copyAvailable, this, &ConsoleWindow::updateActionStates);
+}
+
+/// Large fonts need more than the usual minimum, or the rows would overlap; but a window that does
+/// not fit on the screen would be worse.
+void ConsoleWindow::updateMinimumSize()
+{
+    const QSize needed = minimumSizeHint().boundedTo(screen()->availableSize());
+    setMinimumSize(needed.expandedTo(usualMinimumSize));
 }
 
 } // namespace tarn::console

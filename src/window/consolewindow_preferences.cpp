@@ -91,6 +91,7 @@ void ConsoleWindow::applyFontPreference()
     titleFont.setBold(true);
     titleFont.setPointSize(windowFont.pointSize() + titlePointSizeIncrease);
     findChild<QLabel *>(u"consoleTitle"_s)->setFont(titleFont);
+    updateMinimumSize();
 }
 
 void ConsoleWindow::zoomBy(int delta)

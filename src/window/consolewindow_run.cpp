@@ -1,6 +1,7 @@
 #include "window/consolewindow.h"
 
 #include "widgets/transcriptview.h"
+#include "window/statuslabel.h"
 
 #include <QLabel>
 
@@ -57,19 +58,19 @@ void ConsoleWindow::handleLimit(const TranscriptAppendResult &result)
     m_session.stop();
 }
 
-QString ConsoleWindow::outcomeText(const ProgramOutcome &outcome) const
+StatusMessage ConsoleWindow::outcomeMessage(const ProgramOutcome &outcome) const
 {
     switch (outcome.kind) {
     case ProgramOutcomeKind::Exited:
-        return tr("Returned status %1").arg(outcome.exitCode);
+        return {tr("Returned status %1"), QString::number(outcome.exitCode)};
     case ProgramOutcomeKind::Crashed:
-        return tr("Program terminated by signal");
+        return {tr("Program terminated by signal"), {}};
     case ProgramOutcomeKind::FailedToStart:
-        return tr("Could not start TARN: %1").arg(outcome.message);
+        return {tr("Could not start TARN: %1"), outcome.message};
     case ProgramOutcomeKind::ProcessError:
-        return tr("Console process failure: %1").arg(outcome.message);
+        return {tr("Console process failure: %1"), outcome.message};
     case ProgramOutcomeKind::Stopped:
-        return tr("Program stopped by user");
+        return {tr("Program stopped by user"), {}};
     }
     return {};
 }
@@ -83,10 +84,10 @@ void ConsoleWindow::completeRun(const ProgramOutcome &outcome)
             m_transcript.appendLimitRecord(result.limit);
     }
 
-    const QString text = outcomeText(outcome);
-    m_transcript.appendOutcome(text);
+    const StatusMessage message = outcomeMessage(outcome);
+    m_transcript.appendOutcome(message.text());
     m_transcriptView->refresh();
-    m_runStatus->setText(text);
+    m_runStatus->showMessage(message);
 
     if (m_session.inputOpen())
         m_inputStatus->setText(tr("Input is open."));

@@ -3,10 +3,10 @@
 #include "session/executableresolver.h"
 #include "widgets/transcriptview.h"
 #include "window/pathlabel.h"
+#include "window/statuslabel.h"
 
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QLabel>
 #include <QProcessEnvironment>
 #include <QToolButton>
 
@@ -24,9 +24,9 @@ void ConsoleWindow::updateSourcePathLabel()
 
 void ConsoleWindow::chooseSource()
 {
-    const QString chosen
-        = QFileDialog::getOpenFileName(this, tr("Choose TARN source"), m_lastSourceDirectory,
-                                       tr("TARN source (*.tarn *.ترن);;All files (*)"));
+    const QString chosen =
+        QFileDialog::getOpenFileName(this, tr("Choose TARN source"), m_lastSourceDirectory,
+                                     tr("TARN source (*.tarn *.ترن);;All files (*)"));
     if (chosen.isEmpty())
         return;
     const QFileInfo source(chosen);
@@ -60,24 +60,24 @@ void ConsoleWindow::runSelectedSource()
     const QFileInfo source(m_sourcePath);
     if (!source.isFile() || !source.isReadable()) {
         showRunProblem(
-            tr("Selected source is missing or unreadable: %1").arg(source.absoluteFilePath()));
+            {tr("Selected source is missing or unreadable: %1"), source.absoluteFilePath()});
         return;
     }
     const ExecutableResolution resolution = ExecutableResolver::resolve(
         m_explicitExecutable, m_tarnExecutable, QProcessEnvironment::systemEnvironment());
     if (!resolution.isUsable()) {
-        showRunProblem(tr("TARN executable is unavailable. Choose TARN / اختر TARN. %1")
-                           .arg(resolution.message));
+        showRunProblem({tr("TARN executable is unavailable. Choose TARN / اختر TARN. %1"),
+                        resolution.message});
         m_chooseTarnButton->setFocus(Qt::OtherFocusReason);
         return;
     }
     beginRun(resolution.executable);
 }
 
-void ConsoleWindow::showRunProblem(const QString &text)
+void ConsoleWindow::showRunProblem(const StatusMessage &problem)
 {
-    m_runStatus->setText(text);
-    appendApplicationMessage(text);
+    m_runStatus->showMessage(problem);
+    appendApplicationMessage(problem.text());
 }
 
 void ConsoleWindow::beginRun(const QString &executable)

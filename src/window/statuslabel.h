@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QLabel>
+#include <QString>
+
+namespace tarn::console {
+
+/// A sentence for the user, perhaps with something it names (a path, a number, an error text) in
+/// place of "%1".
+struct StatusMessage
+{
+    QString pattern;
+    QString argument;
+
+    /// The whole sentence.
+    QString text() const;
+    /// The same with the argument as a bidirectional isolate (UAX #9, FSI and PDI), so that a path
+    /// in an Arabic sentence keeps its order on the screen.
+    QString isolatedText() const;
+};
+
+/// Shows a status as plain text, wrapped at words. text() is the sentence; what is drawn has the
+/// argument of the message isolated, until another text is set.
+class StatusLabel : public QLabel
+{
+public:
+    explicit StatusLabel(QWidget *parent = nullptr);
+
+    void showMessage(const StatusMessage &message);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    StatusMessage m_message;
+};
+
+} // namespace tarn::console
