@@ -7,6 +7,7 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QCoreApplication>
+#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
@@ -333,6 +334,12 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
         copySelection();
     else if (chosen == selectEverything)
         selectAll();
+}
+
+QSize TranscriptView::minimumSizeHint() const
+{
+    const int line = QFontMetrics(font()).lineSpacing() + qRound(2 * document()->documentMargin());
+    return {QTextEdit::minimumSizeHint().width(), line + 2 * frameWidth()};
 }
 
 void TranscriptView::resizeEvent(QResizeEvent *event)

@@ -63,6 +63,9 @@ public:
     void setDraftEditor(QTextEdit *editor);
     void applyDraftPresentation();
 
+    /// One whole line: where space is short, the transcript yields no further.
+    QSize minimumSizeHint() const override;
+
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;

@@ -28,7 +28,7 @@ class TranscriptView;
 ///
 /// Every widget and action has an object name; the names are an interface for tests and
 /// automation. The sources are split by concern: consolewindow_layout.cpp, _actions, _preferences,
-/// _language, _source (what to run), _run (progress and outcome), _input, _help, _closing.
+/// _language, _source (what to run), _run (progress and outcome), _input, _find, _help, _closing.
 class ConsoleWindow : public QMainWindow
 {
     Q_OBJECT
@@ -88,6 +88,7 @@ protected:
     void closeEvent(QCloseEvent *event) override;
     void changeEvent(QEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
+    bool event(QEvent *event) override;
 
 private:
     void connectSession();
@@ -117,6 +118,7 @@ private:
                           Handler handler);
     void createMenus();
     void findFromAction();
+    void reserveSearchStatusWidth();
     void retranslateLabels();
     void retranslateMenus();
     void retranslateActions();

@@ -73,7 +73,6 @@ void ConsoleWindow::retranslateUi()
     retranslateMenus();
     retranslateActions();
     updateSourcePathLabel();
-    updateMinimumSize();
     m_arabicLanguageAction->setChecked(m_interfaceLanguage == "ar"_L1);
     m_englishLanguageAction->setChecked(m_interfaceLanguage == "en"_L1);
 }
@@ -89,6 +88,7 @@ void ConsoleWindow::retranslateLabels()
     m_findField->setAccessibleName(tr("Find output"));
     m_transcriptView->setAccessibleName(tr("Program output"));
     m_draftEditor->setAccessibleName(tr("Program input"));
+    reserveSearchStatusWidth();
 }
 
 void ConsoleWindow::retranslateMenus()

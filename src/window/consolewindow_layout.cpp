@@ -7,6 +7,7 @@
 #include "window/statuslabel.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -158,12 +159,26 @@ void ConsoleWindow::connectUi()
     connect(m_draftEditor, &QTextEdit::copyAvailable, this, &ConsoleWindow::updateActionStates);
 }
 
-/// Large fonts need more than the usual minimum, or the rows would overlap; but a window that does
-/// not fit on the screen would be worse.
+/// Large fonts and long messages need more than the usual minimum, or the rows would overlap; but
+/// a window that does not fit on the screen would be worse.
 void ConsoleWindow::updateMinimumSize()
 {
-    const QSize needed = minimumSizeHint().boundedTo(screen()->availableSize());
-    setMinimumSize(needed.expandedTo(usualMinimumSize));
+    QSize needed = minimumSizeHint();
+    if (const QWidget *content = centralWidget()) {
+        // The status labels wrap, which the plain hint does not know.
+        const QLayout *rows = content->layout();
+        needed.rheight() +=
+            rows->minimumHeightForWidth(content->width()) - rows->minimumSize().height();
+    }
+    setMinimumSize(needed.boundedTo(screen()->availableSize()).expandedTo(usualMinimumSize));
+}
+
+bool ConsoleWindow::event(QEvent *event)
+{
+    const bool handled = QMainWindow::event(event);
+    if (event->type() == QEvent::LayoutRequest)
+        updateMinimumSize();
+    return handled;
 }
 
 } // namespace tarn::console

@@ -91,7 +91,7 @@ void ConsoleWindow::applyFontPreference()
     titleFont.setBold(true);
     titleFont.setPointSize(windowFont.pointSize() + titlePointSizeIncrease);
     findChild<QLabel *>(u"consoleTitle"_s)->setFont(titleFont);
-    updateMinimumSize();
+    reserveSearchStatusWidth();
 }
 
 void ConsoleWindow::zoomBy(int delta)
