@@ -4,6 +4,8 @@
 
 #include <QTimer>
 
+#include <sys/types.h>
+
 namespace tarn::console {
 
 /// What a session remembers of one run. It stays after the run has completed, until the next
@@ -12,7 +14,9 @@ struct ProgramSession::ActiveRun
 {
     quint64 runId = 0;
     QProcess *process = nullptr; ///< child object of the session
-    QTimer *killTimer = nullptr; ///< child object of the session
+    QTimer *killTimer = nullptr; ///< child object of the session; the grace of the last stop
+    QTimer *deadline = nullptr;  ///< child object of the session; the end of all patience
+    pid_t group = 0;             ///< process group that the program leads; outlives the process
     QByteArray pendingInput;     ///< what is still to be written of the line in flight
     QByteArray currentLine;      ///< the line in flight, without its line feed
     QString errorMessage;        ///< last process error that only the outcome reports

@@ -1,14 +1,17 @@
 #include "session/programsession.h"
 
 #include "session/activerun.h"
+#include "session/processgroup.h"
 
 #include <QFileInfo>
 #include <QProcessEnvironment>
 #include <QTimer>
 
-#include <cerrno>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <sys/prctl.h>
 #include <unistd.h>
 #include <utility>
 
@@ -19,7 +22,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
+/// From the last stop() to the forced kill.
 constexpr auto forcedKillDelay = 1000ms;
+/// From the first stop() to the forced kill, however often stop() is repeated in between.
+constexpr auto patience = 10s;
 
 void registerMetaTypes()
 {
@@ -36,18 +42,25 @@ bool isValidLaunch(const ProgramLaunch &launch)
            && (launch.diagnosticLanguage == "en"_L1 || launch.diagnosticLanguage == "ar"_L1);
 }
 
-enum class SignalDelivery { Delivered, Failed };
-
-/// Signals the process group that the process leads. Never our own group and never "everybody"
-/// (kill(2) with -1), whatever the identifier; a group that is gone (ESRCH) needs no signal.
-SignalDelivery signalProcessGroup(qint64 processId, int signalNumber)
+QTimer *createSingleShotTimer(QObject *parent)
 {
-    const auto group = static_cast<pid_t>(processId);
-    if (group <= 1 || group == ::getpgrp())
-        return SignalDelivery::Failed;
-    if (::kill(-group, signalNumber) == 0 || errno == ESRCH)
-        return SignalDelivery::Delivered;
-    return SignalDelivery::Failed;
+    auto *timer = new QTimer(parent);
+    timer->setSingleShot(true);
+    // A coarse timer may fire five percent early, before the program's time is up.
+    timer->setTimerType(Qt::PreciseTimer);
+    return timer;
+}
+
+/// Runs in the child between fork and exec, perhaps in our own memory on a tiny stack (vfork):
+/// nothing but async-signal-safe calls here.
+void prepareChild(pid_t console)
+{
+    ::setsid();
+    // The program must not run on, invisible, when the console dies. The console may have died
+    // before this call; then the child has another parent by now.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != console)
+        ::_exit(EXIT_FAILURE);
 }
 
 } // namespace
@@ -68,7 +81,7 @@ ProgramSession::~ProgramSession()
     m_run->completed = true;
     if (process->state() == QProcess::NotRunning)
         return;
-    signalProcessGroup(process->processId(), SIGKILL);
+    signalProcessGroup(static_cast<pid_t>(process->processId()), SIGKILL);
     process->kill();
     process->waitForFinished();
 }
@@ -113,6 +126,8 @@ bool ProgramSession::start(const ProgramLaunch &launch)
     setState(runId, ProgramSessionState::Starting);
     if (isUncompletedRun(runId, process))
         process->start(QIODevice::ReadWrite);
+    if (isUncompletedRun(runId, process))
+        m_run->group = static_cast<pid_t>(process->processId());
     return true;
 }
 
@@ -134,10 +149,8 @@ void ProgramSession::prepareProcess(const ProgramLaunch &launch)
     m_run = std::make_unique<ActiveRun>();
     m_run->runId = m_runId;
     m_run->process = new QProcess(this);
-    m_run->killTimer = new QTimer(this);
-    m_run->killTimer->setSingleShot(true);
-    // A coarse timer may fire five percent early, before the program's time is up.
-    m_run->killTimer->setTimerType(Qt::PreciseTimer);
+    m_run->killTimer = createSingleShotTimer(this);
+    m_run->deadline = createSingleShotTimer(this);
 
     QProcess *process = m_run->process;
     process->setProcessChannelMode(QProcess::SeparateChannels);
@@ -147,9 +160,7 @@ void ProgramSession::prepareProcess(const ProgramLaunch &launch)
                            u"--color=never"_s});
     process->setWorkingDirectory(source.absolutePath());
     process->setProcessEnvironment(QProcessEnvironment::systemEnvironment());
-    // Runs between fork and exec, perhaps in our own memory on a tiny stack (vfork): nothing but
-    // async-signal-safe calls here.
-    process->setChildProcessModifier([] { ::setsid(); });
+    process->setChildProcessModifier([console = ::getpid()] { prepareChild(console); });
     connectRun(m_runId, process);
 }
 
@@ -171,8 +182,10 @@ void ProgramSession::connectRun(quint64 runId, QProcess *process)
             [this, runId, process](int exitCode, QProcess::ExitStatus exitStatus) {
                 handleFinished(runId, process, exitCode, exitStatus);
             });
-    connect(m_run->killTimer, &QTimer::timeout, this,
-            [this, runId, process] { handleKillTimeout(runId, process); });
+    for (const QTimer *timer : {m_run->killTimer, m_run->deadline}) {
+        connect(timer, &QTimer::timeout, this,
+                [this, runId, process] { handleKillTimeout(runId, process); });
+    }
 }
 
 void ProgramSession::handleStarted(quint64 runId, QProcess *process)
@@ -265,9 +278,16 @@ void ProgramSession::emitOutcome(quint64 runId, QProcess *process, const Program
     m_run->completed = true;
     m_run->pendingInput.clear();
     m_run->currentLine.clear();
-    m_run->killTimer->stop();
+    if (m_run->stopRequested && processGroupExists(m_run->group)) {
+        // The leader is gone, but members that ignore SIGTERM have only what is left of the grace.
+        new ProcessGroupReaper(m_run->group,
+                               std::max(m_run->killTimer->remainingTimeAsDuration(), 0ms), this);
+    }
     process->deleteLater();
-    m_run->killTimer->deleteLater();
+    for (QTimer *timer : {m_run->killTimer, m_run->deadline}) {
+        timer->stop();
+        timer->deleteLater();
+    }
 
     // From here on a listener may start the next run; this one still gets its outcome.
     setState(runId, finalState);
@@ -285,8 +305,11 @@ void ProgramSession::stop()
     m_run->stopRequested = true;
     setState(runId, ProgramSessionState::Stopping);
     requestTermination(runId, process, Termination::Graceful);
-    if (isUncompletedRun(runId, process))
-        m_run->killTimer->start(forcedKillDelay);
+    if (!isUncompletedRun(runId, process))
+        return;
+    m_run->killTimer->start(forcedKillDelay);
+    if (!m_run->deadline->isActive())
+        m_run->deadline->start(patience);
 }
 
 void ProgramSession::handleKillTimeout(quint64 runId, QProcess *process)
@@ -302,7 +325,8 @@ void ProgramSession::requestTermination(quint64 runId, QProcess *process, Termin
     const bool force = termination == Termination::Forced;
     const qint64 processId = process->processId();
     if (processId > 0
-        && signalProcessGroup(processId, force ? SIGKILL : SIGTERM) == SignalDelivery::Delivered)
+        && signalProcessGroup(static_cast<pid_t>(processId), force ? SIGKILL : SIGTERM)
+               == SignalDelivery::Delivered)
         return;
     if (force)
         process->kill();

@@ -36,7 +36,8 @@ public:
     static constexpr qsizetype maximumOutputSliceBytes = 65536;
 
     explicit ProgramSession(QObject *parent = nullptr);
-    /// Kills the process group of a program that still runs; reports nothing.
+    /// Kills the process group of a program that still runs, and what a stopped run left behind;
+    /// reports nothing.
     ~ProgramSession() override;
 
     ProgramSessionState state() const { return m_state; }
@@ -52,7 +53,8 @@ public:
     bool start(const ProgramLaunch &launch);
 
     /// Asks the program's process group to terminate (SIGTERM) and kills it (SIGKILL) 1000 ms after
-    /// the last call if it still runs. Does nothing unless a run is active.
+    /// the last call, or 10 s after the first, if it still runs. Members of the group that outlive
+    /// their leader get the same grace. Does nothing unless a run is active.
     void stop();
 
     /// Whether a line may be sent as input: Sent (acceptable), NotOneLine or TooLong.
