@@ -16,8 +16,9 @@ target_compile_definitions(tarn_common INTERFACE
     QT_USE_QSTRINGBUILDER
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 
+# The records give every field a default, so that naming only some of them is no mistake.
 target_compile_options(tarn_common INTERFACE
-    -Wall -Wextra -Wpedantic -Wcast-align -Wsuggest-override -Wzero-as-null-pointer-constant
+    -Wall -Wextra -Wno-missing-field-initializers -Wpedantic -Wcast-align -Wsuggest-override -Wzero-as-null-pointer-constant
     $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op>
     $<$<BOOL:${TARN_WARNINGS_AS_ERRORS}>:-Werror>)
 

@@ -278,7 +278,7 @@ void ProgramSession::emitOutcome(quint64 runId, QProcess *process, const Program
     m_run->completed = true;
     m_run->pendingInput.clear();
     m_run->currentLine.clear();
-    if (m_run->stopRequested && processGroupExists(m_run->group)) {
+    if (outcome.kind == ProgramOutcomeKind::Stopped && processGroupExists(m_run->group)) {
         // The leader is gone, but members that ignore SIGTERM have only what is left of the grace.
         new ProcessGroupReaper(m_run->group,
                                std::max(m_run->killTimer->remainingTimeAsDuration(), 0ms), this);

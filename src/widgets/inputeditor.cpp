@@ -85,13 +85,19 @@ void InputEditor::inputMethodEvent(QInputMethodEvent *event)
 
 void InputEditor::insertFromMimeData(const QMimeData *source)
 {
-    const QString text = source->hasText() ? source->text() : QString();
+    if (!source || !source->hasText())
+        return;
+    const QString text = source->text();
     if (text.contains(u'\r') || text.contains(u'\n')) {
         if (m_rejectedPasteHandler)
             m_rejectedPasteHandler();
         return;
     }
-    QTextEdit::insertFromMimeData(source);
+    // The text alone: Qt 6.4 takes Markdown for rich text even when that is off, and crashes on
+    // data without any format, such as that of an empty clipboard.
+    QMimeData plainText;
+    plainText.setText(text);
+    QTextEdit::insertFromMimeData(&plainText);
 }
 
 QMimeData *InputEditor::createMimeDataFromSelection() const

@@ -133,13 +133,9 @@ void TranscriptView::restoreCursor(int anchor, int position)
 {
     // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
     const int last = document()->characterCount() - 1;
-    anchor = std::clamp(anchor, 0, last);
-    position = std::clamp(position, 0, last);
-    QTextCursor cursor = textCursor();
-    if (cursor.anchor() == anchor && cursor.position() == position)
-        return;
-    cursor.setPosition(anchor);
-    cursor.setPosition(position, QTextCursor::KeepAnchor);
+    QTextCursor cursor(document());
+    cursor.setPosition(std::clamp(anchor, 0, last));
+    cursor.setPosition(std::clamp(position, 0, last), QTextCursor::KeepAnchor);
     setTextCursor(cursor);
 }
 

@@ -35,8 +35,8 @@ void ConsoleWindow::installTranslator()
     const QStringList directories = catalogueDirectories();
     for (const QString &directory : directories) {
         const QString catalogue = QDir(directory).filePath(u"tarn_console_ar.qm"_s);
-        // Empty delimiters and suffix: no shortened or completed names are tried.
-        if (m_translator.load(catalogue, QString(), QString(), QString())) {
+        // Empty, but not null: otherwise shortened and completed names would be tried too.
+        if (m_translator.load(catalogue, u""_s, u""_s, u""_s)) {
             QCoreApplication::installTranslator(&m_translator);
             return;
         }

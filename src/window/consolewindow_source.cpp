@@ -7,10 +7,33 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFileSystemModel>
 #include <QProcessEnvironment>
 #include <QToolButton>
 
 namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Qt's own dialog takes the patterns of a name filter only when they are ASCII, and would list no
+/// file at all under the first one. A native dialog has no such model; there, "All files" helps.
+void listSourceFiles(QFileDialog *dialog)
+{
+    auto *files = dialog->findChild<QFileSystemModel *>();
+    if (!files)
+        return;
+    const auto apply = [files,
+                        sourceFilter = dialog->nameFilters().value(0)](const QString &filter) {
+        if (filter == sourceFilter)
+            files->setNameFilters({u"*.tarn"_s, u"*.ترن"_s});
+    };
+    QObject::connect(dialog, &QFileDialog::filterSelected, files, apply);
+    apply(dialog->selectedNameFilter());
+}
+
+} // namespace
 
 void ConsoleWindow::updateSourcePathLabel()
 {
@@ -24,11 +47,13 @@ void ConsoleWindow::updateSourcePathLabel()
 
 void ConsoleWindow::chooseSource()
 {
-    const QString chosen =
-        QFileDialog::getOpenFileName(this, tr("Choose TARN source"), m_lastSourceDirectory,
-                                     tr("TARN source (*.tarn *.ترن);;All files (*)"));
-    if (chosen.isEmpty())
+    QFileDialog dialog(this, tr("Choose TARN source"), m_lastSourceDirectory,
+                       tr("TARN source (*.tarn *.ترن);;All files (*)"));
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    listSourceFiles(&dialog);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
+    const QString chosen = dialog.selectedFiles().constFirst();
     const QFileInfo source(chosen);
     m_sourcePath = source.absoluteFilePath();
     m_lastSourceDirectory = source.absolutePath();

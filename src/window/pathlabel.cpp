@@ -10,6 +10,8 @@
 
 namespace tarn::console {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr QChar ellipsis(0x2026);
@@ -29,8 +31,8 @@ PathLabel::PathLabel(QWidget *parent)
 void PathLabel::showPath(const QString &path)
 {
     setText(path);
-    // Tool tips guess rich text; only escaped text is sure to be shown as it is.
-    setToolTip(path.toHtmlEscaped());
+    // Tool tips guess whether they are rich text; only what surely is, is shown as it should be.
+    setToolTip(u"<span style=\"white-space:pre\">%1</span>"_s.arg(path.toHtmlEscaped()));
     showEnd();
 }
 

@@ -7,6 +7,7 @@ namespace tarn::console {
 
 namespace {
 
+constexpr QChar leftToRightIsolate(0x2066);
 constexpr QChar firstStrongIsolate(0x2068);
 constexpr QChar popDirectionalIsolate(0x2069);
 
@@ -24,7 +25,9 @@ QString StatusMessage::text() const
 
 QString StatusMessage::isolatedText() const
 {
-    const QString isolated = firstStrongIsolate + argument + popDirectionalIsolate;
+    // A path is read from its root, whatever letters follow.
+    const QChar isolate = argument.startsWith(u'/') ? leftToRightIsolate : firstStrongIsolate;
+    const QString isolated = isolate + argument + popDirectionalIsolate;
     return withArgument(pattern, isolated);
 }
 
