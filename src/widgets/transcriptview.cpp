@@ -1,6 +1,7 @@
 #include "widgets/transcriptview.h"
 
 #include "widgets/blockpresentation.h"
+#include "widgets/draftpresentation.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QAction>
@@ -24,19 +25,6 @@
 #include <memory>
 
 namespace tarn::console {
-
-namespace {
-
-bool isWhollyPresented(const QTextDocument *document, ParagraphPresentation presentation)
-{
-    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
-        if (!hasBlockPresentation(block.blockFormat(), presentation))
-            return false;
-    }
-    return true;
-}
-
-} // namespace
 
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     : QTextEdit(parent)
@@ -106,11 +94,18 @@ void TranscriptView::keepPlace(const std::function<void()> &change)
     m_followEnd = followed;
 }
 
-/// The stock layout is lazy and reports its size late, but scrolling needs the final range now.
+/// The stock layout is lazy and reports its size late, but scrolling needs the final range now. A
+/// scroll bar that comes or goes changes the width, and with it the size once more.
 void TranscriptView::completeLayout()
 {
     QAbstractTextDocumentLayout *layout = document()->documentLayout();
-    Q_EMIT layout->documentSizeChanged(layout->documentSize());
+    constexpr int maximumRounds = 4;
+    for (int round = 0; round < maximumRounds; ++round) {
+        const int height = layout->documentSize().toSize().height();
+        Q_EMIT layout->documentSizeChanged(layout->documentSize());
+        if (verticalScrollBar()->maximum() == std::max(0, height - viewport()->height()))
+            return;
+    }
 }
 
 void TranscriptView::refresh()
@@ -156,9 +151,11 @@ void TranscriptView::rebuildDocument()
 {
     m_blockMap.clear();
     QTextCursor cursor(document());
-    cursor.beginEditBlock();
     cursor.select(QTextCursor::Document);
+    // Laid out empty for a moment, so that a scroll bar that is no longer needed goes: a text that
+    // fits without it may be too high beside it.
     cursor.removeSelectedText();
+    cursor.beginEditBlock();
     cursor.setBlockFormat(blockFormatFor({}));
     appendParagraphs(0, false);
     cursor.endEditBlock();
@@ -364,29 +361,25 @@ void TranscriptView::setDraftEditor(QTextEdit *editor)
 {
     m_draftEditor = editor;
     if (editor)
-        connect(editor, &QTextEdit::textChanged, this, [this] { applyDraftPresentation(); });
+        connect(editor, &QTextEdit::textChanged, this,
+                [this] { updateDraftPresentation(DraftChange::Edit); });
     applyDraftPresentation();
 }
 
 void TranscriptView::applyDraftPresentation()
+{
+    updateDraftPresentation(DraftChange::Direction);
+}
+
+void TranscriptView::updateDraftPresentation(DraftChange change)
 {
     // Changing the format below changes the document, which asks for its presentation again.
     if (!m_draftEditor || m_applyingDraftPresentation)
         return;
     const QScopedValueRollback guard(m_applyingDraftPresentation, true);
 
-    QTextDocument *draft = m_draftEditor->document();
-    const auto presentation =
-        paragraphPresentation(m_transcript->direction(), m_draftEditor->toPlainText());
-    if (!isWhollyPresented(draft, presentation)) {
-        // One undo step with the edit that made it necessary, or undo would only undo the format.
-        QTextCursor cursor(draft);
-        cursor.joinPreviousEditBlock();
-        cursor.select(QTextCursor::Document);
-        cursor.mergeBlockFormat(blockFormatFor(presentation));
-        cursor.endEditBlock();
-    }
-    m_draftEditor->setLayoutDirection(presentation.layoutDirection);
+    const QString text = m_draftEditor->toPlainText();
+    presentDraft(m_draftEditor, paragraphPresentation(m_transcript->direction(), text), change);
 }
 
 } // namespace tarn::console

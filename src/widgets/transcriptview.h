@@ -1,6 +1,7 @@
 #pragma once
 
 #include "transcript/transcript.h"
+#include "widgets/draftpresentation.h"
 #include "widgets/paragraphblockmap.h"
 
 #include <QPointer>
@@ -85,6 +86,7 @@ private:
     qint64 appendRun(QTextCursor &cursor, qint64 first);
     void presentParagraph(qint64 paragraph);
     void restoreCursor(int anchor, int position);
+    void updateDraftPresentation(DraftChange change);
 
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;

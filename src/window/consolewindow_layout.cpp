@@ -164,11 +164,11 @@ void ConsoleWindow::connectUi()
 void ConsoleWindow::updateMinimumSize()
 {
     QSize needed = minimumSizeHint();
-    if (const QWidget *content = centralWidget()) {
+    const QLayout *rows = centralWidget()->layout();
+    if (rows->hasHeightForWidth()) {
         // The status labels wrap, which the plain hint does not know.
-        const QLayout *rows = content->layout();
         needed.rheight() +=
-            rows->minimumHeightForWidth(content->width()) - rows->minimumSize().height();
+            rows->minimumHeightForWidth(centralWidget()->width()) - rows->minimumSize().height();
     }
     setMinimumSize(needed.boundedTo(screen()->availableSize()).expandedTo(usualMinimumSize));
 }

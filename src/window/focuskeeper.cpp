@@ -2,16 +2,28 @@
 
 #include <QAbstractScrollArea>
 #include <QEvent>
+#include <QFocusEvent>
 
 namespace tarn::console {
+
+namespace {
+
+bool isUsersReason(Qt::FocusReason reason)
+{
+    return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
+           || reason == Qt::MouseFocusReason || reason == Qt::ShortcutFocusReason;
+}
+
+} // namespace
 
 FocusKeeper::FocusKeeper(QWidget *refuge, QObject *parent)
     : QObject(parent)
     , m_refuge(refuge)
 {
+    refuge->installEventFilter(this);
     // Clicks arrive at the viewport of a scroll area.
-    auto *scrollArea = qobject_cast<QAbstractScrollArea *>(refuge);
-    (scrollArea ? scrollArea->viewport() : refuge)->installEventFilter(this);
+    if (auto *scrollArea = qobject_cast<QAbstractScrollArea *>(refuge))
+        scrollArea->viewport()->installEventFilter(this);
 }
 
 void FocusKeeper::leave(QWidget *widget, bool returning)
@@ -39,7 +51,9 @@ void FocusKeeper::forget()
 
 bool FocusKeeper::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::MouseButtonPress)
+    if (event->type() == QEvent::MouseButtonPress
+        || (event->type() == QEvent::FocusOut
+            && isUsersReason(static_cast<QFocusEvent *>(event)->reason())))
         forget();
     return QObject::eventFilter(watched, event);
 }

@@ -10,7 +10,8 @@ namespace tarn::console {
 ///
 /// A widget that is disabled hands its focus to the next one, and the next space bar presses
 /// whatever button that is. Here the focus goes to a harmless refuge instead, and back when the
-/// widget is enabled again, unless the user has moved it meanwhile (a click on the refuge counts).
+/// widget is enabled again, unless the user has moved it meanwhile (a click on the refuge counts,
+/// and so does leaving it).
 class FocusKeeper : public QObject
 {
 public:
