@@ -1,0 +1,98 @@
+#!/usr/bin/env bash
+# The one list of Debian packages that the project needs. Does nothing when nothing is missing.
+set -euo pipefail
+
+usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
+       (build, wayland, display, test, screenshots, benchmark; default: build display test)'
+
+# Prints the packages of one group.
+packages_of() {
+    case $1 in
+    build) # Building the console and running it on an X display, Arabic included.
+        printf '%s\n' cmake g++ ninja-build \
+            qt6-base-dev qt6-tools-dev qt6-l10n-tools qt6-translations-l10n \
+            fonts-noto-core
+        ;;
+    wayland) # Running it where there is no X display but a Wayland one.
+        printf '%s\n' qt6-wayland
+        ;;
+    display) # A virtual display: X server, window manager, keys, screenshots.
+        printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
+        ;;
+    test) # What only the tests need: the clipboard as another program sees it.
+        printf '%s\n' python3 xclip
+        ;;
+    screenshots) # A dark palette for the pictures of the documentation.
+        printf '%s\n' qt6ct
+        ;;
+    benchmark)
+        printf '%s\n' libbenchmark-dev
+        ;;
+    *)
+        echo "setup.sh: there is no group '$1'" >&2
+        return 2
+        ;;
+    esac
+}
+
+# Runs a command as root.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        echo "setup.sh: installing needs root or sudo, for: $*" >&2
+        return 1
+    fi
+}
+
+list=false
+groups=()
+for argument in "$@"; do
+    case $argument in
+    -h | --help)
+        echo "$usage"
+        exit 0
+        ;;
+    --list) list=true ;;
+    -*)
+        echo "$usage" >&2
+        exit 2
+        ;;
+    *) groups+=("$argument") ;;
+    esac
+done
+if [ ${#groups[@]} -eq 0 ]; then
+    groups=(build display test)
+fi
+
+packages=()
+for group in "${groups[@]}"; do
+    names=$(packages_of "$group")
+    mapfile -t -O ${#packages[@]} packages <<<"$names"
+done
+
+if $list; then
+    printf '%s\n' "${packages[@]}"
+    exit 0
+fi
+
+if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+    echo "setup.sh: this is no Debian system; install what these packages hold: ${packages[*]}" >&2
+    exit 1
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$state" = installed ] || missing+=("$package")
+done
+if [ ${#missing[@]} -eq 0 ]; then
+    exit 0
+fi
+
+echo "Installing: ${missing[*]}"
+as_root apt-get update --quiet
+as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install --quiet --yes --no-install-recommends "${missing[@]}"

@@ -1,0 +1,225 @@
+"""Drives the built console on a real X server as a user does: real keys, and what other programs
+see of it (its window, its processes, the clipboard)."""
+
+import contextlib
+import os
+import pathlib
+import signal
+import subprocess
+import tempfile
+import time
+
+# How long anything may take before the test gives up. Nothing ever waits this long when it works.
+PATIENCE = 60.0
+
+
+class Failure(Exception):
+    """Something that a user would call wrong."""
+
+
+def check(condition, message):
+    if not condition:
+        raise Failure(message)
+
+
+def wait_for(condition, what, patience=PATIENCE):
+    """Calls `condition` until it returns something true, and returns that."""
+    end = time.monotonic() + patience
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > end:
+            raise Failure(f"waited in vain for {what}")
+        time.sleep(0.02)
+
+
+def xdotool(*arguments):
+    """The output of an xdotool command, or nothing when it fails."""
+    result = subprocess.run(["xdotool", *arguments], capture_output=True, text=True, check=False)
+    return result.stdout.strip() if result.returncode == 0 else ""
+
+
+def press(*keys):
+    subprocess.run(["xdotool", "key", "--delay", "20", *keys], check=True)
+
+
+def type_line(text):
+    subprocess.run(["xdotool", "type", "--delay", "20", "--", str(text)], check=True)
+    press("Return")
+
+
+class Clipboard:
+    """The clipboard as another program sees it."""
+
+    @staticmethod
+    def read(target="UTF8_STRING"):
+        result = subprocess.run(
+            ["xclip", "-selection", "clipboard", "-out", "-target", target],
+            capture_output=True, check=False)
+        return result.stdout.decode() if result.returncode == 0 else None
+
+    @staticmethod
+    def write(text):
+        # The xclip that keeps the text for others must not keep our pipes.
+        subprocess.run(
+            ["xclip", "-selection", "clipboard", "-in"], input=text.encode(),
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+
+    @classmethod
+    def formats(cls):
+        return (cls.read("TARGETS") or "").split()
+
+
+def is_running(pid):
+    """Whether the process exists and is more than an entry that waits to be collected."""
+    try:
+        status = pathlib.Path(f"/proc/{pid}/stat").read_text()
+    except (FileNotFoundError, ProcessLookupError):
+        return False
+    return status.rpartition(")")[2].split()[0] not in "ZX"
+
+
+def children_of(pid):
+    """The living processes that `pid` has started itself."""
+    children = []
+    for entry in pathlib.Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+            fields = (entry / "stat").read_text().rpartition(")")[2].split()
+            if int(fields[1]) == pid and fields[0] not in "ZX":
+                children.append(int(entry.name))
+    return children
+
+
+class Console:
+    """One console process with settings, scripts and a window of its own."""
+
+    def __init__(self, executable, interpreter, pictures):
+        self.executable = executable
+        self.interpreter = interpreter
+        self.language = "en"
+        self.pictures = pictures
+        self.process = None
+        self.window = None
+        self._directory = tempfile.TemporaryDirectory(prefix="tarn-desktop-")
+        self.directory = pathlib.Path(self._directory.name)
+        self._log = self.directory / "console.log"
+        self._journal = self.directory / "journal"
+
+    def script(self, source, name="script.tarn"):
+        """Writes a script and returns its path."""
+        path = self.directory / name
+        path.write_text(source)
+        return path
+
+    def open(self, source=None):
+        """Starts the console, with `source` selected, and waits for its window."""
+        settings = self.directory / "config" / "TARN" / "TARN Console.conf"
+        settings.parent.mkdir(parents=True, exist_ok=True)
+        settings.write_text(f"[General]\ninterfaceLanguage={self.language}\n")
+        command = [str(self.executable), "--tarn", str(self.interpreter)]
+        command += [str(source)] if source else []
+        environment = os.environ | {
+            "QT_QPA_PLATFORM": "xcb",
+            "HOME": str(self.directory),
+            "XDG_CONFIG_HOME": str(self.directory / "config"),
+            "TARN_DEMO_JOURNAL": str(self._journal),
+        }
+        with self._log.open("wb") as log:
+            self.process = subprocess.Popen(
+                command, env=environment, cwd=self.directory, stdin=subprocess.DEVNULL,
+                stdout=log, stderr=log)
+        self.window = wait_for(self._find_window, "the console's window")
+        wait_for(lambda: xdotool("getactivewindow") == self.window, "the window to be active")
+
+    def windows(self):
+        """The console's visible windows: the main one and its dialogs."""
+        return xdotool("search", "--all", "--onlyvisible", "--pid", str(self.process.pid),
+                       "--name", ".").split()
+
+    def _find_window(self):
+        check(self.process.poll() is None, f"the console ended at its start:\n{self.log()}")
+        windows = self.windows()
+        return windows[0] if windows else None
+
+    def title(self):
+        return xdotool("getwindowname", self.window)
+
+    def run(self):
+        press("ctrl+r")
+
+    def program(self):
+        """The process number of a program that keeps running."""
+        return wait_for(self.programs, "the program to start")[0]
+
+    def programs(self):
+        return children_of(self.process.pid)
+
+    def wait_until_idle(self):
+        wait_for(lambda: not self.programs(), "the program to end")
+
+    def journal(self):
+        """What the demo interpreter noted: when it started, asked, was answered and ended."""
+        return self._journal.read_text().splitlines() if self._journal.exists() else []
+
+    def answer(self, text):
+        """Types into the program input, wherever the focus was, and sends the line."""
+        press("ctrl+2")
+        type_line(text)
+
+    def transcript(self):
+        """What the window shows, copied by keys and read from the clipboard by another program."""
+        marker = f"nothing copied yet {time.monotonic_ns()}"
+        Clipboard.write(marker)
+        press("ctrl+1", "ctrl+a", "ctrl+c")
+        with contextlib.suppress(Failure):
+            wait_for(lambda: Clipboard.read() not in (None, marker), "a copy", patience=3)
+        text = Clipboard.read()
+        return "" if text == marker else text
+
+    def wait_for_transcript(self, accepts, what):
+        """Copies the transcript again and again until `accepts` likes it."""
+        last = ""
+
+        def accepted():
+            nonlocal last
+            last = self.transcript()
+            return accepts(last)
+
+        try:
+            wait_for(accepted, what)
+        except Failure as failure:
+            raise Failure(f"{failure}; the transcript reads:\n{last}") from None
+        return last
+
+    def wait_for_text(self, text):
+        return self.wait_for_transcript(lambda shown: text in shown, repr(text))
+
+    def quit(self):
+        """Closes the window by its keys; the console must end cleanly."""
+        press("ctrl+q")
+        wait_for(lambda: self.process.poll() is not None, "the console to end")
+        check(self.process.returncode == 0,
+              f"the console ended with {self.process.returncode}:\n{self.log()}")
+        check("QProcess: Destroyed" not in self.log(), self.log())
+
+    def log(self):
+        return self._log.read_text(errors="replace")
+
+    def take_picture(self, name):
+        self.pictures.mkdir(parents=True, exist_ok=True)
+        picture = self.pictures / f"{name}.png"
+        subprocess.run(["maim", str(picture)], check=False)
+        return picture
+
+    def dispose(self):
+        """Ends whatever a failed scenario left behind."""
+        if self.process and self.process.poll() is None:
+            left = self.programs()
+            self.process.kill()
+            self.process.wait()
+            # Each program leads a group of its own.
+            for pid in left:
+                with contextlib.suppress(ProcessLookupError):
+                    os.killpg(pid, signal.SIGKILL)
+        self._directory.cleanup()

@@ -1,0 +1,214 @@
+#!/usr/bin/env python3
+"""The desktop scenarios: scenarios.py [OPTIONS] NAME runs one of them on the current display.
+
+To add one, write a function here whose only parameter is the console, mark it with @scenario and
+name it in CMakeLists.txt."""
+
+import argparse
+import os
+import pathlib
+import subprocess
+import sys
+
+from desktop import (Clipboard, Console, Failure, check, is_running, press, type_line, wait_for,
+                     xdotool)
+
+SCENARIOS = {}
+
+
+def scenario(function):
+    SCENARIOS[function.__name__] = function
+    return function
+
+
+def use_arabic_keys():
+    """Gives the keyboard Arabic letters beside the Latin ones, as a user of both has them."""
+    subprocess.run(["setxkbmap", "us,ara"], check=True)
+
+
+@scenario
+def window_title(console):
+    console.open()
+    check(console.title() == "TARN Console", f"the title is {console.title()!r}")
+    console.quit()
+
+
+@scenario
+def run_and_answer(console):
+    """Several answers in a row by the keyboard alone; the focus stays where the user types."""
+    console.open(console.demo_programs / "greeting.tarn")
+    console.run()
+    console.wait_for_text("What is your name?")
+    press("ctrl+2")
+    type_line("Sam")
+    wait_for(lambda: console.journal().count("asked") == 2, "the second question")
+    type_line("3")
+    shown = console.wait_for_text("Goodbye, Sam. See you soon.")
+    for text in ["Nice to meet you, Sam!", "★ 3 of 3: hello, Sam!"]:
+        check(text in shown, shown)
+    check("Sam" in shown.split("\n") and "3" in shown.split("\n"), f"no echoes in:\n{shown}")
+    console.wait_until_idle()
+    console.quit()
+
+
+@scenario
+def arabic_answer(console):
+    """An Arabic program, answered on an Arabic keyboard in the Arabic interface."""
+    use_arabic_keys()
+    console.language = "ar"
+    console.open(console.demo_programs / "تحية.ترن")
+    console.run()
+    console.wait_for_text("ما اسمك؟")
+    console.answer("سلمى")
+    console.wait_for_text("تشرفنا يا سلمى!")
+    console.answer("2")
+    shown = console.wait_for_text("مع السلامة يا سلمى، إلى اللقاء.")
+    check("التحية 2 من 2: السلام عليكم يا سلمى ★" in shown, shown)
+    console.wait_until_idle()
+    console.quit()
+
+
+@scenario
+def copy_output(console):
+    """Another program gets exactly the shown text, and only as text."""
+    lines = ["no\u00a0break space", "العربية\u00a0نص", "a\tb", "", "<b>bold</b> &amp;"]
+    console.open(console.script("".join(f"print {line}\n" for line in lines)
+                                + "sleep 300\nerror \x1b[31mتحذير\n"))
+    console.run()
+    expected = "".join(f"{line}\n" for line in lines) + "\\u{001B}[31mتحذير\n"
+    console.wait_for_transcript(lambda shown: shown == expected, repr(expected))
+    check("text/html" not in Clipboard.formats(), f"the formats are {Clipboard.formats()}")
+    console.wait_until_idle()
+    console.quit()
+
+
+@scenario
+def close_input(console):
+    console.open(console.script("lines -> line\nprint got {line}\nend\nprint {count} lines\n"))
+    console.run()
+    console.answer("one")
+    console.wait_for_text("got one")
+    press("ctrl+d")
+    console.wait_for_text("1 lines")
+    console.wait_until_idle()
+    console.quit()
+
+
+@scenario
+def stop_runaway(console):
+    """Stop ends a program that would run for ever, and the next run works."""
+    console.open(console.script("forever\nprint still here {count}\nsleep 10\nend\n"))
+    console.run()
+    program = console.program()
+    console.wait_for_text("still here 5")
+    press("ctrl+period")
+    wait_for(lambda: not is_running(program), "the program to be gone")
+    console.wait_until_idle()
+    console.run()
+    second = console.program()
+    check(second != program, "the second run is the first")
+    console.wait_for_transcript(lambda shown: shown.count("still here 1\n") == 2, "a second run")
+    press("ctrl+period")
+    wait_for(lambda: not is_running(second), "the second program to be gone")
+    console.quit()
+
+
+@scenario
+def stop_stubborn(console):
+    """A program and its child that both ignore the polite request are ended by force."""
+    interpreter = console.script(
+        "#!/bin/sh\n"
+        "trap '' TERM\n"
+        "sleep 1000 &\n"
+        "echo child $!\n"
+        "wait\n", "stubborn")
+    interpreter.chmod(0o755)
+    console.interpreter = interpreter
+    console.open(console.script("", "any.tarn"))
+    console.run()
+    program = console.program()
+    shown = console.wait_for_transcript(lambda text: text.endswith("\n"), "the child's number")
+    child = int(shown.split()[1])
+    check(is_running(child), f"there is no process {child}")
+    press("ctrl+period")
+    wait_for(lambda: not is_running(program), "the program to be gone")
+    wait_for(lambda: not is_running(child), "its child to be gone")
+    console.quit()
+
+
+@scenario
+def flood(console):
+    """A program that prints for ever is stopped at a limit, and the window lives on."""
+    console.open(console.script("forever\nprint {count} السطر\nend\n"))
+    console.run()
+    program = console.program()
+    wait_for(lambda: not is_running(program), "the program to be stopped")
+    shown = console.wait_for_text("1 السطر\n2 السطر\n")
+    check(shown.count("\n") > 10000, f"only {len(shown)} characters are left")
+    press("ctrl+l")
+    console.wait_for_transcript(lambda text: text == "", "an empty transcript")
+    console.quit()
+
+
+@scenario
+def open_source(console):
+    """A source is chosen in the file dialog by typing its path, and then run."""
+    source = console.script("اطبع تم الفتح\n", "مفتوح.ترن")
+    use_arabic_keys()
+    console.open()
+    press("ctrl+o")
+    wait_for(lambda: len(console.windows()) == 2, "the file dialog")
+    wait_for(lambda: xdotool("getactivewindow") not in ("", console.window), "its focus")
+    type_line(source)
+    wait_for(lambda: xdotool("getactivewindow") == console.window, "the main window again")
+    console.run()
+    console.wait_for_text("تم الفتح")
+    console.wait_until_idle()
+    console.quit()
+
+
+@scenario
+def clear_output(console):
+    console.open(console.script("print before\nlines -> line\nprint {line}\nend\n"))
+    console.run()
+    console.wait_for_text("before")
+    press("ctrl+l")
+    console.answer("after")
+    shown = console.wait_for_text("after")
+    check("before" not in shown, shown)
+    press("ctrl+d")
+    console.wait_until_idle()
+    console.quit()
+
+
+def path(text):
+    return pathlib.Path(text).absolute()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--console", required=True, type=path, help="the tarn-console to test")
+    parser.add_argument("--interpreter", required=True, type=path,
+                        help="the tarn-demo to run programs with")
+    parser.add_argument("--demo-programs", required=True, type=path)
+    parser.add_argument("--pictures", required=True, type=path,
+                        help="where to put pictures of failures")
+    parser.add_argument("name", choices=SCENARIOS)
+    options = parser.parse_args()
+
+    console = Console(options.console, options.interpreter, options.pictures)
+    console.demo_programs = options.demo_programs
+    try:
+        SCENARIOS[options.name](console)
+    except Failure as failure:
+        print(f"FAILED: {failure}", file=sys.stderr)
+        print(f"A picture of the screen: {console.take_picture(options.name)}", file=sys.stderr)
+        return 1
+    finally:
+        console.dispose()
+    return 0
+
+
+if __name__ == "__main__":
+    os.environ["LC_ALL"] = "C.UTF-8"
+    sys.exit(main())

@@ -1,0 +1,208 @@
+#include "support/rebuiltview.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QResizeEvent>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn::console {
+
+namespace {
+
+void writePresentation(QTextBlockFormat *format, ParagraphPresentation presentation)
+{
+    const bool rightToLeft = presentation.layoutDirection == Qt::RightToLeft;
+    format->setProperty(QTextFormat::LayoutDirection,
+                        int(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight));
+    format->setProperty(QTextFormat::BlockAlignment,
+                        int(presentation.rightAligned ? Qt::AlignRight : Qt::AlignLeft));
+}
+
+} // namespace
+
+RebuiltView::RebuiltView(const Transcript *transcript, QWidget *parent)
+    : QTextEdit(parent)
+    , m_transcript(transcript)
+{
+    setReadOnly(true);
+    setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    setAcceptRichText(false);
+    setTabChangesFocus(true);
+    document()->setUndoRedoEnabled(false);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this,
+            [this] { m_followEnd = followsEnd(); });
+    connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this](int, int maximum) {
+        if (m_followEnd)
+            verticalScrollBar()->setValue(maximum);
+    });
+}
+
+bool RebuiltView::followsEnd() const
+{
+    return verticalScrollBar()->value() >= verticalScrollBar()->maximum();
+}
+
+void RebuiltView::refresh()
+{
+    const int anchor = textCursor().anchor();
+    const int position = textCursor().position();
+    const bool hadFocus = hasFocus();
+    const bool followed = m_followEnd;
+    const Place reader = place();
+
+    setPlainText(m_transcript->documentText());
+    formatBlocks();
+    completeLayout();
+
+    QTextCursor cursor(document());
+    const int last = document()->characterCount() - 1;
+    cursor.setPosition(std::clamp(anchor, 0, last));
+    cursor.setPosition(std::clamp(position, 0, last), QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
+
+    goTo(followed, reader);
+    presentDraft();
+    if (hadFocus)
+        setFocus(Qt::OtherFocusReason);
+}
+
+RebuiltView::Place RebuiltView::place() const
+{
+    const QTextBlock block = cursorForPosition(QPoint(1, 1)).block();
+    if (!block.isValid())
+        return {};
+    const qreal top = document()->documentLayout()->blockBoundingRect(block).top();
+    return {block.blockNumber(), int(std::lround(top)) - verticalScrollBar()->value()};
+}
+
+void RebuiltView::goTo(bool end, Place place)
+{
+    QScrollBar *bar = verticalScrollBar();
+    const QTextBlock block = document()->findBlockByNumber(place.blockNumber);
+    if (end || !block.isValid()) {
+        bar->setValue(bar->maximum());
+    } else {
+        const qreal top = document()->documentLayout()->blockBoundingRect(block).top();
+        bar->setValue(std::max(std::min(int(std::lround(top)) - place.offset, bar->maximum()),
+                               bar->minimum()));
+    }
+    m_followEnd = end;
+}
+
+/// Until the text is laid out to its end and the scroll range says so. A scroll bar that comes or
+/// goes changes the width and starts the layout again.
+void RebuiltView::completeLayout()
+{
+    const QAbstractTextDocumentLayout *layout = document()->documentLayout();
+    for (int round = 0; round < 4; ++round) {
+        const int height = layout->documentSize().toSize().height();
+        // An unchanged size only brings the scroll range up to date.
+        QResizeEvent sameSize(viewport()->size(), viewport()->size());
+        QTextEdit::resizeEvent(&sameSize);
+        if (verticalScrollBar()->maximum() == std::max(0, height - viewport()->height()))
+            return;
+    }
+}
+
+/// Positions tell which paragraph a block shows; the paragraph's text may hold separators.
+void RebuiltView::formatBlocks()
+{
+    QTextCursor edit(document());
+    edit.beginEditBlock();
+    const QList<TranscriptParagraph> &paragraphs = m_transcript->paragraphs();
+    qsizetype index = 0;
+    qsizetype start = 0;
+    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+        while (index < paragraphs.size()
+               && block.position() > start + paragraphs.at(index).text.size()) {
+            start += paragraphs.at(index).text.size() + 1;
+            ++index;
+        }
+        QTextBlockFormat format = block.blockFormat();
+        writePresentation(&format, index < paragraphs.size()
+                                       ? m_transcript->presentationForParagraph(index)
+                                       : ParagraphPresentation());
+        QTextCursor(block).setBlockFormat(format);
+    }
+    edit.endEditBlock();
+}
+
+TranscriptFindResult RebuiltView::findLiteral(const QString &text, bool backward)
+{
+    const QTextCursor from = textCursor();
+    const auto result = m_transcript->findLiteral(
+        text, backward ? from.selectionStart() : from.selectionEnd(), backward);
+    if (result.found) {
+        const bool followed = m_followEnd;
+        QTextCursor cursor(document());
+        cursor.setPosition(int(result.position));
+        cursor.setPosition(int(result.position + result.length), QTextCursor::KeepAnchor);
+        setTextCursor(cursor);
+        ensureCursorVisible();
+        m_followEnd = followed;
+    }
+    return result;
+}
+
+void RebuiltView::setDraftEditor(QTextEdit *editor)
+{
+    m_draftEditor = editor;
+    connect(editor, &QTextEdit::textChanged, this, [this] { presentDraft(); });
+    presentDraft();
+}
+
+void RebuiltView::presentDraft()
+{
+    if (!m_draftEditor || m_presentingDraft)
+        return;
+    m_presentingDraft = true;
+    const QTextCursor before = m_draftEditor->textCursor();
+    const auto presentation =
+        paragraphPresentation(m_transcript->direction(), m_draftEditor->toPlainText());
+    QTextBlockFormat format;
+    writePresentation(&format, presentation);
+    QTextCursor everything(m_draftEditor->document());
+    everything.select(QTextCursor::Document);
+    everything.mergeBlockFormat(format);
+    m_draftEditor->setLayoutDirection(presentation.layoutDirection);
+    m_draftEditor->setTextCursor(before);
+    m_presentingDraft = false;
+}
+
+void RebuiltView::resizeEvent(QResizeEvent *event)
+{
+    const bool followed = m_followEnd;
+    const Place reader = place();
+    QTextEdit::resizeEvent(event);
+    completeLayout();
+    goTo(followed, reader);
+}
+
+void RebuiltView::changeEvent(QEvent *event)
+{
+    if (event->type() != QEvent::FontChange) {
+        QTextEdit::changeEvent(event);
+        return;
+    }
+    const bool followed = m_followEnd;
+    const Place reader = place();
+    QTextEdit::changeEvent(event);
+    completeLayout();
+    goTo(followed, reader);
+}
+
+void RebuiltView::wheelEvent(QWheelEvent *event)
+{
+    if (event->modifiers().testFlag(Qt::ControlModifier))
+        event->ignore();
+    else
+        QTextEdit::wheelEvent(event);
+}
+
+} // namespace tarn::console

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "transcript/transcript.h"
+#include "widgets/paragraphpresentation.h"
+
+#include <QPoint>
+#include <QPointer>
+#include <QTextEdit>
+
+namespace tarn::console {
+
+/// A transcript view without any cleverness, to compare the real one with: every refresh replaces
+/// the whole text, formats every block, completes the layout and only then scrolls.
+class RebuiltView : public QTextEdit
+{
+public:
+    explicit RebuiltView(const Transcript *transcript, QWidget *parent = nullptr);
+
+    /// Unlike the real view's it does not acknowledge: that is the caller's.
+    void refresh();
+    bool followsEnd() const;
+    TranscriptFindResult findLiteral(const QString &text, bool backward);
+    void setDraftEditor(QTextEdit *editor);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+
+private:
+    struct Place
+    {
+        int blockNumber = 0;
+        int offset = 0;
+    };
+
+    Place place() const;
+    void goTo(bool end, Place place);
+    void completeLayout();
+    void formatBlocks();
+    void presentDraft();
+
+    const Transcript *m_transcript;
+    QPointer<QTextEdit> m_draftEditor;
+    bool m_followEnd = true;
+    bool m_presentingDraft = false;
+};
+
+} // namespace tarn::console

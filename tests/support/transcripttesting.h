@@ -1,0 +1,58 @@
+#pragma once
+
+#include "transcript/decoderfragment.h"
+#include "transcript/transcript.h"
+#include "transcript/transcriptlimits.h"
+#include "transcript/transcriptparagraph.h"
+#include "transcript/transcriptrecord.h"
+#include "transcript/transcriptresults.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+namespace tarn::console {
+
+/// "C3 A9" as bytes; string literals run a hexadecimal escape into the letters after it.
+QByteArray fromHex(const char *hex);
+
+/// Limits that no test reaches by accident.
+TranscriptLimits wideLimits();
+/// The limits of the console window.
+TranscriptLimits windowLimits();
+
+DecoderFragment textFragment(const QString &text, const QString &directionText);
+/// A Text of ordinary characters, which all count for the direction.
+DecoderFragment plainFragment(const QString &text);
+DecoderFragment breakFragment();
+
+/// One line for each, with everything that it holds, for comparisons that explain themselves.
+QString describe(const DecoderFragment &fragment);
+QString describe(const TranscriptAppendResult &result);
+QString describe(const TranscriptFindResult &result);
+QString describe(const TranscriptRecord &record);
+QString describe(const TranscriptParagraph &paragraph, bool terminated);
+QStringList describe(const QList<DecoderFragment> &fragments);
+
+/// Counts, stop state, records and paragraphs of a transcript; also of the plain one.
+template<typename AnyTranscript>
+QStringList describeAll(const AnyTranscript &transcript)
+{
+    QStringList lines;
+    lines << QStringLiteral("retained %1, pending %2, stopped %3, reason %4")
+                 .arg(transcript.retainedByteCount())
+                 .arg(transcript.pendingUpdateByteCount())
+                 .arg(transcript.captureStopped())
+                 .arg(qint32(transcript.stopReason()));
+    for (const TranscriptRecord &record : transcript.records())
+        lines << describe(record);
+    for (qsizetype i = 0; i < transcript.paragraphs().size(); ++i)
+        lines << describe(transcript.paragraphs().at(i), transcript.isParagraphTerminated(i));
+    return lines;
+}
+
+/// The paragraph texts, each followed by "$" when a line break ended it.
+QStringList paragraphTexts(const Transcript &transcript);
+
+} // namespace tarn::console

@@ -1,0 +1,366 @@
+#include "transcript/transcript.h"
+
+#include "support/nastybytes.h"
+#include "support/transcripthistory.h"
+#include "support/transcripttesting.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace tarn::console;
+
+namespace {
+
+constexpr auto Out = TranscriptStream::StandardOutput;
+constexpr auto Err = TranscriptStream::StandardError;
+
+QString describe(const TranscriptChanges &changes)
+{
+    QString extended;
+    for (const TranscriptChanges::Extension &extension : changes.extended)
+        extended += u" %1@%2"_s.arg(extension.paragraph).arg(extension.shownLength);
+    return u"everything %1, new from %2, extended%3, last was terminated %4"_s.arg(
+        QString::number(changes.everything), QString::number(changes.firstNew), extended,
+        QString::number(changes.lastWasTerminated));
+}
+
+/// Paragraph texts as a view keeps them, brought up to date from the changes alone.
+class Reader
+{
+public:
+    /// Empty, or what was wrong with the changes.
+    QString catchUp(const Transcript &transcript);
+    QString documentText() const;
+
+private:
+    QString apply(const Transcript &transcript);
+    QString checkExtensions(const Transcript &transcript) const;
+
+    QStringList m_texts;
+    QList<bool> m_terminated;
+};
+
+QString Reader::catchUp(const Transcript &transcript)
+{
+    const QString problem = apply(transcript);
+    m_terminated.clear();
+    for (qsizetype i = 0; i < transcript.paragraphs().size(); ++i)
+        m_terminated << transcript.isParagraphTerminated(i);
+    return problem;
+}
+
+QString Reader::apply(const Transcript &transcript)
+{
+    const TranscriptChanges &changes = transcript.changes();
+    if (changes.everything) {
+        if (changes.firstNew != 0 || !changes.extended.isEmpty())
+            return u"something is old"_s;
+        m_texts.clear();
+    } else {
+        if (changes.firstNew != m_texts.size())
+            return u"the first new paragraph is %1"_s.arg(changes.firstNew);
+        if (changes.lastWasTerminated != (!m_terminated.isEmpty() && m_terminated.last()))
+            return u"the last paragraph was different"_s;
+        const QString problem = checkExtensions(transcript);
+        if (!problem.isEmpty())
+            return problem;
+        for (const TranscriptChanges::Extension &extension : changes.extended) {
+            m_texts[extension.paragraph] +=
+                transcript.paragraphs().at(extension.paragraph).text.sliced(extension.shownLength);
+        }
+    }
+    for (qsizetype i = m_texts.size(); i < transcript.paragraphs().size(); ++i)
+        m_texts << transcript.paragraphs().at(i).text;
+    return QString();
+}
+
+/// The extensions are exactly the old paragraphs that have grown or ended, in order.
+QString Reader::checkExtensions(const Transcript &transcript) const
+{
+    QStringList expected;
+    for (qsizetype i = 0; i < m_texts.size(); ++i) {
+        const bool grown = transcript.paragraphs().at(i).text != m_texts.at(i);
+        if (grown || transcript.isParagraphTerminated(i) != m_terminated.at(i))
+            expected << u"%1@%2"_s.arg(i).arg(m_texts.at(i).size());
+    }
+    QStringList actual;
+    for (const TranscriptChanges::Extension &extension : transcript.changes().extended)
+        actual << u"%1@%2"_s.arg(extension.paragraph).arg(extension.shownLength);
+    if (actual == expected)
+        return QString();
+    return u"extended are %1, should be %2"_s.arg(actual.join(u' '), expected.join(u' '));
+}
+
+QString Reader::documentText() const
+{
+    QString text = m_texts.join(u'\n');
+    if (!m_terminated.isEmpty() && m_terminated.last())
+        text += u'\n';
+    return text;
+}
+
+QString playRound(quint32 seed)
+{
+    NastyBytes random(seed);
+    const RandomLimits chosen = randomLimits(random);
+    Transcript transcript(chosen.limits);
+    Reader reader;
+    transcript.acknowledgePendingUpdates();
+    for (int i = 0; i < 60; ++i) {
+        const TranscriptStep step =
+            randomStep(random, chosen.longestChunk, transcript.captureStopped());
+        if (step.kind == TranscriptStep::Kind::Acknowledge)
+            reader.catchUp(transcript);
+        carryOut(step, transcript);
+        Reader trial = reader;
+        QString problem = trial.catchUp(transcript);
+        if (problem.isEmpty() && trial.documentText() != transcript.documentText())
+            problem = u"the text is different"_s;
+        if (!problem.isEmpty())
+            return u"seed %1, step %2 (%3): %4"_s.arg(QString::number(seed), QString::number(i),
+                                                      tarn::console::describe(step), problem);
+    }
+    return QString();
+}
+
+} // namespace
+
+class TestTranscriptChanges : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nothingChangedAfterAnAcknowledgement();
+    void newParagraphsCountFromTheFirst();
+    void openLineIsExtended();
+    void lineBreakAloneIsAnExtension();
+    void bothStreamsExtendTheirLines();
+    void extensionIsNotedOnce();
+    void growthOfANewParagraphIsNoExtension();
+    void finalizeExtendsToo();
+    void echoExtendsNothing();
+    void clearChangesEverything();
+    void anotherDirectionChangesEverything();
+    void sameDirectionChangesNothing();
+    void everythingLastsUntilTheAcknowledgement();
+    void acknowledgementsAreCounted();
+    void refusalsChangeNothing();
+    void recordsAndNewStreamsChangeNothing();
+    void readersOfTheChangesKeepUp_data();
+    void readersOfTheChangesKeepUp();
+};
+
+void TestTranscriptChanges::nothingChangedAfterAnAcknowledgement()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "a\nb"_ba);
+    transcript.acknowledgePendingUpdates();
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 2, extended, last was terminated 0"_s);
+    transcript.appendStream(Out, "c\n"_ba);
+    transcript.acknowledgePendingUpdates();
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 2, extended, last was terminated 1"_s);
+}
+
+void TestTranscriptChanges::newParagraphsCountFromTheFirst()
+{
+    Transcript transcript(wideLimits());
+    transcript.acknowledgePendingUpdates();
+    transcript.appendStream(Out, "a\nb\nc"_ba);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 0, extended, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::openLineIsExtended()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "a\nbc"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.appendStream(Out, "d\ne\n"_ba);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 2, extended 1@2, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::lineBreakAloneIsAnExtension()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "abc"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.appendStream(Out, "\n"_ba);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 1, extended 0@3, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::bothStreamsExtendTheirLines()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Err, "err"_ba);
+    transcript.appendStream(Out, "out\nmore"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.appendStream(Out, "!\nnew"_ba);
+    transcript.appendStream(Err, "or"_ba);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 3, extended 0@3 2@4, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::extensionIsNotedOnce()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, u"\U0001F600"_s.toUtf8());
+    transcript.acknowledgePendingUpdates();
+    for (const char *piece : {"a", "b", "\n"})
+        transcript.appendStream(Out, piece);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 1, extended 0@2, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::growthOfANewParagraphIsNoExtension()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "a\n"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.appendStream(Out, "b"_ba);
+    transcript.appendStream(Out, "c\n"_ba);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 1, extended, last was terminated 1"_s);
+}
+
+void TestTranscriptChanges::finalizeExtendsToo()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "a\r"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.finalizeStream(Out);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 1, extended 0@1, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::echoExtendsNothing()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "prompt"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.appendInputEcho(u"Input"_s, "in\n"_ba);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 1, extended, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::clearChangesEverything()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "a\nb"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.clear();
+    QVERIFY(transcript.changes().everything);
+    transcript.acknowledgePendingUpdates();
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 0, extended, last was terminated 0"_s);
+    transcript.appendStream(Out, "c"_ba);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 0, extended, last was terminated 0"_s);
+}
+
+void TestTranscriptChanges::anotherDirectionChangesEverything()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "a\n"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.setDirection(ContentDirection::RightToLeft);
+    QVERIFY(transcript.changes().everything);
+    transcript.acknowledgePendingUpdates();
+    QVERIFY(!transcript.changes().everything);
+}
+
+void TestTranscriptChanges::sameDirectionChangesNothing()
+{
+    Transcript transcript(wideLimits());
+    transcript.setDirection(ContentDirection::RightToLeft);
+    transcript.appendStream(Out, "a\n"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.setDirection(ContentDirection::RightToLeft);
+    QCOMPARE(describe(transcript.changes()),
+             u"everything 0, new from 1, extended, last was terminated 1"_s);
+}
+
+void TestTranscriptChanges::acknowledgementsAreCounted()
+{
+    Transcript transcript(wideLimits());
+    const quint64 first = transcript.changes().acknowledgement;
+    transcript.appendStream(Out, "a\nb"_ba);
+    transcript.appendInputEcho(u"Input"_s, "in\n"_ba);
+    QCOMPARE(transcript.changes().acknowledgement, first);
+    transcript.acknowledgePendingUpdates();
+    QCOMPARE(transcript.changes().acknowledgement, first + 1);
+    transcript.appendStream(Out, "c"_ba);
+    transcript.setDirection(ContentDirection::RightToLeft);
+    transcript.clear();
+    transcript.beginStreams();
+    QCOMPARE(transcript.changes().acknowledgement, first + 1);
+    transcript.acknowledgePendingUpdates();
+    transcript.acknowledgePendingUpdates();
+    QCOMPARE(transcript.changes().acknowledgement, first + 3);
+}
+
+void TestTranscriptChanges::everythingLastsUntilTheAcknowledgement()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "a\nb"_ba);
+    transcript.acknowledgePendingUpdates();
+    transcript.clear();
+    transcript.appendStream(Out, "c\nd\ne\nf\n"_ba);
+    transcript.appendInputEcho(u"Input"_s, "in"_ba);
+    QVERIFY(transcript.changes().everything);
+}
+
+void TestTranscriptChanges::refusalsChangeNothing()
+{
+    TranscriptLimits limits = wideLimits();
+    limits.maxParagraphBytes = 3;
+    Transcript transcript(limits);
+    transcript.appendStream(Out, "abc"_ba);
+    transcript.acknowledgePendingUpdates();
+    const QString before = describe(transcript.changes());
+    QVERIFY(transcript.appendStream(Out, "d"_ba).captureStopped);
+    transcript.appendStream(Out, "\n"_ba);
+    transcript.appendInputEcho(u"Input"_s, "in\n"_ba);
+    QCOMPARE(describe(transcript.changes()), before);
+}
+
+void TestTranscriptChanges::recordsAndNewStreamsChangeNothing()
+{
+    Transcript transcript(wideLimits());
+    transcript.appendStream(Out, "abc"_ba);
+    transcript.acknowledgePendingUpdates();
+    const QString before = describe(transcript.changes());
+    transcript.appendApplicationLabel(u"label"_s);
+    transcript.appendOutcome(u"outcome"_s);
+    transcript.appendLimitRecord(TranscriptLimit::Paragraphs);
+    transcript.appendStream(Out, fromHex("C3"));
+    transcript.beginStreams();
+    transcript.finalizeStream(Out);
+    QCOMPARE(describe(transcript.changes()), before);
+    transcript.appendStream(Out, "d"_ba);
+    QCOMPARE(describe(transcript.changes()), before);
+    QCOMPARE(transcript.documentText(), u"abc\nd"_s);
+}
+
+void TestTranscriptChanges::readersOfTheChangesKeepUp_data()
+{
+    QTest::addColumn<quint32>("firstSeed");
+    for (const quint32 first : {100u, 200u, 300u, 400u, 500u, 600u})
+        QTest::addRow("seed %u", first) << first;
+}
+
+void TestTranscriptChanges::readersOfTheChangesKeepUp()
+{
+    QFETCH(quint32, firstSeed);
+    for (quint32 seed = firstSeed; seed < firstSeed + 60; ++seed) {
+        const QString problem = playRound(seed);
+        QVERIFY2(problem.isEmpty(), qPrintable(problem));
+    }
+}
+
+QTEST_GUILESS_MAIN(TestTranscriptChanges)
+
+#include "tst_transcript_changes.moc"

@@ -1,0 +1,79 @@
+#include "widgets/transcriptview.h"
+
+#include "widgets/viewhistory.h"
+
+#include <QApplication>
+#include <QTest>
+
+#include <chrono>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using namespace tarn::console;
+
+namespace {
+
+constexpr int stepsOfARound = 150;
+
+QString difference(TwinViews &views, bool withPixels)
+{
+    const QString atOnce = views.difference();
+    if (!atOnce.isEmpty())
+        return atOnce;
+    TwinViews::drain();
+    const QString later = views.difference();
+    if (!later.isEmpty())
+        return u"after a while: "_s + later;
+    return withPixels && !views.samePixels() ? u"other pixels"_s : QString();
+}
+
+} // namespace
+
+/// The view patches its document; a plain view over the same transcript rebuilds its own. After
+/// every step of a random history, nobody can tell them apart.
+class TestTranscriptViewOracle : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void looksLikeAFullRebuild_data();
+    void looksLikeAFullRebuild();
+};
+
+void TestTranscriptViewOracle::initTestCase()
+{
+    // A second press counts for as long as a run takes, so that no clock decides what is selected.
+    QApplication::setDoubleClickInterval(int(std::chrono::milliseconds(1h).count()));
+}
+
+void TestTranscriptViewOracle::looksLikeAFullRebuild_data()
+{
+    QTest::addColumn<quint32>("seed");
+    const quint32 first = qEnvironmentVariableIntValue("TARN_TEST_SEED");
+    const int rounds = qEnvironmentVariableIntValue("TARN_TEST_ROUNDS");
+    const quint32 start = first == 0 ? 1 : first;
+    const quint32 count = rounds > 0 ? rounds : first == 0 ? 16 : 1;
+    for (quint32 seed = start; seed < start + count; ++seed)
+        QTest::addRow("seed %u", seed) << seed;
+}
+
+void TestTranscriptViewOracle::looksLikeAFullRebuild()
+{
+    QFETCH(quint32, seed);
+    ViewHistory history(seed);
+    QStringList done;
+    for (int step = 0; step < stepsOfARound; ++step) {
+        done << history.step();
+        const QString difference = ::difference(history.views(), step % 5 == 0);
+        if (difference.isEmpty())
+            continue;
+        QFAIL(qPrintable(
+            u"seed %1, step %2 (%3): %4"_s.arg(QString::number(seed), QString::number(step),
+                                               done.mid(step - 3).join(u", "_s), difference)));
+    }
+}
+
+QTEST_MAIN(TestTranscriptViewOracle)
+
+#include "tst_transcriptvieworacle.moc"

@@ -1,0 +1,191 @@
+#include "widgets/twinviews.h"
+
+#include "support/transcripttesting.h"
+
+#include <QCoreApplication>
+#include <QFocusEvent>
+#include <QImage>
+#include <QPixmap>
+#include <QScrollBar>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+
+#include <memory>
+
+namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString describe(const QTextBlock &block)
+{
+    QString line =
+        u"block %1 at %2 '%3'"_s.arg(block.blockNumber()).arg(block.position()).arg(block.text());
+    const QMap<int, QVariant> properties = block.blockFormat().properties();
+    for (auto it = properties.begin(); it != properties.end(); ++it)
+        line += u" %1=%2"_s.arg(QString::number(it.key(), 16), it.value().toString());
+    return line;
+}
+
+QString describe(const QScrollBar *bar)
+{
+    const bool upright = bar->orientation() == Qt::Vertical;
+    return u"scroll bar %1 of %2, page %3, shown %4"_s.arg(upright ? bar->value() : 0)
+        .arg(bar->maximum())
+        .arg(bar->pageStep())
+        .arg(bar->isVisible());
+}
+
+/// Wrapped text has nothing to scroll sideways but a pixel of rounding; where a view stands in it
+/// is left open.
+void leaveSidewaysAlone(QTextEdit &view)
+{
+    view.horizontalScrollBar()->setValue(0);
+}
+
+/// Cursor and geometry of a text widget.
+QStringList describe(const QTextEdit &edit)
+{
+    const QTextCursor cursor = edit.textCursor();
+    return {u"cursor %1 to %2"_s.arg(cursor.anchor()).arg(cursor.position()),
+            u"viewport %1 x %2"_s.arg(edit.viewport()->width()).arg(edit.viewport()->height()),
+            describe(edit.verticalScrollBar()), describe(edit.horizontalScrollBar())};
+}
+
+QString insteadOf(const QString &actual, const QString &expected)
+{
+    return u"'%1' instead of '%2'"_s.arg(actual, expected);
+}
+
+QString firstDifference(const QTextDocument &actual, const QTextDocument &expected)
+{
+    QTextBlock a = actual.begin();
+    QTextBlock b = expected.begin();
+    for (; a.isValid() && b.isValid(); a = a.next(), b = b.next()) {
+        if (a.text() != b.text() || a.blockFormat() != b.blockFormat()
+            || a.charFormat() != b.charFormat())
+            return insteadOf(describe(a), describe(b));
+    }
+    if (a.isValid() || b.isValid())
+        return u"%1 blocks instead of %2"_s.arg(actual.blockCount()).arg(expected.blockCount());
+    if (actual.toRawText() != expected.toRawText())
+        return u"other raw text"_s;
+    return {};
+}
+
+QString firstDifference(const QStringList &actual, const QStringList &expected)
+{
+    for (qsizetype i = 0; i < actual.size(); ++i) {
+        if (actual.at(i) != expected.at(i))
+            return insteadOf(actual.at(i), expected.at(i));
+    }
+    return {};
+}
+
+} // namespace
+
+TwinViews::TwinViews(QSize size)
+    : m_real{Transcript(windowLimits())}
+    , m_plain{Transcript(windowLimits())}
+{
+    show(m_real, size);
+    show(m_plain, size);
+    refresh();
+    drain();
+}
+
+template<typename View>
+void TwinViews::show(Side<View> &side, QSize size)
+{
+    auto *layout = new QVBoxLayout(&side.window);
+    layout->addWidget(side.view, 1);
+    layout->addWidget(side.draft);
+    side.draft->setFixedHeight(40);
+    side.view->setDraftEditor(side.draft);
+    // The size hints of the two may differ.
+    side.view->setMinimumSize(60, 30);
+    // Only one of the views could have the focus, and its caret blinks.
+    side.draft->setFocus();
+    side.window.resize(size);
+    side.window.show();
+}
+
+void TwinViews::refresh()
+{
+    m_real.view->refresh();
+    m_plain.view->refresh();
+    m_plain.transcript.acknowledgePendingUpdates();
+}
+
+void TwinViews::setContentDirection(ContentDirection direction)
+{
+    m_real.view->setContentDirection(direction);
+    m_plain.transcript.setDirection(direction);
+    m_plain.view->refresh();
+    m_plain.transcript.acknowledgePendingUpdates();
+}
+
+void TwinViews::resize(QSize size)
+{
+    m_real.window.resize(size);
+    m_plain.window.resize(size);
+    drain();
+}
+
+void TwinViews::sendToViewports(const QEvent &event)
+{
+    both([&event](Transcript &, QTextEdit &view, QTextEdit &) {
+        leaveSidewaysAlone(view);
+        const std::unique_ptr<QEvent> copy(event.clone());
+        QCoreApplication::sendEvent(view.viewport(), copy.get());
+    });
+}
+
+void TwinViews::pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
+{
+    both([=](Transcript &, QTextEdit &view, QTextEdit &) {
+        QTest::keyClick(&view, key, modifiers);
+        // A key shows the caret, although the focus is elsewhere; hide it again.
+        QFocusEvent focusOut(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+        QCoreApplication::sendEvent(&view, &focusOut);
+    });
+}
+
+void TwinViews::drain()
+{
+    for (int i = 0; i < 3; ++i) {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
+}
+
+template<typename View>
+QStringList TwinViews::stateOf(const Side<View> &side)
+{
+    return describe(*side.view) + describe(*side.draft)
+           << u"follows the end %1"_s.arg(side.view->followsEnd())
+           << u"pending %1"_s.arg(side.transcript.pendingUpdateByteCount())
+           << u"draft runs %1"_s.arg(side.draft->layoutDirection());
+}
+
+QString TwinViews::difference() const
+{
+    const QString text = firstDifference(*m_real.view->document(), *m_plain.view->document());
+    if (!text.isEmpty())
+        return text;
+    const QString draft = firstDifference(*m_real.draft->document(), *m_plain.draft->document());
+    if (!draft.isEmpty())
+        return u"draft: "_s + draft;
+    return firstDifference(stateOf(m_real), stateOf(m_plain));
+}
+
+bool TwinViews::samePixels()
+{
+    both([](Transcript &, QTextEdit &view, QTextEdit &) { leaveSidewaysAlone(view); });
+    return m_real.view->viewport()->grab().toImage() == m_plain.view->viewport()->grab().toImage();
+}
+
+} // namespace tarn::console

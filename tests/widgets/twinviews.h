@@ -1,0 +1,68 @@
+#pragma once
+
+#include "support/rebuiltview.h"
+#include "transcript/transcript.h"
+#include "widgets/transcriptview.h"
+
+#include <QString>
+#include <QStringList>
+#include <QTextEdit>
+#include <QVBoxLayout>
+#include <QWidget>
+
+namespace tarn::console {
+
+/// A transcript view and the plain one it must look like, each over a transcript and a draft of
+/// its own in a window of its own, both led through the same history.
+class TwinViews
+{
+public:
+    explicit TwinViews(QSize size);
+
+    /// Calls f(transcript, view, draft) for both. The views differ in type, so f is generic.
+    template<typename F>
+    void both(F f)
+    {
+        f(m_real.transcript, *m_real.view, *m_real.draft);
+        f(m_plain.transcript, *m_plain.view, *m_plain.draft);
+    }
+
+    void refresh();
+    void setContentDirection(ContentDirection direction);
+    void resize(QSize size);
+    /// Sends a copy of the event to both viewports.
+    void sendToViewports(const QEvent &event);
+    void pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
+
+    /// Lets timers and posted events have their turn.
+    static void drain();
+
+    /// The first thing in which the real view differs from the plain one, as "this instead of
+    /// that"; an empty text when they are the same.
+    QString difference() const;
+    bool samePixels();
+
+    const Transcript &transcript() const { return m_real.transcript; }
+    TranscriptView &real() { return *m_real.view; }
+    RebuiltView &plain() { return *m_plain.view; }
+
+private:
+    template<typename View>
+    struct Side
+    {
+        Transcript transcript;
+        QWidget window{};
+        View *view = new View(&transcript, &window);
+        QTextEdit *draft = new QTextEdit(&window);
+    };
+
+    template<typename View>
+    static void show(Side<View> &side, QSize size);
+    template<typename View>
+    static QStringList stateOf(const Side<View> &side);
+
+    Side<TranscriptView> m_real;
+    Side<RebuiltView> m_plain;
+};
+
+} // namespace tarn::console

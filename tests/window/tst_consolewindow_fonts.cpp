@@ -1,0 +1,155 @@
+#include "window/consolewindow.h"
+
+#include <QLabel>
+#include <QScreen>
+#include <QTest>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+
+/// Large and small texts in both languages: nothing overlaps, nothing is cut, and the transcript
+/// keeps at least a line.
+class TestConsoleWindowFonts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everythingFits_data();
+    void everythingFits();
+    void theUsualMinimumSizeReturnsWithTheUsualFont();
+    void aLongStatusMessageIsShownWhole();
+    void theTranscriptGetsTheSpareHeight();
+};
+
+namespace {
+
+QList<QWidget *> visibleWidgets(const ConsoleWindow &window)
+{
+    QList<QWidget *> widgets;
+    const auto children =
+        window.centralWidget()->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly);
+    for (QWidget *widget : children) {
+        if (widget->isVisible())
+            widgets.append(widget);
+    }
+    return widgets;
+}
+
+bool fitsTheScreen(const ConsoleWindow &window)
+{
+    const QSize screen = window.screen()->availableSize();
+    return window.minimumSizeHint().boundedTo(screen) == window.minimumSizeHint();
+}
+
+/// Names the first widgets that overlap or leave the window; empty when there are none.
+QString overlap(const ConsoleWindow &window)
+{
+    const QList<QWidget *> widgets = visibleWidgets(window);
+    for (qsizetype i = 0; i < widgets.size(); ++i) {
+        if (!window.centralWidget()->rect().contains(widgets[i]->geometry()))
+            return widgets[i]->objectName();
+        for (qsizetype j = i + 1; j < widgets.size(); ++j) {
+            if (widgets[i]->geometry().intersects(widgets[j]->geometry()))
+                return widgets[i]->objectName() + u" and " + widgets[j]->objectName();
+        }
+    }
+    return {};
+}
+
+QSize neededSize(const QWidget *widget)
+{
+    if (const auto *button = qobject_cast<const QToolButton *>(widget))
+        return button->sizeHint();
+    if (const auto *label = qobject_cast<const QLabel *>(widget); label && label->wordWrap())
+        return {0, label->heightForWidth(label->width())};
+    return widget->minimumSizeHint();
+}
+
+/// Names the first widget that is smaller than what it shows; empty when there is none.
+QString cutWidget(const ConsoleWindow &window)
+{
+    for (const QWidget *widget : visibleWidgets(window)) {
+        if (widget->size() != widget->size().expandedTo(neededSize(widget)))
+            return widget->objectName();
+    }
+    return {};
+}
+
+} // namespace
+
+void TestConsoleWindowFonts::everythingFits_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<int>("zoomPercent");
+    for (const QString &language : {u"en"_s, u"ar"_s}) {
+        for (int zoom = 50; zoom <= 200; zoom += 10)
+            QTest::addRow("%s at %d %%", qPrintable(language), zoom) << language << zoom;
+    }
+}
+
+void TestConsoleWindowFonts::everythingFits()
+{
+    QFETCH(QString, language);
+    QFETCH(int, zoomPercent);
+    ConsoleWindow window({.sourcePath = u"/somewhere/a/program.tarn"_s,
+                          .interfaceLanguage = language,
+                          .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.resize(800, 500);
+    window.zoomBy(zoomPercent - 100);
+    QVERIFY(visibleWidgets(window).size() >= 15);
+    // The rows ask for their space when the event loop runs.
+    QTRY_COMPARE(overlap(window), QString());
+    if (fitsTheScreen(window))
+        QTRY_COMPARE(cutWidget(window), QString());
+}
+
+void TestConsoleWindowFonts::theUsualMinimumSizeReturnsWithTheUsualFont()
+{
+    ConsoleWindow window({.interfaceLanguage = u"en"_s, .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(window.minimumSize(), QSize(800, 500));
+    window.zoomBy(100);
+    QTRY_VERIFY(window.minimumHeight() > 500);
+    window.resetZoom();
+    QTRY_COMPARE(window.minimumSize(), QSize(800, 500));
+}
+
+void TestConsoleWindowFonts::aLongStatusMessageIsShownWhole()
+{
+    ConsoleWindow window({.executablePath = u"/no/such/"_s + QString(300, u'x') + u" y z"_s,
+                          .sourcePath = QCoreApplication::applicationFilePath(),
+                          .interfaceLanguage = u"en"_s,
+                          .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.resize(800, 500);
+    window.runSelectedSource();
+    const auto *status = window.findChild<QLabel *>(u"runStatus"_s);
+    QVERIFY(status->text().endsWith(u"x y z"_s));
+    QTRY_COMPARE(cutWidget(window), QString());
+    QCOMPARE(overlap(window), QString());
+}
+
+void TestConsoleWindowFonts::theTranscriptGetsTheSpareHeight()
+{
+    for (const QString &language : {u"en"_s, u"ar"_s}) {
+        ConsoleWindow window({.interfaceLanguage = language, .usePersistentSettings = false});
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const auto *transcript = window.findChild<QWidget *>(u"transcript"_s);
+        const int height = transcript->height();
+        window.resize(900, 700);
+        QTRY_COMPARE(transcript->height(), height + 80);
+    }
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowFonts)
+#include "tst_consolewindow_fonts.moc"

@@ -1,0 +1,219 @@
+#include "window/consolewindowfixture.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QMimeData>
+#include <QTest>
+#include <QTextCursor>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+namespace {
+
+/// What the widgets themselves would turn into a blank.
+const QString noBreakSpace = u"no\u00A0break"_s;
+
+} // namespace
+
+/// What is pasted into the draft, and what is refused.
+class TestConsoleWindowPaste : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void pasteKeysPasteIntoTheDraft_data();
+    void pasteKeysPasteIntoTheDraft();
+    void pasteFromTheMenuGoesToTheDraft();
+    void pasteReplacesTheSelectionOfTheDraft();
+    void pasteIntoADisabledDraftDoesNothing();
+    void pasteTakesPlainTextOnly();
+    void pasteOfSeveralLinesIsRefused_data();
+    void pasteOfSeveralLinesIsRefused();
+    void pasteKeyInTheFindFieldPastesThere();
+    void pasteOfMarkdownIsPlainText();
+    void pasteOfSeveralLinesOfMarkdownIsRefused();
+    void pasteKeyWithNothingToPaste_data();
+    void pasteKeyWithNothingToPaste();
+};
+
+void TestConsoleWindowPaste::init()
+{
+    QApplication::clipboard()->setText(u"before"_s);
+}
+
+void TestConsoleWindowPaste::pasteKeysPasteIntoTheDraft_data()
+{
+    addKeyBindings(QKeySequence::Paste);
+}
+
+void TestConsoleWindowPaste::pasteKeysPasteIntoTheDraft()
+{
+    QFETCH(QKeySequence, keys);
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    QApplication::clipboard()->setText(noBreakSpace);
+    QTRY_VERIFY(fixture.action("pasteAction")->isEnabled());
+
+    // From elsewhere, the draft gets the focus and the text.
+    fixture.trigger("focusTranscriptAction");
+    fixture.press(keys);
+    QCOMPARE(fixture.focus(), u"inputDraft"_s);
+    QCOMPARE(fixture.window->draftText(), noBreakSpace);
+    // And in the draft the text comes once, not twice. One of the keys is for the mouse selection.
+    if (QApplication::clipboard()->supportsSelection())
+        QApplication::clipboard()->setText(noBreakSpace, QClipboard::Selection);
+    fixture.press(keys);
+    QCOMPARE(fixture.window->draftText(), noBreakSpace.repeated(2));
+}
+
+void TestConsoleWindowPaste::pasteFromTheMenuGoesToTheDraft()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    fixture.findField()->setFocus();
+    fixture.trigger("pasteAction");
+    QCOMPARE(fixture.focus(), u"inputDraft"_s);
+    QCOMPARE(fixture.window->draftText(), u"before"_s);
+    QCOMPARE(fixture.findField()->text(), QString());
+}
+
+void TestConsoleWindowPaste::pasteReplacesTheSelectionOfTheDraft()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    fixture.draft()->setPlainText(u"one two three"_s);
+    selectText(fixture.draft(), 4, 7);
+    fixture.trigger("pasteAction");
+    QCOMPARE(fixture.window->draftText(), u"one before three"_s);
+}
+
+void TestConsoleWindowPaste::pasteIntoADisabledDraftDoesNothing()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    fixture.findField()->setFocus();
+    fixture.window->pasteIntoDraft();
+    QCOMPARE(fixture.window->draftText(), QString());
+    QCOMPARE(fixture.focus(), u"findOutput"_s);
+}
+
+void TestConsoleWindowPaste::pasteTakesPlainTextOnly()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    auto *data = new QMimeData;
+    data->setHtml(u"<b>bold</b>"_s);
+    data->setText(u"<b>plain</b>"_s);
+    QApplication::clipboard()->setMimeData(data);
+    QTRY_VERIFY(fixture.action("pasteAction")->isEnabled());
+    fixture.trigger("pasteAction");
+    QCOMPARE(fixture.window->draftText(), u"<b>plain</b>"_s);
+}
+
+void TestConsoleWindowPaste::pasteOfSeveralLinesIsRefused_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("line feed") << u"a\nb"_s;
+    QTest::newRow("carriage return and line feed") << u"a\r\nb"_s;
+    QTest::newRow("carriage return") << u"a\rb"_s;
+    QTest::newRow("line feed at the end") << u"a\n"_s;
+}
+
+void TestConsoleWindowPaste::pasteOfSeveralLinesIsRefused()
+{
+    QFETCH(QString, text);
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    fixture.draft()->setPlainText(u"draft"_s);
+    selectText(fixture.draft(), 1, 3);
+    QApplication::clipboard()->setText(text);
+    QTRY_VERIFY(fixture.action("pasteAction")->isEnabled());
+
+    fixture.trigger("focusTranscriptAction");
+    for (int i = 0; i < 2; ++i) { // from the transcript, then in the draft
+        fixture.find<QLabel>("inputStatus")->clear();
+        fixture.press(QKeySequence(QKeySequence::Paste));
+        QCOMPARE(fixture.inputStatus(),
+                 u"Program input must be one line. The draft was unchanged."_s);
+        QCOMPARE(fixture.focus(), u"inputDraft"_s);
+    }
+    QCOMPARE(fixture.window->draftText(), u"draft"_s);
+    QCOMPARE(fixture.draft()->textCursor().selectedText(), u"ra"_s);
+    QCOMPARE(fixture.output(), QString());
+    QVERIFY(fixture.draft()->isEnabled());
+}
+
+void TestConsoleWindowPaste::pasteKeyInTheFindFieldPastesThere()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    fixture.findField()->setFocus();
+    fixture.press(Qt::Key_V, Qt::ControlModifier);
+    QCOMPARE(fixture.findField()->text(), u"before"_s);
+    QCOMPARE(fixture.window->draftText(), QString());
+    QCOMPARE(fixture.focus(), u"findOutput"_s);
+}
+
+void TestConsoleWindowPaste::pasteOfMarkdownIsPlainText()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    auto *data = new QMimeData;
+    data->setData(u"text/markdown"_s, "*a* b"_ba);
+    data->setText(u"*a* b"_s);
+    QApplication::clipboard()->setMimeData(data);
+    QTRY_VERIFY(fixture.action("pasteAction")->isEnabled());
+    fixture.trigger("pasteAction");
+    QCOMPARE(fixture.window->draftText(), u"*a* b"_s);
+}
+
+void TestConsoleWindowPaste::pasteOfSeveralLinesOfMarkdownIsRefused()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    auto *data = new QMimeData;
+    data->setData(u"text/markdown"_s, "one\n\ntwo\n"_ba);
+    QApplication::clipboard()->setMimeData(data);
+    fixture.trigger("focusDraftAction");
+    fixture.press(Qt::Key_V, Qt::ControlModifier);
+    QCOMPARE(fixture.window->draftText(), QString());
+}
+
+void TestConsoleWindowPaste::pasteKeyWithNothingToPaste_data()
+{
+    QTest::addColumn<bool>("cleared");
+    QTest::newRow("no formats") << false;
+    QTest::newRow("cleared") << true;
+}
+
+void TestConsoleWindowPaste::pasteKeyWithNothingToPaste()
+{
+    QFETCH(bool, cleared);
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    fixture.trigger("focusDraftAction");
+    if (cleared)
+        QApplication::clipboard()->clear();
+    else
+        QApplication::clipboard()->setMimeData(new QMimeData);
+    fixture.press(Qt::Key_V, Qt::ControlModifier);
+    fixture.type(u"x"_s);
+    QCOMPARE(fixture.window->draftText(), u"x"_s);
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowPaste)
+#include "tst_consolewindow_paste.moc"

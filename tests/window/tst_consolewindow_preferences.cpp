@@ -1,0 +1,472 @@
+#include "widgets/inputeditor.h"
+#include "widgets/transcriptview.h"
+#include "window/consolewindow.h"
+
+#include <QAction>
+#include <QFile>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QWheelEvent>
+#include <QtTest/qtestspontaneevent.h>
+
+#include <memory>
+
+namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QStringList allKeys{u"fontFamily"_s,          u"fontPointSize"_s,  u"interfaceLanguage"_s,
+                          u"lastSourceDirectory"_s, u"tarnExecutable"_s, u"windowGeometry"_s};
+
+std::unique_ptr<ConsoleWindow> showWindow(const ConsoleStartupOptions &options = {})
+{
+    auto window = std::make_unique<ConsoleWindow>(options);
+    window->show();
+    if (!QTest::qWaitForWindowActive(window.get()))
+        qFatal("the window does not become active");
+    return window;
+}
+
+QAction *action(const ConsoleWindow &window, const QString &name)
+{
+    return window.findChild<QAction *>(name);
+}
+
+void trigger(const ConsoleWindow &window, const QString &name)
+{
+    action(window, name)->trigger();
+}
+
+QVariant stored(const QString &key)
+{
+    return QSettings().value(key);
+}
+
+/// What a user does in the file chooser that is about to open: types a path and confirms.
+void chooseInNextFileDialog(const QString &path)
+{
+    QTimer::singleShot(0, qApp, [path] {
+        QTRY_VERIFY(qobject_cast<QFileDialog *>(QApplication::activeModalWidget()));
+        QWidget *dialog = QApplication::activeModalWidget();
+        auto *name = dialog->findChild<QLineEdit *>(u"fileNameEdit"_s);
+        name->setText(path);
+        QTest::keyClick(name, Qt::Key_Return);
+    });
+}
+
+} // namespace
+
+/// What the window remembers, when it writes it, and how it survives a store that is broken.
+class TestConsoleWindowPreferences : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+
+    void startsWithTheDefaultsWithoutASettingsFile();
+    void neitherReadsNorWritesWithoutPersistentSettings();
+    void readsTheInterfaceLanguage_data();
+    void readsTheInterfaceLanguage();
+    void readsTheFontSize_data();
+    void readsTheFontSize();
+    void theStartUpLanguageGoesBeforeTheSavedOne();
+    void writesExactlySixKeysOnClosing();
+    void writesAtOnceWhenTheLanguageIsChosen();
+    void writesAtOnceWhenAnInterpreterIsChosen();
+    void doesNotWriteWhenASourceIsChosen();
+    void doesNotRememberZoomAndDirection();
+
+    void putsTheArabicFaceBeforeTheLatinOne();
+    void putsTheChosenFamilyFirst();
+    void anUninstalledFamilyIsHarmless();
+    void zoomsInStepsOfTen();
+    void roundsTheZoomedSize_data();
+    void roundsTheZoomedSize();
+    void theTitleStaysThreePointsLarger();
+    void controlAndWheelZoomTheWholeWindow_data();
+    void controlAndWheelZoomTheWholeWindow();
+
+    void restoresTheGeometry();
+    void ignoresACorruptGeometry();
+
+    void survivesABrokenStore_data();
+    void survivesABrokenStore();
+    void survivesADirectoryInPlaceOfTheFile();
+    void survivesAConfigurationDirectoryThatCannotExist();
+
+private:
+    QString settingsFile() const { return QSettings().fileName(); }
+    void writeSettingsFile(const QByteArray &content);
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+void TestConsoleWindowPreferences::initTestCase()
+{
+    QCoreApplication::setOrganizationName(u"TARN"_s);
+    QCoreApplication::setApplicationName(u"TARN Console"_s);
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+}
+
+void TestConsoleWindowPreferences::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_directory->isValid());
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_directory->path());
+}
+
+void TestConsoleWindowPreferences::writeSettingsFile(const QByteArray &content)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(settingsFile()).path()));
+    QFile file(settingsFile());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+void TestConsoleWindowPreferences::startsWithTheDefaultsWithoutASettingsFile()
+{
+    const auto window = showWindow();
+    QCOMPARE(QGuiApplication::layoutDirection(), Qt::RightToLeft);
+    QVERIFY(action(*window, u"arabicLanguageAction"_s)->isChecked());
+    QCOMPARE(window->font().pointSize(), 11);
+    QVERIFY(!action(*window, u"zoomResetAction"_s)->isEnabled());
+    QVERIFY(!QFile::exists(settingsFile()));
+}
+
+void TestConsoleWindowPreferences::neitherReadsNorWritesWithoutPersistentSettings()
+{
+    const QByteArray content = "[General]\ninterfaceLanguage=en\nfontPointSize=20\n";
+    writeSettingsFile(content);
+    const auto window = showWindow({.usePersistentSettings = false});
+    QCOMPARE(QGuiApplication::layoutDirection(), Qt::RightToLeft);
+    QCOMPARE(window->font().pointSize(), 11);
+    QCOMPARE(window->size(), QSize(900, 620));
+
+    trigger(*window, u"englishLanguageAction"_s);
+    QVERIFY(window->close());
+    QFile file(settingsFile());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), content);
+}
+
+void TestConsoleWindowPreferences::readsTheInterfaceLanguage_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("language");
+    QTest::newRow("English") << QVariant(u"en"_s) << u"en"_s;
+    QTest::newRow("Arabic") << QVariant(u"ar"_s) << u"ar"_s;
+    QTest::newRow("another language") << QVariant(u"fr"_s) << u"ar"_s;
+    QTest::newRow("upper case") << QVariant(u"EN"_s) << u"ar"_s;
+    QTest::newRow("with a region") << QVariant(u"en_US"_s) << u"ar"_s;
+    QTest::newRow("empty") << QVariant(QString()) << u"ar"_s;
+    QTest::newRow("a number") << QVariant(1) << u"ar"_s;
+    QTest::newRow("a list") << QVariant(QStringList{u"en"_s, u"en"_s}) << u"ar"_s;
+}
+
+void TestConsoleWindowPreferences::readsTheInterfaceLanguage()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QString, language);
+    QSettings().setValue("interfaceLanguage", value);
+    const auto window = showWindow();
+    QCOMPARE(action(*window, u"englishLanguageAction"_s)->isChecked(), language == u"en"_s);
+    QCOMPARE(action(*window, u"arabicLanguageAction"_s)->isChecked(), language == u"ar"_s);
+    QCOMPARE(QGuiApplication::layoutDirection(),
+             language == u"en"_s ? Qt::LeftToRight : Qt::RightToLeft);
+}
+
+void TestConsoleWindowPreferences::readsTheFontSize_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<int>("pointSize");
+    QTest::newRow("ordinary") << QVariant(14) << 14;
+    QTest::newRow("as text") << QVariant(u"15"_s) << 15;
+    QTest::newRow("smallest") << QVariant(7) << 7;
+    QTest::newRow("too small") << QVariant(3) << 7;
+    QTest::newRow("negative") << QVariant(-5) << 7;
+    QTest::newRow("largest") << QVariant(36) << 36;
+    QTest::newRow("too large") << QVariant(99) << 36;
+    QTest::newRow("beyond an int") << QVariant(u"99999999999999999999"_s) << 7;
+    QTest::newRow("no number") << QVariant(u"large"_s) << 7;
+    QTest::newRow("a list") << QVariant(QStringList{u"1"_s, u"2"_s}) << 7;
+    QTest::newRow("bytes") << QVariant(QByteArray("\xFF\x00\xFE", 3)) << 7;
+}
+
+void TestConsoleWindowPreferences::readsTheFontSize()
+{
+    QFETCH(QVariant, value);
+    QFETCH(int, pointSize);
+    QSettings().setValue("fontPointSize", value);
+    QCOMPARE(showWindow()->font().pointSize(), pointSize);
+}
+
+void TestConsoleWindowPreferences::theStartUpLanguageGoesBeforeTheSavedOne()
+{
+    QSettings().setValue("interfaceLanguage", u"ar"_s);
+    const auto window = showWindow({.interfaceLanguage = u"en"_s});
+    QVERIFY(action(*window, u"englishLanguageAction"_s)->isChecked());
+    QCOMPARE(stored(u"interfaceLanguage"_s), u"ar"_s);
+}
+
+void TestConsoleWindowPreferences::writesExactlySixKeysOnClosing()
+{
+    QTemporaryDir sources;
+    const auto window = showWindow({.sourcePath = sources.filePath(u"a.tarn"_s)});
+    QVERIFY(window->close());
+    QCOMPARE(QSettings().allKeys(), allKeys);
+    QCOMPARE(stored(u"interfaceLanguage"_s), u"ar"_s);
+    QCOMPARE(stored(u"fontFamily"_s), QString());
+    QCOMPARE(stored(u"fontPointSize"_s).toInt(), 11);
+    QCOMPARE(stored(u"lastSourceDirectory"_s), sources.path());
+    QCOMPARE(stored(u"tarnExecutable"_s), QString());
+    QCOMPARE(stored(u"windowGeometry"_s).toByteArray(), window->saveGeometry());
+}
+
+void TestConsoleWindowPreferences::writesAtOnceWhenTheLanguageIsChosen()
+{
+    const auto window = showWindow();
+    trigger(*window, u"englishLanguageAction"_s);
+    QCOMPARE(stored(u"interfaceLanguage"_s), u"en"_s);
+    QCOMPARE(QSettings().allKeys(), allKeys);
+    trigger(*window, u"arabicLanguageAction"_s);
+    QCOMPARE(stored(u"interfaceLanguage"_s), u"ar"_s);
+}
+
+void TestConsoleWindowPreferences::writesAtOnceWhenAnInterpreterIsChosen()
+{
+    const auto window = showWindow();
+    chooseInNextFileDialog(QStringLiteral(TARN_SCRIPTED_CHILD));
+    trigger(*window, u"chooseTarnAction"_s);
+    QCOMPARE(stored(u"tarnExecutable"_s), QStringLiteral(TARN_SCRIPTED_CHILD));
+    QCOMPARE(QSettings().allKeys(), allKeys);
+}
+
+void TestConsoleWindowPreferences::doesNotWriteWhenASourceIsChosen()
+{
+    QTemporaryDir sources;
+    QFile source(sources.filePath(u"مصدر.ترن"_s));
+    QVERIFY(source.open(QIODevice::WriteOnly));
+    const auto window = showWindow();
+    chooseInNextFileDialog(source.fileName());
+    trigger(*window, u"openAction"_s);
+    QCOMPARE(window->findChild<QLabel *>(u"sourcePath"_s)->text(), source.fileName());
+    QVERIFY(!QFile::exists(settingsFile()));
+    QVERIFY(window->close());
+    QCOMPARE(stored(u"lastSourceDirectory"_s), sources.path());
+}
+
+void TestConsoleWindowPreferences::doesNotRememberZoomAndDirection()
+{
+    auto window = showWindow();
+    trigger(*window, u"zoomInAction"_s);
+    trigger(*window, u"rightToLeftAction"_s);
+    QVERIFY(window->close());
+    window = showWindow();
+    QCOMPARE(window->font().pointSize(), 11);
+    QVERIFY(!action(*window, u"zoomResetAction"_s)->isEnabled());
+    QVERIFY(action(*window, u"autoDirectionAction"_s)->isChecked());
+    QCOMPARE(window->transcript().direction(), ContentDirection::Auto);
+}
+
+void TestConsoleWindowPreferences::putsTheArabicFaceBeforeTheLatinOne()
+{
+    const QStringList families{u"Noto Sans Arabic"_s, u"Noto Sans"_s, u"Sans Serif"_s};
+    for (const QString &language : {u"ar"_s, u"en"_s}) {
+        const auto window = showWindow({.interfaceLanguage = language});
+        QCOMPARE(window->font().families(), families);
+        QCOMPARE(window->findChild<QWidget *>(u"transcript"_s)->font().families(), families);
+        QCOMPARE(window->findChild<QWidget *>(u"inputDraft"_s)->font().families(), families);
+    }
+}
+
+void TestConsoleWindowPreferences::putsTheChosenFamilyFirst()
+{
+    QSettings().setValue("fontFamily", u"DejaVu Serif"_s);
+    const QStringList families{u"DejaVu Serif"_s, u"Noto Sans Arabic"_s, u"Noto Sans"_s,
+                               u"Sans Serif"_s};
+    QCOMPARE(showWindow()->font().families(), families);
+}
+
+void TestConsoleWindowPreferences::anUninstalledFamilyIsHarmless()
+{
+    QSettings().setValue("fontFamily", u"No Such Family <b>\n\u202E"_s);
+    const auto window = showWindow();
+    QCOMPARE(window->font().pointSize(), 11);
+    QVERIFY(window->close());
+    QCOMPARE(stored(u"fontFamily"_s), u"No Such Family <b>\n\u202E"_s);
+}
+
+void TestConsoleWindowPreferences::zoomsInStepsOfTen()
+{
+    const auto window = showWindow();
+    const auto *zoomIn = action(*window, u"zoomInAction"_s);
+    const auto *zoomOut = action(*window, u"zoomOutAction"_s);
+    for (const int size : {10, 9, 8, 7, 7}) {
+        QVERIFY(zoomOut->isEnabled());
+        trigger(*window, u"zoomOutAction"_s);
+        QCOMPARE(window->font().pointSize(), size);
+    }
+    QVERIFY(!zoomOut->isEnabled());
+    QVERIFY(zoomIn->isEnabled());
+    trigger(*window, u"zoomResetAction"_s);
+    QCOMPARE(window->font().pointSize(), 11);
+    QVERIFY(zoomOut->isEnabled());
+    for (const int size : {12, 13, 14, 15, 17, 18, 19, 20, 21, 22}) {
+        QVERIFY(zoomIn->isEnabled());
+        trigger(*window, u"zoomInAction"_s);
+        QCOMPARE(window->font().pointSize(), size);
+    }
+    QVERIFY(!zoomIn->isEnabled());
+    window->zoomBy(1000);
+    QCOMPARE(window->font().pointSize(), 22);
+    window->zoomBy(-1000);
+    QCOMPARE(window->font().pointSize(), 7);
+}
+
+void TestConsoleWindowPreferences::roundsTheZoomedSize_data()
+{
+    QTest::addColumn<int>("pointSize");
+    QTest::addColumn<int>("zoomSteps");
+    QTest::addColumn<int>("zoomed");
+    QTest::newRow("never below seven") << 7 << -5 << 7;
+    QTest::newRow("a half goes up") << 15 << -5 << 8;
+    QTest::newRow("below a half goes down") << 11 << 1 << 12;
+    QTest::newRow("above a half goes up") << 11 << -1 << 10;
+    QTest::newRow("the largest of all") << 36 << 10 << 72;
+}
+
+void TestConsoleWindowPreferences::roundsTheZoomedSize()
+{
+    QFETCH(int, pointSize);
+    QFETCH(int, zoomSteps);
+    QFETCH(int, zoomed);
+    QSettings().setValue("fontPointSize", pointSize);
+    const auto window = showWindow();
+    window->zoomBy(10 * zoomSteps);
+    QCOMPARE(window->font().pointSize(), zoomed);
+    QCOMPARE(window->findChild<QWidget *>(u"transcript"_s)->font().pointSize(), zoomed);
+    QCOMPARE(window->findChild<QWidget *>(u"inputDraft"_s)->font().pointSize(), zoomed);
+}
+
+void TestConsoleWindowPreferences::theTitleStaysThreePointsLarger()
+{
+    const auto window = showWindow();
+    const auto *title = window->findChild<QLabel *>(u"consoleTitle"_s);
+    for (const int delta : {0, 50, 50, -150}) {
+        window->zoomBy(delta);
+        QCOMPARE(title->font().pointSize(), window->font().pointSize() + 3);
+        QCOMPARE(title->font().weight(), 700);
+    }
+}
+
+void TestConsoleWindowPreferences::controlAndWheelZoomTheWholeWindow_data()
+{
+    QTest::addColumn<QString>("widget");
+    QTest::newRow("over the transcript") << u"transcript"_s;
+    QTest::newRow("over the draft") << u"inputDraft"_s;
+}
+
+void TestConsoleWindowPreferences::controlAndWheelZoomTheWholeWindow()
+{
+    QFETCH(QString, widget);
+    const auto window = showWindow();
+    QWidget *target = window->findChild<QTextEdit *>(widget)->viewport();
+    const auto turn = [&](int angle) {
+        const QPointF middle = target->rect().center();
+        QWheelEvent event(middle, target->mapToGlobal(middle), {}, {0, angle}, Qt::NoButton,
+                          Qt::ControlModifier, Qt::NoScrollPhase, false);
+        // Only what comes from outside is handed on to the parents.
+        QSpontaneKeyEvent::setSpontaneous(&event);
+        qApp->notify(target, &event);
+    };
+    turn(120);
+    QCOMPARE(window->font().pointSize(), 12);
+    QCOMPARE(window->findChild<QWidget *>(u"transcript"_s)->font().pointSize(), 12);
+    QCOMPARE(window->findChild<QWidget *>(u"inputDraft"_s)->font().pointSize(), 12);
+    turn(-120);
+    turn(-120);
+    QCOMPARE(window->font().pointSize(), 10);
+    turn(0);
+    QCOMPARE(window->font().pointSize(), 10);
+}
+
+void TestConsoleWindowPreferences::restoresTheGeometry()
+{
+    auto window = showWindow();
+    QCOMPARE(window->size(), QSize(900, 620));
+    window->resize(820, 540);
+    QTRY_COMPARE(window->size(), QSize(820, 540));
+    QVERIFY(window->close());
+    window = showWindow();
+    QTRY_COMPARE(window->size(), QSize(820, 540));
+}
+
+void TestConsoleWindowPreferences::ignoresACorruptGeometry()
+{
+    QSettings().setValue("windowGeometry", QByteArray("\x01\xD9\xD0\xCB garbage"));
+    QCOMPARE(showWindow()->size(), QSize(900, 620));
+    QSettings().setValue("windowGeometry", 7);
+    QCOMPARE(showWindow()->size(), QSize(900, 620));
+}
+
+void TestConsoleWindowPreferences::survivesABrokenStore_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("binary") << QByteArray("\x00\xFF\xFE\n\r\x1B[[[]]]==;;\\x\\", 20);
+    QTest::newRow("no section") << QByteArray("fontPointSize=20\n");
+    QTest::newRow("one endless line")
+        << QByteArray("[General]\nfontFamily=") + QByteArray(1'000'000, 'x');
+    QTest::newRow("variants that cannot be made")
+        << QByteArray("[General]\nfontPointSize=@Variant(\\0\\0\\xff\\xff\\xff\\xff)\n"
+                      "windowGeometry=@ByteArray(\\x1)\ninterfaceLanguage=@Invalid()\n"
+                      "tarnExecutable=@Rect(1 2)\nlastSourceDirectory=@Size()\n");
+}
+
+void TestConsoleWindowPreferences::survivesABrokenStore()
+{
+    QFETCH(QByteArray, content);
+    writeSettingsFile(content);
+    const auto window = showWindow();
+    const int pointSize = window->font().pointSize();
+    QVERIFY2(pointSize >= 7 && pointSize <= 36, qPrintable(QString::number(pointSize)));
+    QVERIFY(window->close());
+}
+
+void TestConsoleWindowPreferences::survivesADirectoryInPlaceOfTheFile()
+{
+    QVERIFY(QDir().mkpath(settingsFile()));
+    const auto window = showWindow();
+    QCOMPARE(window->font().pointSize(), 11);
+    trigger(*window, u"englishLanguageAction"_s);
+    QVERIFY(action(*window, u"englishLanguageAction"_s)->isChecked());
+    QVERIFY(window->close());
+    QVERIFY(QFileInfo(settingsFile()).isDir());
+}
+
+void TestConsoleWindowPreferences::survivesAConfigurationDirectoryThatCannotExist()
+{
+    // Below a file there can be no directory, not even for root.
+    QFile obstacle(m_directory->filePath(u"obstacle"_s));
+    QVERIFY(obstacle.open(QIODevice::WriteOnly));
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                       obstacle.fileName() + u"/config"_s);
+    const auto window = showWindow();
+    trigger(*window, u"englishLanguageAction"_s);
+    QVERIFY(action(*window, u"englishLanguageAction"_s)->isChecked());
+    QVERIFY(window->close());
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowPreferences)
+#include "tst_consolewindow_preferences.moc"

@@ -1,0 +1,142 @@
+#include "window/consolewindowfixture.h"
+
+#include <QFontMetrics>
+#include <QHash>
+#include <QTest>
+#include <QVBoxLayout>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+/// How the window shares out its space.
+class TestConsoleWindowSizes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void sizesAtFirst();
+    void transcriptGetsAllTheExtraHeight_data();
+    void transcriptGetsAllTheExtraHeight();
+    void rowsTakeNoMoreThanTheyNeed_data();
+    void rowsTakeNoMoreThanTheyNeed();
+    void draftIsOneLineHighAtFirst();
+    void draftGrowsWithItsTextUpTo84Pixels();
+};
+
+namespace {
+
+const QVBoxLayout *rowsOf(const ConsoleWindowFixture &fixture)
+{
+    return qobject_cast<QVBoxLayout *>(fixture.window->centralWidget()->layout());
+}
+
+} // namespace
+
+void TestConsoleWindowSizes::sizesAtFirst()
+{
+    const ConsoleWindowFixture fixture;
+    QCOMPARE(fixture.window->size(), QSize(900, 620));
+    QVERIFY(fixture.show());
+    QCOMPARE(fixture.window->size(), QSize(900, 620));
+    QCOMPARE(fixture.window->minimumSize(), QSize(800, 500));
+    QVERIFY(fixture.resizeTo({800, 500}));
+}
+
+void TestConsoleWindowSizes::transcriptGetsAllTheExtraHeight_data()
+{
+    addInterfaceLanguages();
+}
+
+void TestConsoleWindowSizes::transcriptGetsAllTheExtraHeight()
+{
+    const ConsoleWindowFixture fixture(optionsInRowLanguage());
+    QVERIFY(fixture.show());
+    const QWidgetList widgets = fixture.window->centralWidget()->findChildren<QWidget *>(
+        QString(), Qt::FindDirectChildrenOnly);
+    QHash<QWidget *, int> heights;
+    for (QWidget *widget : widgets)
+        heights.insert(widget, widget->height());
+
+    QVERIFY(fixture.resizeTo({900, 620 + 90}));
+    for (QWidget *widget : widgets) {
+        const int extra = widget == fixture.view() ? 90 : 0;
+        QVERIFY2(widget->height() == heights.value(widget) + extra,
+                 qPrintable(widget->objectName()));
+    }
+}
+
+void TestConsoleWindowSizes::rowsTakeNoMoreThanTheyNeed_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("English, at first") << u"en"_s << QSize(900, 620);
+    QTest::newRow("English, smallest") << u"en"_s << QSize(800, 500);
+    QTest::newRow("Arabic, at first") << u"ar"_s << QSize(900, 620);
+    QTest::newRow("Arabic, smallest") << u"ar"_s << QSize(800, 500);
+}
+
+void TestConsoleWindowSizes::rowsTakeNoMoreThanTheyNeed()
+{
+    QFETCH(QSize, size);
+    const ConsoleWindowFixture fixture(optionsInRowLanguage());
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo(size));
+    const QVBoxLayout *rows = rowsOf(fixture);
+    int others = 0;
+    for (int i = 0; i < rows->count(); ++i) {
+        const QLayoutItem *item = rows->itemAt(i);
+        if (const_cast<QLayoutItem *>(item)->widget() == fixture.view())
+            continue;
+        QVERIFY2(item->geometry().height() <= item->sizeHint().height(),
+                 qPrintable(QString::number(i)));
+        others += item->geometry().height();
+    }
+    const int spare = fixture.window->centralWidget()->height() - 2 * 12
+                      - (rows->count() - 1) * rows->spacing() - others;
+    QCOMPARE(fixture.view()->height(), spare);
+}
+
+void TestConsoleWindowSizes::draftIsOneLineHighAtFirst()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    const int line = QFontMetrics(fixture.draft()->font()).lineSpacing();
+    const int height = fixture.draft()->viewport()->height();
+    QVERIFY2(height >= line && height < 2 * line, qPrintable(QString::number(height)));
+
+    // One line of text needs no more.
+    QVERIFY(fixture.run());
+    fixture.draft()->setFocus();
+    fixture.type(u"one line"_s);
+    QTRY_COMPARE(fixture.draft()->toPlainText(), u"one line"_s);
+    QCOMPARE(fixture.draft()->viewport()->height(), height);
+}
+
+void TestConsoleWindowSizes::draftGrowsWithItsTextUpTo84Pixels()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QCOMPARE(fixture.draft()->maximumHeight(), 84);
+    const int atFirst = fixture.draft()->height();
+    const int transcriptAtFirst = fixture.view()->height();
+
+    // The words of a long line wrap.
+    fixture.draft()->setPlainText(u"word "_s.repeated(40));
+    QTRY_VERIFY(fixture.draft()->height() > atFirst);
+    QVERIFY(fixture.draft()->height() <= 84);
+    fixture.draft()->setPlainText(u"word "_s.repeated(4000));
+    QTRY_COMPARE(fixture.draft()->height(), 84);
+    QTRY_COMPARE(fixture.view()->height(), transcriptAtFirst - (84 - atFirst));
+
+    fixture.draft()->clear();
+    QTRY_COMPARE(fixture.draft()->height(), atFirst);
+    QTRY_COMPARE(fixture.view()->height(), transcriptAtFirst);
+    QVERIFY(fixture.resizeTo({900, 700}));
+    QCOMPARE(fixture.draft()->height(), atFirst);
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowSizes)
+#include "tst_consolewindow_sizes.moc"

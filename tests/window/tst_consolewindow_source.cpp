@@ -1,0 +1,175 @@
+#include "window/consolewindowfixture.h"
+#include "window/filechooser.h"
+#include "window/surroundings.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+/// Which source is selected, and how it is chosen.
+class TestConsoleWindowSource : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void chooserIsAsDescribed();
+    void chosenSourceIsShownAndCanBeRun();
+    void chosenSourceIsNotRunByItself();
+    void choosingClearsTheRunStatus();
+    void choosingLeavesTheTranscript();
+    void chooserStartsInTheDirectoryOfTheLastSource();
+    void chooserStartsInTheDirectoryOfTheSourceAtStart();
+    void cancelledChooserChangesNothing_data();
+    void cancelledChooserChangesNothing();
+    void cancelledChooserWithoutASource();
+    void relativeSourceIsShownAndRunAbsolute_data();
+    void relativeSourceIsShownAndRunAbsolute();
+};
+
+void TestConsoleWindowSource::initTestCase()
+{
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+}
+
+void TestConsoleWindowSource::chooserIsAsDescribed()
+{
+    const ConsoleWindowFixture fixture("exit 0");
+    QVERIFY(fixture.show());
+    const ChooserRequest request = lookAtChooser([&] { fixture.trigger("openAction"); });
+    QCOMPARE(request.title, u"Choose TARN source"_s);
+    const QStringList filters{u"TARN source (*.tarn *.ترن)"_s, u"All files (*)"_s};
+    QCOMPARE(request.filters, filters);
+    QCOMPARE(request.mode, QFileDialog::ExistingFile);
+    QCOMPARE(request.purpose, QFileDialog::AcceptOpen);
+    QCOMPARE(request.parent, fixture.window.get());
+}
+
+void TestConsoleWindowSource::chosenSourceIsShownAndCanBeRun()
+{
+    const ConsoleWindowFixture fixture;
+    const SourceFile chosen("print chosen\\n\n", u"<b>برنامج.ترن"_s);
+    QVERIFY(fixture.show());
+    QVERIFY(chooseFile([&] { fixture.trigger("openAction"); }, chosen.path()));
+    QCOMPARE(fixture.sourcePath(), chosen.path());
+    QVERIFY(fixture.action("runAction")->isEnabled());
+    QVERIFY(fixture.runToEnd());
+    QCOMPARE(fixture.output(), u"chosen\n"_s);
+}
+
+void TestConsoleWindowSource::chosenSourceIsNotRunByItself()
+{
+    const ConsoleWindowFixture fixture;
+    const SourceFile chosen("print chosen\\n\n");
+    QVERIFY(chooseFile([&] { fixture.trigger("openAction"); }, chosen.path()));
+    QCOMPARE(fixture.window->session().runId(), quint64(0));
+    QCOMPARE(fixture.window->session().state(), ProgramSessionState::Idle);
+}
+
+void TestConsoleWindowSource::choosingClearsTheRunStatus()
+{
+    const ConsoleWindowFixture fixture("exit 3");
+    QVERIFY(fixture.runToEnd());
+    QCOMPARE(fixture.runStatus(), u"Returned status 3"_s);
+    const SourceFile chosen("exit 0");
+    QVERIFY(chooseFile([&] { fixture.trigger("openAction"); }, chosen.path()));
+    QCOMPARE(fixture.runStatus(), QString());
+    QCOMPARE(fixture.inputStatus(), u"Run complete."_s);
+}
+
+void TestConsoleWindowSource::choosingLeavesTheTranscript()
+{
+    const ConsoleWindowFixture fixture("print first\\n\n");
+    QVERIFY(fixture.runToEnd());
+    const QStringList before = fixture.records();
+    const SourceFile chosen("exit 0");
+    QVERIFY(chooseFile([&] { fixture.trigger("openAction"); }, chosen.path()));
+    QCOMPARE(fixture.records(), before);
+    QCOMPARE(fixture.view()->toPlainText(), u"first\n"_s);
+}
+
+void TestConsoleWindowSource::chooserStartsInTheDirectoryOfTheLastSource()
+{
+    const ConsoleWindowFixture fixture;
+    const SourceFile chosen("exit 0");
+    QVERIFY(chooseFile([&] { fixture.trigger("openAction"); }, chosen.path()));
+    const ChooserRequest request = lookAtChooser([&] { fixture.trigger("openAction"); });
+    QCOMPARE(request.directory, QFileInfo(chosen.path()).absolutePath());
+}
+
+void TestConsoleWindowSource::chooserStartsInTheDirectoryOfTheSourceAtStart()
+{
+    const ConsoleWindowFixture fixture("exit 0");
+    const ChooserRequest request = lookAtChooser([&] { fixture.trigger("openAction"); });
+    QCOMPARE(request.directory, QFileInfo(fixture.source.path()).absolutePath());
+}
+
+void TestConsoleWindowSource::cancelledChooserChangesNothing_data()
+{
+    QTest::addColumn<bool>("byEscape");
+    QTest::newRow("Cancel") << false;
+    QTest::newRow("Escape") << true;
+}
+
+void TestConsoleWindowSource::cancelledChooserChangesNothing()
+{
+    QFETCH(bool, byEscape);
+    const ConsoleWindowFixture fixture("print output\\n\nexit 3");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    const QStringList records = fixture.records();
+    const QStringList enabled = fixture.enabledActions();
+    QVERIFY(cancelChooser([&] { fixture.trigger("openAction"); }, byEscape));
+    QCOMPARE(fixture.sourcePath(), fixture.source.path());
+    QCOMPARE(fixture.runStatus(), u"Returned status 3"_s);
+    QCOMPARE(fixture.inputStatus(), u"Run complete."_s);
+    QCOMPARE(fixture.records(), records);
+    QCOMPARE(fixture.enabledActions(), enabled);
+}
+
+void TestConsoleWindowSource::cancelledChooserWithoutASource()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QVERIFY(cancelChooser([&] { fixture.trigger("openAction"); }, false));
+    QCOMPARE(fixture.sourcePath(), u"No source selected"_s);
+    QVERIFY(!fixture.action("runAction")->isEnabled());
+}
+
+void TestConsoleWindowSource::relativeSourceIsShownAndRunAbsolute_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::newRow("name") << u"test.tarn"_s;
+    QTest::newRow("with dot") << u"./test.tarn"_s;
+}
+
+void TestConsoleWindowSource::relativeSourceIsShownAndRunAbsolute()
+{
+    QFETCH(QString, path);
+    const SourceFile source("show-arguments\nshow-directory");
+    const CurrentDirectory directory(source.directory());
+    ConsoleStartupOptions options = englishOptions();
+    options.sourcePath = path;
+    const ConsoleWindowFixture fixture(options);
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    QVERIFY(QDir::isAbsolutePath(absolute));
+    QCOMPARE(fixture.sourcePath(), absolute);
+
+    const CurrentDirectory elsewhere(QDir::rootPath());
+    QVERIFY(fixture.runToEnd());
+    QCOMPARE(fixture.sourcePath(), absolute);
+    QVERIFY2(fixture.output().contains(u"argument:run\nargument:"_s + absolute + u'\n'),
+             qPrintable(fixture.output()));
+    QCOMPARE(fixture.report(u"directory"_s), source.directory());
+    const ChooserRequest request = lookAtChooser([&] { fixture.trigger("openAction"); });
+    QCOMPARE(request.directory, source.directory());
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowSource)
+#include "tst_consolewindow_source.moc"
