@@ -5,6 +5,7 @@ To add one, write a function here whose only parameter is the console, mark it w
 name it in CMakeLists.txt."""
 
 import argparse
+import contextlib
 import os
 import pathlib
 import subprocess
@@ -161,7 +162,15 @@ def open_source(console):
     wait_for(lambda: xdotool("getactivewindow") not in ("", console.window), "its focus")
     type_line(source)
     wait_for(lambda: xdotool("getactivewindow") == console.window, "the main window again")
-    console.run()
+
+    def started():
+        # The window has the keyboard again a moment before the console has taken the choice.
+        console.run()
+        with contextlib.suppress(Failure):
+            return wait_for(console.journal, "a start", patience=3)
+        return []
+
+    wait_for(started, "the program to start")
     console.wait_for_text("تم الفتح")
     console.wait_until_idle()
     console.quit()

@@ -8,8 +8,10 @@
 #include <QInputMethodEvent>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextLayout>
 
 using namespace Qt::StringLiterals;
 using namespace tarn::console;
@@ -66,13 +68,16 @@ private Q_SLOTS:
     void aNewDraftEditorIsPresentedAtOnce();
     void presentingIsNotRepeatedForItself();
     void composingIsNotDisturbed();
+    void composingGoesOnWhenACommitTurnsTheDraft();
 
     void undoTakesTypingBack_data();
     void undoTakesTypingBack();
     void anUndoIsNeverOnlyAFormatChange_data();
     void anUndoIsNeverOnlyAFormatChange();
     void aFreshDraftHasNothingToUndo();
+    void aSwitchedDirectionHoldsAfterUndo_data();
     void aSwitchedDirectionHoldsAfterUndo();
+    void outputLeavesUndoAlone();
 
     void refreshKeepsTheFocusOfTheView();
     void refreshLeavesTheFocusOfTheDraft();
@@ -237,6 +242,22 @@ void TestTranscriptViewDraft::composingIsNotDisturbed()
     QCOMPARE(shown.draft.textCursor().position(), 5);
 }
 
+void TestTranscriptViewDraft::composingGoesOnWhenACommitTurnsTheDraft()
+{
+    ShownView shown;
+    shown.draft.setFocus();
+    QInputMethodEvent first(u"م"_s, {});
+    QCoreApplication::sendEvent(&shown.draft, &first);
+    QInputMethodEvent commit(u"رح"_s, {});
+    commit.setCommitString(u"م"_s);
+    QCoreApplication::sendEvent(&shown.draft, &commit);
+    QCOMPARE(sideOf(shown.draft), u"R"_s);
+    QCOMPARE(shown.draft.toPlainText(), u"م"_s);
+    const QTextLayout *layout = shown.draft.textCursor().block().layout();
+    QCOMPARE(layout->preeditAreaText(), u"رح"_s);
+    QCOMPARE(layout->preeditAreaPosition(), 1);
+}
+
 void TestTranscriptViewDraft::undoTakesTypingBack_data()
 {
     QTest::addColumn<QString>("text");
@@ -337,16 +358,29 @@ void TestTranscriptViewDraft::aFreshDraftHasNothingToUndo()
     QVERIFY(!shown.draft.document()->isUndoAvailable());
 }
 
-/// How far back undo reaches then is left open.
+void TestTranscriptViewDraft::aSwitchedDirectionHoldsAfterUndo_data()
+{
+    QTest::addColumn<QString>("first");
+    QTest::addColumn<QString>("second");
+    QTest::newRow("the draft turns") << u"abc"_s << u"d"_s;
+    QTest::newRow("the draft ran that way already") << u"abc"_s << u"م"_s;
+}
+
+/// How far back undo reaches after the switch is left open.
 void TestTranscriptViewDraft::aSwitchedDirectionHoldsAfterUndo()
 {
+    QFETCH(QString, first);
+    QFETCH(QString, second);
     ShownView shown;
     InputEditor &draft = shown.draft;
     draft.setFocus();
-    type(draft, u"abc"_s);
+    type(draft, first);
+    QTest::keyClick(&draft, Qt::Key_Home);
+    type(draft, second);
     shown.view.setContentDirection(RightToLeft);
     QCOMPARE(sideOf(draft), u"R"_s);
-    type(draft, u"d"_s);
+    type(draft, u"x"_s);
+    const QString last = draft.toPlainText();
     int steps = 0;
     for (; draft.document()->isUndoAvailable() && steps < tooManySteps; ++steps) {
         const QString before = draft.toPlainText();
@@ -357,8 +391,26 @@ void TestTranscriptViewDraft::aSwitchedDirectionHoldsAfterUndo()
     QVERIFY(steps > 0 && steps < tooManySteps);
     for (int i = 0; i < steps; ++i)
         redo(draft);
-    QCOMPARE(draft.toPlainText(), u"abcd"_s);
+    QCOMPARE(draft.toPlainText(), last);
     QCOMPARE(sideOf(draft), u"R"_s);
+}
+
+void TestTranscriptViewDraft::outputLeavesUndoAlone()
+{
+    ShownView shown;
+    shown.draft.setFocus();
+    type(shown.draft, u"مرحبا"_s);
+    shown.print("output\n");
+    const int steps = shown.draft.document()->availableUndoSteps();
+    QVERIFY(steps > 0);
+    undo(shown.draft);
+    const QString text = shown.draft.toPlainText();
+    QVERIFY(text != u"مرحبا"_s);
+    shown.print("more\n");
+    QVERIFY(shown.draft.document()->isRedoAvailable());
+    redo(shown.draft);
+    QCOMPARE(shown.draft.toPlainText(), u"مرحبا"_s);
+    QCOMPARE(shown.draft.document()->availableUndoSteps(), steps);
 }
 
 void TestTranscriptViewDraft::refreshKeepsTheFocusOfTheView()

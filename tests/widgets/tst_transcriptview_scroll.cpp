@@ -83,6 +83,7 @@ private Q_SLOTS:
     void fontChangeKeepsTheEnd();
     void fontChangeKeepsTheReadersParagraph();
     void applicationFontChangeKeepsTheEnd();
+    void anyChangeOfTheRangeKeepsTheEnd();
     void aZeroSizedViewportIsHarmless();
     void controlWheelIsLeftToTheWindow();
     void wheelScrolls();
@@ -369,6 +370,20 @@ void TestTranscriptViewScroll::applicationFontChangeKeepsTheEnd()
     QApplication::setFont(before);
     drain();
     QVERIFY(shown.view.followsEnd());
+}
+
+void TestTranscriptViewScroll::anyChangeOfTheRangeKeepsTheEnd()
+{
+    ShownView shown;
+    shown.print(numberedLines(1, 200));
+    const int maximum = shown.scrollMaximum();
+    shown.view.document()->setDocumentMargin(60);
+    drain();
+    QVERIFY(shown.scrollMaximum() > maximum);
+    QVERIFY(shown.view.followsEnd());
+    shown.print(numberedLines(201, 10));
+    QVERIFY(shown.view.followsEnd());
+    QVERIFY(shown.isEndInSight());
 }
 
 void TestTranscriptViewScroll::aZeroSizedViewportIsHarmless()

@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMimeData>
@@ -35,6 +36,14 @@ QStringList formatsOtherThanText()
     return formats;
 }
 
+void openContextMenu(const QTextEdit *editor)
+{
+    const QPoint place = editor->viewport()->rect().center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, place,
+                            editor->viewport()->mapToGlobal(place));
+    QCoreApplication::sendEvent(editor->viewport(), &event);
+}
+
 } // namespace
 
 /// What is copied, from where, and when.
@@ -57,6 +66,8 @@ private Q_SLOTS:
     void copyFromTheDraft();
     void copyKeyInTheFindFieldCopiesFromIt();
     void copyFromTheMenu();
+    void copyFromTheContextMenu();
+    void contextMenuWithoutASelection();
     void copyAfterTheEndOfTheProgram();
     void copiedTextSurvivesTheWindow();
 };
@@ -251,6 +262,45 @@ void TestConsoleWindowCopy::copyFromTheMenu()
                               menu->actionGeometry(copy).center());
         }));
     QTRY_COMPARE(clipboardText(), u"two"_s);
+}
+
+void TestConsoleWindowCopy::copyFromTheContextMenu()
+{
+    const ConsoleWindowFixture fixture("print one two\\n\n");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    selectText(fixture.view(), 4, 7);
+    QVERIFY(meetMenu([&] { openContextMenu(fixture.view()); },
+                     [&](QMenu *menu) {
+                         QCOMPARE(menu->actions().size(), 2);
+                         QCOMPARE(menu->actions().constFirst(), fixture.action("copyAction"));
+                         QVERIFY(fixture.action("copyAction")->isEnabled());
+                         QCOMPARE(menu->actions().constLast()->text(), u"Select all"_s);
+                         QTest::mouseClick(
+                             menu, Qt::LeftButton, Qt::NoModifier,
+                             menu->actionGeometry(fixture.action("copyAction")).center());
+                     }));
+    QTRY_COMPARE(clipboardText(), u"two"_s);
+    QCOMPARE(formatsOtherThanText(), QStringList());
+}
+
+void TestConsoleWindowCopy::contextMenuWithoutASelection()
+{
+    const ConsoleWindowFixture fixture("print one two\\n\n");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    fixture.trigger("focusTranscriptAction");
+    QVERIFY(meetMenu([&] { openContextMenu(fixture.view()); },
+                     [&](QMenu *menu) {
+                         QVERIFY(!fixture.action("copyAction")->isEnabled());
+                         const QPoint selectAll =
+                             menu->actionGeometry(menu->actions().constLast()).center();
+                         QTest::mouseClick(menu, Qt::LeftButton, Qt::NoModifier, selectAll);
+                     }));
+    QCOMPARE(fixture.view()->textCursor().selectedText(), u"one two\u2029"_s);
+    // Not every window system gives the keyboard back after a menu.
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.action("copyAction")->isEnabled());
 }
 
 void TestConsoleWindowCopy::copyAfterTheEndOfTheProgram()

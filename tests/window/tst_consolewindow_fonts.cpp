@@ -2,6 +2,8 @@
 
 #include <QLabel>
 #include <QScreen>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -17,6 +19,7 @@ class TestConsoleWindowFonts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void everythingFits_data();
     void everythingFits();
     void theUsualMinimumSizeReturnsWithTheUsualFont();
@@ -80,23 +83,35 @@ QString cutWidget(const ConsoleWindow &window)
 
 } // namespace
 
+void TestConsoleWindowFonts::initTestCase()
+{
+    QCoreApplication::setOrganizationName(u"TARN"_s);
+    QCoreApplication::setApplicationName(u"TARN Console"_s);
+}
+
 void TestConsoleWindowFonts::everythingFits_data()
 {
     QTest::addColumn<QString>("language");
+    QTest::addColumn<int>("pointSize");
     QTest::addColumn<int>("zoomPercent");
     for (const QString &language : {u"en"_s, u"ar"_s}) {
         for (int zoom = 50; zoom <= 200; zoom += 10)
-            QTest::addRow("%s at %d %%", qPrintable(language), zoom) << language << zoom;
+            QTest::addRow("%s at %d %%", qPrintable(language), zoom) << language << 11 << zoom;
+        for (const int size : {7, 20, 36})
+            QTest::addRow("%s, %d points", qPrintable(language), size) << language << size << 100;
     }
 }
 
 void TestConsoleWindowFonts::everythingFits()
 {
     QFETCH(QString, language);
+    QFETCH(int, pointSize);
     QFETCH(int, zoomPercent);
-    ConsoleWindow window({.sourcePath = u"/somewhere/a/program.tarn"_s,
-                          .interfaceLanguage = language,
-                          .usePersistentSettings = false});
+    QTemporaryDir directory;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, directory.path());
+    QSettings().setValue("fontPointSize", pointSize);
+    ConsoleWindow window(
+        {.sourcePath = u"/somewhere/a/program.tarn"_s, .interfaceLanguage = language});
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     window.resize(800, 500);
