@@ -67,7 +67,7 @@ void presentWithoutUndoStep(QTextDocument *document, ParagraphPresentation prese
 
 } // namespace
 
-void presentDraft(QTextEdit *draft, ParagraphPresentation presentation, DraftChange change)
+void presentDraft(QTextEdit *draft, ParagraphPresentation presentation)
 {
     QTextDocument *document = draft->document();
     if (!isPresented(document, presentation)) {
@@ -75,7 +75,7 @@ void presentDraft(QTextEdit *draft, ParagraphPresentation presentation, DraftCha
         const QSignalBlocker blocker(draft);
         const int anchor = draft->textCursor().anchor();
         const int position = draft->textCursor().position();
-        if (change == DraftChange::Edit && document->isUndoAvailable())
+        if (document->isUndoAvailable())
             presentWithLastEdit(document, presentation);
         else
             presentWithoutUndoStep(document, presentation);

@@ -6,15 +6,9 @@ class QTextEdit;
 
 namespace tarn::console {
 
-/// Why a draft needs another presentation.
-enum class DraftChange {
-    Edit,      ///< its text was edited
-    Direction, ///< the user chose another content direction
-};
-
 /// Gives a plain-text editor and all its blocks a presentation, and keeps its cursor. Undoing never
-/// undoes a presentation alone: it belongs to the edit that made it necessary. Another content
-/// direction holds for every text that undo could bring back, so undo starts afresh then.
-void presentDraft(QTextEdit *draft, ParagraphPresentation presentation, DraftChange change);
+/// undoes a presentation alone: it belongs to the last edit or, where nothing can be undone, is no
+/// undo step at all.
+void presentDraft(QTextEdit *draft, ParagraphPresentation presentation);
 
 } // namespace tarn::console

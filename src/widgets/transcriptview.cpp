@@ -259,6 +259,9 @@ void TranscriptView::applyParagraphFormats()
 
 void TranscriptView::setContentDirection(ContentDirection direction)
 {
+    // The direction holds for every text that undo could bring back, so undo starts afresh.
+    if (m_draftEditor && direction != m_transcript->direction())
+        m_draftEditor->document()->clearUndoRedoStacks();
     m_transcript->setDirection(direction);
     refresh();
 }
@@ -361,17 +364,11 @@ void TranscriptView::setDraftEditor(QTextEdit *editor)
 {
     m_draftEditor = editor;
     if (editor)
-        connect(editor, &QTextEdit::textChanged, this,
-                [this] { updateDraftPresentation(DraftChange::Edit); });
+        connect(editor, &QTextEdit::textChanged, this, [this] { applyDraftPresentation(); });
     applyDraftPresentation();
 }
 
 void TranscriptView::applyDraftPresentation()
-{
-    updateDraftPresentation(DraftChange::Direction);
-}
-
-void TranscriptView::updateDraftPresentation(DraftChange change)
 {
     // Changing the format below changes the document, which asks for its presentation again.
     if (!m_draftEditor || m_applyingDraftPresentation)
@@ -379,7 +376,7 @@ void TranscriptView::updateDraftPresentation(DraftChange change)
     const QScopedValueRollback guard(m_applyingDraftPresentation, true);
 
     const QString text = m_draftEditor->toPlainText();
-    presentDraft(m_draftEditor, paragraphPresentation(m_transcript->direction(), text), change);
+    presentDraft(m_draftEditor, paragraphPresentation(m_transcript->direction(), text));
 }
 
 } // namespace tarn::console

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "transcript/transcript.h"
-#include "widgets/draftpresentation.h"
 #include "widgets/paragraphblockmap.h"
 
 #include <QPointer>
@@ -86,7 +85,6 @@ private:
     qint64 appendRun(QTextCursor &cursor, qint64 first);
     void presentParagraph(qint64 paragraph);
     void restoreCursor(int anchor, int position);
-    void updateDraftPresentation(DraftChange change);
 
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;
