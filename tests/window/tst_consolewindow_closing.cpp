@@ -397,9 +397,12 @@ void TestConsoleWindowClosing::stopAndCloseSavesTheSettingsAtTheEnd()
     const ConsoleWindowFixture fixture("ignore-term\nready\nwait-forever", options);
     QVERIFY(fixture.show());
     QVERIFY(fixture.runUntil(u"ready"_s));
-    QVERIFY(click(fixture, stopAndClose));
+    QVERIFY(answer(fixture, [&](QMessageBox *box) {
+        QVERIFY(fixture.resizeTo({850, 600}));
+        QTest::mouseClick(buttonOf(box, stopAndClose), Qt::LeftButton);
+    }));
+    QVERIFY(fixture.window->isVisible());
     QCOMPARE(QSettings().allKeys(), QStringList());
-    QVERIFY(fixture.resizeTo({850, 600}));
     QTRY_VERIFY(!fixture.window->isVisible());
     QCOMPARE(QSettings().allKeys().size(), 6);
 
