@@ -77,122 +77,165 @@ qsizetype plainAsciiLength(const uchar *bytes, qsizetype size)
     return length;
 }
 
+/// Whether a character beyond ASCII is shown as itself.
+constexpr bool isShownAsItself(uint codePoint)
+{
+    return codePoint >= 0xA0 && !IncrementalOutputDecoder::isBidiFormattingControl(codePoint);
+}
+
+/// Shows a character, or its escape.
+void addCodePoint(DecodedTextBuilder &builder, uint codePoint)
+{
+    if (codePoint == tabulator) {
+        builder.addTabulator();
+    } else if (codePoint < 0x80 && isPlainAscii(uchar(codePoint))) {
+        const auto byte = uchar(codePoint);
+        builder.addAscii(&byte, 1);
+    } else if (isShownAsItself(codePoint)) {
+        builder.addCharacter(codePoint);
+    } else {
+        builder.addCodePointEscape(char16_t(codePoint));
+    }
+}
+
+/// Takes characters of up to three bytes for as long as they follow each other and are shown as
+/// themselves; that is most of what is no plain ASCII. Returns how far it came.
+const uchar *takeWords(const uchar *at, const uchar *end, DecodedTextBuilder &builder)
+{
+    const uchar *const begin = at;
+    char16_t *const text = builder.reserve(end - at);
+    char16_t *to = text;
+    for (; end - at >= 3; ++to) {
+        if (isPlainAscii(*at)) {
+            *to = *at;
+            at += 1;
+            continue;
+        }
+        const Sequence sequence = sequenceOf(*at);
+        if (sequence.length == 2 && isContinuation(at[1])) {
+            const uint codePoint = (at[0] & 0x1Fu) << 6 | (at[1] & 0x3Fu);
+            if (!isShownAsItself(codePoint))
+                break;
+            *to = char16_t(codePoint);
+        } else if (sequence.length == 3 && isContinuation(at[1]) && isContinuation(at[2])) {
+            uint codePoint = 0;
+            if (!decodeSequence(at, sequence, &codePoint) || !isShownAsItself(codePoint))
+                break;
+            *to = char16_t(codePoint);
+        } else {
+            break;
+        }
+        at += sequence.length;
+    }
+    builder.addReserved(to - text, at - begin);
+    return at;
+}
+
+/// Takes the ASCII control character at the start, with the line feed after a carriage return.
+/// Returns the number of bytes; 0 when the next byte decides and has not come yet.
+qsizetype takeControl(const uchar *at, const uchar *end, DecodedTextBuilder &builder)
+{
+    if (*at == lineFeed) {
+        builder.addBreak();
+        return 1;
+    }
+    if (*at != carriageReturn) {
+        addCodePoint(builder, *at);
+        return 1;
+    }
+    if (end - at < 2)
+        return 0;
+    if (at[1] == lineFeed) {
+        builder.addBreak();
+        return 2;
+    }
+    builder.addCodePointEscape(carriageReturn);
+    return 1;
+}
+
+/// Takes the character beyond ASCII at the start, or one byte of what is none. Returns the number
+/// of bytes; 0 when bytes that have not come yet decide, or a line break comes between.
+qsizetype takeSequence(const uchar *at, const uchar *end, DecodedTextBuilder &builder)
+{
+    const Sequence sequence = sequenceOf(*at);
+    int present = 1;
+    while (present < sequence.length && present < end - at && isContinuation(at[present]))
+        ++present;
+    if (present < sequence.length
+        && (present == end - at || at[present] == lineFeed || at[present] == carriageReturn))
+        return 0;
+
+    uint codePoint = 0;
+    if (sequence.length > 0 && present == sequence.length
+        && decodeSequence(at, sequence, &codePoint)) {
+        addCodePoint(builder, codePoint);
+        return sequence.length;
+    }
+    builder.addByteEscape(*at);
+    return 1;
+}
+
+/// Takes what can be understood where it stands. Stops where a byte that has yet to come decides,
+/// or a line break stands inside a character; the bytes from there on are to be taken one by one.
+const uchar *takeWhole(const uchar *at, const uchar *end, DecodedTextBuilder &builder)
+{
+    while (at != end) {
+        if (const qsizetype plain = plainAsciiLength(at, end - at); plain > 0) {
+            builder.addAscii(at, plain);
+            at += plain;
+        }
+        if (at != end && *at >= 0x80)
+            at = takeWords(at, end, builder);
+        if (at == end)
+            break;
+        const qsizetype taken =
+            *at < 0x80 ? takeControl(at, end, builder) : takeSequence(at, end, builder);
+        if (taken == 0)
+            break;
+        at += taken;
+    }
+    return at;
+}
+
 } // namespace
 
-/// Collects fragments. As long as everything in a Text is real content, its direction text is its
-/// text, and the two share one buffer.
-class IncrementalOutputDecoder::FragmentBuilder
+DecodedText IncrementalOutputDecoder::decode(QByteArrayView bytes)
 {
-public:
-    void addAscii(const uchar *bytes, qsizetype size)
-    {
-        const QLatin1StringView text(reinterpret_cast<const char *>(bytes), size);
-        m_text.append(text);
-        if (m_hasEscapes)
-            m_directionText.append(text);
-    }
-
-    void addCodePoint(uint codePoint)
-    {
-        if (codePoint == tabulator) {
-            addEscape(u"\t");
-        } else if (isUnsupportedControl(codePoint) || isBidiFormattingControl(codePoint)) {
-            addEscape(codePointEscape(codePoint));
-        } else {
-            addCharacter(codePoint);
-        }
-    }
-
-    /// Text that must not decide a direction.
-    void addEscape(QStringView text)
-    {
-        if (!std::exchange(m_hasEscapes, true))
-            m_directionText = m_text;
-        m_text.append(text);
-    }
-
-    void addByteEscape(uchar byte)
-    {
-        constexpr char16_t digits[] = u"0123456789ABCDEF";
-        const char16_t escape[] = {u'\\', u'x', digits[byte >> 4], digits[byte & 0xF]};
-        addEscape(QStringView(escape, 4));
-    }
-
-    void addBreak()
-    {
-        endText();
-        m_fragments.append({.kind = DecoderFragmentKind::Break, .text = {}, .directionText = {}});
-    }
-
-    QList<DecoderFragment> take()
-    {
-        endText();
-        return std::move(m_fragments);
-    }
-
-private:
-    void addCharacter(uint codePoint)
-    {
-        if (!QChar::requiresSurrogates(codePoint)) {
-            m_text.append(QChar(codePoint));
-            if (m_hasEscapes)
-                m_directionText.append(QChar(codePoint));
-            return;
-        }
-        const auto character = QChar::fromUcs4(codePoint);
-        m_text.append(character);
-        if (m_hasEscapes)
-            m_directionText.append(character);
-    }
-
-    void endText()
-    {
-        if (!m_text.isEmpty()) {
-            DecoderFragment fragment;
-            fragment.directionText =
-                std::exchange(m_hasEscapes, false) ? std::exchange(m_directionText, {}) : m_text;
-            fragment.text = std::exchange(m_text, {});
-            m_fragments.append(std::move(fragment));
-        }
-    }
-
-    QList<DecoderFragment> m_fragments;
-    QString m_text;
-    QString m_directionText; ///< only with escapes; otherwise it is the text
-    bool m_hasEscapes = false;
-};
-
-QList<DecoderFragment> IncrementalOutputDecoder::append(QByteArrayView bytes)
-{
-    FragmentBuilder builder;
+    DecodedTextBuilder builder(bytes.size());
     const auto *at = reinterpret_cast<const uchar *>(bytes.data());
     const uchar *const end = at + bytes.size();
     while (at != end) {
-        // With nothing kept from before, whole characters can be taken where they stand.
-        if (m_pendingUtf8Size == 0 && !m_pendingCarriageReturn) {
-            const qsizetype plain = plainAsciiLength(at, end - at);
-            if (plain > 0) {
-                builder.addAscii(at, plain);
-                at += plain;
-                continue;
-            }
-            const Sequence sequence = sequenceOf(*at);
-            uint codePoint = 0;
-            if (sequence.length > 1 && end - at >= sequence.length && isContinuation(at[1])
-                && (sequence.length < 3 || isContinuation(at[2]))
-                && (sequence.length < 4 || isContinuation(at[3]))
-                && decodeSequence(at, sequence, &codePoint)) {
-                builder.addCodePoint(codePoint);
-                at += sequence.length;
-                continue;
-            }
-        }
-        takeByte(*at++, builder);
+        if (m_pendingUtf8Size == 0 && !m_pendingCarriageReturn)
+            at = takeWhole(at, end, builder);
+        if (at != end)
+            takeByte(*at++, builder);
     }
     return builder.take();
 }
 
-void IncrementalOutputDecoder::takeByte(uchar byte, FragmentBuilder &builder)
+DecodedText IncrementalOutputDecoder::decodeRest()
+{
+    DecodedTextBuilder builder(0);
+    flushPendingUtf8(builder);
+    for (int i = 0; i < m_pendingUtf8Size; ++i)
+        builder.addByteEscape(m_pendingUtf8[i]);
+    m_pendingUtf8Size = 0;
+    if (std::exchange(m_pendingCarriageReturn, false))
+        builder.addCodePointEscape(carriageReturn);
+    return builder.take();
+}
+
+QList<DecoderFragment> IncrementalOutputDecoder::append(QByteArrayView bytes)
+{
+    return decode(bytes).fragments();
+}
+
+QList<DecoderFragment> IncrementalOutputDecoder::finish()
+{
+    return decodeRest().fragments();
+}
+
+void IncrementalOutputDecoder::takeByte(uchar byte, DecodedTextBuilder &builder)
 {
     if (m_pendingCarriageReturn) {
         m_pendingCarriageReturn = false;
@@ -201,7 +244,7 @@ void IncrementalOutputDecoder::takeByte(uchar byte, FragmentBuilder &builder)
             return;
         }
         flushPendingUtf8(builder);
-        builder.addEscape(codePointEscape(carriageReturn));
+        builder.addCodePointEscape(carriageReturn);
     }
     if (byte == carriageReturn) {
         flushPendingUtf8(builder);
@@ -215,18 +258,6 @@ void IncrementalOutputDecoder::takeByte(uchar byte, FragmentBuilder &builder)
     }
 }
 
-QList<DecoderFragment> IncrementalOutputDecoder::finish()
-{
-    FragmentBuilder builder;
-    flushPendingUtf8(builder);
-    for (int i = 0; i < m_pendingUtf8Size; ++i)
-        builder.addByteEscape(m_pendingUtf8[i]);
-    m_pendingUtf8Size = 0;
-    if (std::exchange(m_pendingCarriageReturn, false))
-        builder.addEscape(codePointEscape(carriageReturn));
-    return builder.take();
-}
-
 void IncrementalOutputDecoder::appendByte(uchar byte)
 {
     m_pendingUtf8[m_pendingUtf8Size++] = byte;
@@ -238,7 +269,7 @@ void IncrementalOutputDecoder::dropPendingBytes(int count)
     std::memmove(m_pendingUtf8.data(), m_pendingUtf8.data() + count, m_pendingUtf8Size);
 }
 
-void IncrementalOutputDecoder::flushPendingUtf8(FragmentBuilder &builder)
+void IncrementalOutputDecoder::flushPendingUtf8(DecodedTextBuilder &builder)
 {
     while (m_pendingUtf8Size > 0) {
         const uchar lead = m_pendingUtf8[0];
@@ -254,25 +285,13 @@ void IncrementalOutputDecoder::flushPendingUtf8(FragmentBuilder &builder)
         uint codePoint = 0;
         if (sequence.length > 0 && present == sequence.length
             && decodeSequence(m_pendingUtf8.data(), sequence, &codePoint)) {
-            builder.addCodePoint(codePoint);
+            addCodePoint(builder, codePoint);
             dropPendingBytes(sequence.length);
         } else {
             builder.addByteEscape(lead);
             dropPendingBytes(1);
         }
     }
-}
-
-bool IncrementalOutputDecoder::isBidiFormattingControl(uint codePoint)
-{
-    return codePoint == 0x061C || codePoint == 0x200E || codePoint == 0x200F
-           || (codePoint >= 0x202A && codePoint <= 0x202E)
-           || (codePoint >= 0x2066 && codePoint <= 0x2069);
-}
-
-bool IncrementalOutputDecoder::isUnsupportedControl(uint codePoint)
-{
-    return codePoint <= 0x1F || (codePoint >= 0x7F && codePoint <= 0x9F);
 }
 
 QString IncrementalOutputDecoder::codePointEscape(uint codePoint)
@@ -299,10 +318,15 @@ void IncrementalOutputDecoder::appendText(QList<DecoderFragment> *fragments, con
 
 void IncrementalOutputDecoder::appendCodePoint(QList<DecoderFragment> *fragments, uint codePoint)
 {
-    FragmentBuilder builder;
-    builder.addCodePoint(codePoint);
-    for (const DecoderFragment &fragment : builder.take())
-        appendText(fragments, fragment.text, fragment.directionText);
+    if (codePoint == tabulator) {
+        appendText(fragments, u"\t"_s, {});
+    } else if (isUnsupportedControl(codePoint) || isBidiFormattingControl(codePoint)) {
+        appendText(fragments, codePointEscape(codePoint), {});
+    } else {
+        const auto codeUnits = QChar::fromUcs4(codePoint);
+        const QString character = QStringView(codeUnits).toString();
+        appendText(fragments, character, character);
+    }
 }
 
 void IncrementalOutputDecoder::appendBreak(QList<DecoderFragment> *fragments)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "transcript/decodedtext.h"
 #include "transcript/decoderfragment.h"
 
 #include <QByteArrayView>
@@ -25,13 +26,25 @@ public:
     /// Decodes one chunk. An incomplete character and a trailing carriage return are kept.
     QList<DecoderFragment> append(QByteArrayView bytes);
 
+    /// The same in one piece.
+    DecodedText decode(QByteArrayView bytes);
+
     /// End of the stream: what is still kept comes out as escapes, and the decoder is empty again.
     QList<DecoderFragment> finish();
+    DecodedText decodeRest();
 
     /// U+061C, U+200E, U+200F, U+202A to U+202E and U+2066 to U+2069.
-    static bool isBidiFormattingControl(uint codePoint);
+    static constexpr bool isBidiFormattingControl(uint codePoint)
+    {
+        return codePoint == 0x061C || codePoint == 0x200E || codePoint == 0x200F
+               || (codePoint >= 0x202A && codePoint <= 0x202E)
+               || (codePoint >= 0x2066 && codePoint <= 0x2069);
+    }
     /// C0 controls, DEL and C1 controls (TAB, LF and CR included).
-    static bool isUnsupportedControl(uint codePoint);
+    static constexpr bool isUnsupportedControl(uint codePoint)
+    {
+        return codePoint <= 0x1F || (codePoint >= 0x7F && codePoint <= 0x9F);
+    }
     /// "\u{000D}": at least four upper-case hexadecimal digits.
     static QString codePointEscape(uint codePoint);
     /// "\xFF": two upper-case hexadecimal digits.
@@ -45,11 +58,9 @@ public:
     static void appendBreak(QList<DecoderFragment> *fragments);
 
 private:
-    class FragmentBuilder;
-
     void appendByte(uchar byte);
-    void flushPendingUtf8(FragmentBuilder &builder);
-    void takeByte(uchar byte, FragmentBuilder &builder);
+    void flushPendingUtf8(DecodedTextBuilder &builder);
+    void takeByte(uchar byte, DecodedTextBuilder &builder);
     void dropPendingBytes(int count);
 
     /// Start of a sequence that has not been completed: three bytes at most between calls.

@@ -2,6 +2,24 @@
 
 namespace tarn::console {
 
+namespace {
+
+/// Whether two strings are one buffer. A line without escapes costs a single one.
+bool areOneText(const QString &a, const QString &b)
+{
+    return a.isSharedWith(b) || (a.isEmpty() && b.isEmpty());
+}
+
+/// Makes the buffer as small as the text. A buffer that has no reserve is left alone, since
+/// squeeze() would copy it when it is shared.
+void dropReserve(QString &text)
+{
+    if (text.capacity() > text.size())
+        text.squeeze();
+}
+
+} // namespace
+
 Transcript::Transcript(const TranscriptLimits &limits)
     : m_limits(limits)
 {
@@ -135,20 +153,35 @@ qint64 Transcript::addParagraph(TranscriptRecordKind kind, std::optional<Transcr
     return m_paragraphs.size() - 1;
 }
 
-void Transcript::appendToParagraph(qint64 index, const DecoderFragment &fragment)
+void Transcript::appendToParagraph(qint64 index, const QString &text, const QString &directionText)
 {
     noteExtension(index);
     TranscriptParagraph &paragraph = m_paragraphs[index];
-    // Appending to an empty string shares the buffer, and a fragment without escapes holds its
-    // text only once; so an ordinary line costs a single buffer.
-    paragraph.text.append(fragment.text);
-    paragraph.directionText.append(fragment.directionText);
+    if (!areOneText(paragraph.text, paragraph.directionText) || !areOneText(text, directionText)) {
+        paragraph.text.append(text);
+        paragraph.directionText.append(directionText);
+        return;
+    }
+    // A text that is not shared while it grows is not copied each time.
+    paragraph.directionText.clear();
+    paragraph.text.append(text);
+    paragraph.directionText = paragraph.text;
 }
 
 void Transcript::terminateParagraph(qint64 index)
 {
     noteExtension(index);
     m_paragraphTerminated[index] = true;
+    // It grows no more.
+    TranscriptParagraph &paragraph = m_paragraphs[index];
+    const bool oneText = areOneText(paragraph.text, paragraph.directionText);
+    if (oneText)
+        paragraph.directionText.clear();
+    dropReserve(paragraph.text);
+    if (oneText)
+        paragraph.directionText = paragraph.text;
+    else
+        dropReserve(paragraph.directionText);
 }
 
 void Transcript::noteExtension(qint64 index)

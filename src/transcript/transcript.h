@@ -133,6 +133,11 @@ private:
         bool hasOpenParagraph() const { return paragraphIndex >= 0; }
     };
     struct ChunkProgress;
+    struct UnlimitedPrefix
+    {
+        qint64 size = 0;
+        qint64 lineBytes = 0; ///< of the stream, after the prefix
+    };
 
     StreamState &stateFor(TranscriptStream stream);
     const StreamState &stateFor(TranscriptStream stream) const;
@@ -143,10 +148,11 @@ private:
     void appendBytes(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
     bool appendNextPiece(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
     bool applyPiece(TranscriptStream stream, QByteArrayView piece, ChunkProgress &progress);
-    void applyUnchecked(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
-    qsizetype unlimitedPrefix(const StreamState &state, QByteArrayView bytes) const;
+    UnlimitedPrefix unlimitedPrefix(const StreamState &state, QByteArrayView bytes) const;
+    void applyUnchecked(TranscriptStream stream, QByteArrayView bytes,
+                        const UnlimitedPrefix &prefix, ChunkProgress &progress);
 
-    void appendToParagraph(qint64 index, const DecoderFragment &fragment);
+    void appendToParagraph(qint64 index, const QString &text, const QString &directionText);
     void terminateParagraph(qint64 index);
     void noteExtension(qint64 index);
     void markEverythingChanged();

@@ -51,7 +51,7 @@ void Transcript::applyStandaloneFragments(TranscriptRecordKind kind,
         if (isBreak)
             terminateParagraph(std::exchange(open, -1));
         else
-            appendToParagraph(open, fragment);
+            appendToParagraph(open, fragment.text, fragment.directionText);
     }
     m_pendingUpdateByteCount += fragmentsDisplayBytes(fragments);
 }

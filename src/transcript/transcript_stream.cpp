@@ -18,9 +18,10 @@ constexpr qint64 maxDisplayBytesHeld = 3 * 4 + 8;
 /// What has become of a chunk so far.
 struct Transcript::ChunkProgress
 {
-    qsizetype position = 0; ///< next byte of the chunk
-    QByteArray bytes;       ///< accepted bytes; may begin with the previous chunk's CR
-    QString text;           ///< their display text
+    qsizetype position = 0; ///< next byte of the chunk; all before it are accepted
+    /// The previous chunk's last carriage return is accepted with this chunk.
+    bool withCarriageReturn = false;
+    QString text; ///< display text of what is accepted
 };
 
 TranscriptAppendResult Transcript::appendStream(TranscriptStream stream, QByteArrayView bytes)
@@ -29,8 +30,12 @@ TranscriptAppendResult Transcript::appendStream(TranscriptStream stream, QByteAr
         return resultOf(0);
     ChunkProgress progress;
     appendBytes(stream, bytes, progress);
-    appendStreamRecord(stream, progress.bytes, progress.text);
-    return resultOf(progress.bytes.size());
+    QByteArray accepted = bytes.first(progress.position).toByteArray();
+    if (progress.withCarriageReturn)
+        accepted.prepend('\r');
+    progress.text.squeeze();
+    appendStreamRecord(stream, accepted, progress.text);
+    return resultOf(accepted.size());
 }
 
 TranscriptAppendResult Transcript::appendStreamBytes(TranscriptStream stream, QByteArrayView bytes)
@@ -42,59 +47,67 @@ void Transcript::appendBytes(TranscriptStream stream, QByteArrayView bytes, Chun
 {
     while (progress.position < bytes.size()) {
         const QByteArrayView rest = bytes.sliced(progress.position);
-        const qsizetype unlimited = unlimitedPrefix(stateFor(stream), rest);
-        if (unlimited > 0)
-            applyUnchecked(stream, rest.first(unlimited), progress);
+        const UnlimitedPrefix prefix = unlimitedPrefix(stateFor(stream), rest);
+        if (prefix.size > 0)
+            applyUnchecked(stream, rest, prefix, progress);
         else if (!appendNextPiece(stream, bytes, progress))
             return;
     }
 }
 
-/// How many bytes can be taken together because no limit can be reached within them, whatever they
-/// are; 0 when the next byte has to be looked at by itself.
-qsizetype Transcript::unlimitedPrefix(const StreamState &state, QByteArrayView bytes) const
+/// Bytes that can be taken together because no limit can be reached within them, whatever they
+/// are; none when the next byte has to be looked at by itself.
+Transcript::UnlimitedPrefix Transcript::unlimitedPrefix(const StreamState &state,
+                                                        QByteArrayView bytes) const
 {
+    UnlimitedPrefix prefix{.size = 0, .lineBytes = state.lineBytes};
     if (state.carriageReturnAtLimit)
-        return 0;
+        return prefix;
     const qint64 pendingRoom = m_limits.maxPendingUpdateBytes - m_pendingUpdateByteCount;
     const qint64 room =
         std::min<qint64>({bytes.size(), m_limits.maxRetainedBytes - m_retainedByteCount,
                           (pendingRoom - maxDisplayBytesHeld) / maxDisplayBytesPerByte});
-    const qint64 fullLineRoom = std::min<qint64>(m_limits.maxParagraphBytes, bytes.size());
-    qint64 lineRoom = std::min(m_limits.maxParagraphBytes - state.lineBytes, fullLineRoom);
     // Every line break, and the text after the last one, may open a paragraph.
     qint64 paragraphRoom =
         m_limits.maxParagraphs - m_paragraphs.size() - (state.hasOpenParagraph() ? 0 : 1);
 
-    qint64 prefix = 0;
-    while (prefix < room && paragraphRoom >= 0 && lineRoom >= 0) {
-        const char *start = bytes.data() + prefix;
-        const qint64 searched = std::min(room - prefix, lineRoom + 1);
-        const void *lineFeed = std::memchr(start, '\n', static_cast<size_t>(searched));
-        if (!lineFeed)
-            return prefix + std::min(searched, lineRoom);
-        prefix += static_cast<const char *>(lineFeed) - start + 1;
+    while (prefix.size < room && paragraphRoom >= 0
+           && prefix.lineBytes <= m_limits.maxParagraphBytes) {
+        const char *start = bytes.data() + prefix.size;
+        const qint64 rest = room - prefix.size;
+        const qint64 lineRoom = std::min(m_limits.maxParagraphBytes - prefix.lineBytes, rest);
+        // The line break itself needs no room in the line.
+        const void *lineFeed = std::memchr(start, '\n', size_t(std::min(lineRoom + 1, rest)));
+        if (!lineFeed) {
+            prefix.size += lineRoom;
+            prefix.lineBytes += lineRoom;
+            return prefix;
+        }
+        prefix.size += static_cast<const char *>(lineFeed) - start + 1;
+        prefix.lineBytes = 0;
         --paragraphRoom;
-        lineRoom = fullLineRoom;
     }
     return prefix;
 }
 
 void Transcript::applyUnchecked(TranscriptStream stream, QByteArrayView bytes,
-                                ChunkProgress &progress)
+                                const UnlimitedPrefix &prefix, ChunkProgress &progress)
 {
     StreamState &state = stateFor(stream);
-    const QList<DecoderFragment> fragments = state.decoder.append(bytes);
-    applyStreamFragments(stream, fragments);
-    m_retainedByteCount += bytes.size();
-    const qsizetype lastLineFeed = bytes.lastIndexOf('\n');
-    if (lastLineFeed >= 0)
-        state.lineBytes = 0;
-    state.lineBytes += bytes.size() - (lastLineFeed + 1);
-
-    progress.position += bytes.size();
-    progress.bytes.append(bytes);
-    progress.text.append(fragmentsText(fragments));
+    const DecodedText decoded = state.decoder.decode(bytes.first(prefix.size));
+    decoded.forEachLine([&](const DecodedText::Line &line) {
+        const qint64 index = ensureStreamParagraph(stream);
+        appendToParagraph(index, line.text, line.directionText);
+        if (line.ended) {
+            terminateParagraph(index);
+            state.paragraphIndex = -1;
+        }
+    });
+    state.lineBytes = prefix.lineBytes;
+    m_retainedByteCount += prefix.size;
+    m_pendingUpdateByteCount += decoded.displayBytes();
+    progress.position += prefix.size;
+    progress.text.append(decoded.text());
 }
 
 /// Takes in one byte, or a CR LF that ends a full line. Returns false when the chunk ends here.
@@ -113,6 +126,7 @@ bool Transcript::appendNextPiece(TranscriptStream stream, QByteArrayView bytes,
             return false;
         state.carriageReturnAtLimit = false;
         state.lineBytes = 0;
+        progress.withCarriageReturn = true;
         progress.position += 1;
         return true;
     }
@@ -157,7 +171,6 @@ bool Transcript::applyPiece(TranscriptStream stream, QByteArrayView piece, Chunk
     state.decoder = decoder;
     applyStreamFragments(stream, fragments);
     m_retainedByteCount += piece.size();
-    progress.bytes.append(piece);
     progress.text.append(fragmentsText(fragments));
     return true;
 }
@@ -181,7 +194,7 @@ void Transcript::applyStreamFragments(TranscriptStream stream,
             terminateParagraph(ensureStreamParagraph(stream));
             state.paragraphIndex = -1;
         } else if (!fragment.text.isEmpty()) {
-            appendToParagraph(ensureStreamParagraph(stream), fragment);
+            appendToParagraph(ensureStreamParagraph(stream), fragment.text, fragment.directionText);
         }
     }
     m_pendingUpdateByteCount += fragmentsDisplayBytes(fragments);
