@@ -1,6 +1,7 @@
-// How fast output becomes paragraphs. Beside each input stands what Qt needs at the least, in the
-// same process and in turns with the transcript: QString::fromUtf8() of the same slices, split at
-// line ends into a list. "ratio" is how many times as long the transcript takes.
+// How fast output becomes paragraphs, and what they cost in memory. Beside each input stands what
+// Qt needs at the least, in the same process and in turns with the transcript: QString::fromUtf8()
+// of the same slices, split at line ends into a list. A figure is the ratio of the two medians; a
+// bar says how large it may get. Exit code 1 says that a bar was missed.
 
 #include "transcript/transcript.h"
 
@@ -10,21 +11,24 @@
 #include <QString>
 #include <QStringList>
 
-#include <benchmark/benchmark.h>
-
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <string>
+#include <vector>
+
+#include <malloc.h>
 
 using namespace Qt::StringLiterals;
 using namespace tarn::console;
 
 namespace {
 
-using Seconds = std::chrono::duration<double>;
+using Milliseconds = std::chrono::duration<double, std::milli>;
 
+constexpr qsizetype kilobyte = 1 << 10;
 constexpr qsizetype megabyte = 1 << 20;
-constexpr qsizetype inputSize = 8 * megabyte;
 
 QByteArray repeatedTo(qsizetype size, const QByteArray &block)
 {
@@ -75,77 +79,160 @@ TranscriptLimits unreachableLimits()
 }
 
 template<typename Take>
-Seconds timeSlices(const QByteArray &input, qsizetype sliceSize, Take take)
+Milliseconds timeSlices(const QByteArray &input, qsizetype sliceSize, Take take)
 {
     const auto start = std::chrono::steady_clock::now();
     const QByteArrayView bytes = input;
     for (qsizetype from = 0; from < bytes.size(); from += sliceSize)
-        take(bytes.sliced(from, qMin(sliceSize, bytes.size() - from)));
+        take(bytes.sliced(from, std::min(sliceSize, bytes.size() - from)));
     return std::chrono::steady_clock::now() - start;
 }
 
-Seconds timeTranscript(const QByteArray &input, qsizetype sliceSize)
+Milliseconds fill(Transcript &transcript, const QByteArray &input, qsizetype sliceSize)
+{
+    return timeSlices(input, sliceSize, [&](QByteArrayView slice) {
+        transcript.appendStream(TranscriptStream::StandardOutput, slice);
+        transcript.acknowledgePendingUpdates();
+    });
+}
+
+Milliseconds timeTranscript(const QByteArray &input, qsizetype sliceSize)
 {
     const auto transcript = std::make_unique<Transcript>(unreachableLimits());
-    const Seconds time = timeSlices(input, sliceSize, [&](QByteArrayView slice) {
-        transcript->appendStream(TranscriptStream::StandardOutput, slice);
-        transcript->acknowledgePendingUpdates();
-    });
-    benchmark::DoNotOptimize(transcript->paragraphs().constData());
-    return time;
+    return fill(*transcript, input, sliceSize);
 }
 
-Seconds timeBaseline(const QByteArray &input, qsizetype sliceSize)
+Milliseconds timeBaseline(const QByteArray &input, qsizetype sliceSize)
 {
     const auto lines = std::make_unique<QStringList>();
-    const Seconds time = timeSlices(input, sliceSize, [&](QByteArrayView slice) {
+    return timeSlices(input, sliceSize, [&](QByteArrayView slice) {
         lines->append(QString::fromUtf8(slice).split(u'\n'));
     });
-    benchmark::DoNotOptimize(lines->constData());
-    return time;
 }
 
-void appendStream(benchmark::State &state, const QByteArray &input, qsizetype sliceSize)
+Milliseconds median(std::vector<Milliseconds> times)
 {
-    Seconds transcript{0};
-    Seconds baseline{0};
-    for ([[maybe_unused]] auto iteration : state) {
-        baseline += timeBaseline(input, sliceSize);
-        const Seconds time = timeTranscript(input, sliceSize);
-        transcript += time;
-        state.SetIterationTime(time.count());
+    const auto middle = times.begin() + qsizetype(times.size() / 2);
+    std::nth_element(times.begin(), middle, times.end());
+    return *middle;
+}
+
+struct Medians
+{
+    Milliseconds first;
+    Milliseconds second;
+};
+
+/// Runs the two in turns, so that a busy machine slows both.
+template<typename First, typename Second>
+Medians alternate(int repetitions, First first, Second second)
+{
+    std::vector<Milliseconds> firstTimes;
+    std::vector<Milliseconds> secondTimes;
+    for (int i = 0; i < repetitions; ++i) {
+        firstTimes.push_back(first());
+        secondTimes.push_back(second());
     }
-    using benchmark::Counter;
-    state.SetBytesProcessed(state.iterations() * input.size());
-    state.counters["baseline_ms"] = Counter(baseline.count() * 1000, Counter::kAvgIterations);
-    state.counters["ratio"] = transcript / baseline;
+    return {median(firstTimes), median(secondTimes)};
 }
 
-void add(const char *name, const QByteArray &input, qsizetype sliceSize)
+bool isMet(double figure, double bar)
 {
-    const std::string fullName =
-        "appendStream/" + std::string(name) + "/" + std::to_string(sliceSize);
-    benchmark::RegisterBenchmark(fullName.c_str(), appendStream, input, sliceSize)
-        ->UseManualTime()
-        ->Unit(benchmark::kMillisecond);
+    std::printf("%6.2f %6.1f  %s\n", figure, bar, figure <= bar ? "met" : "missed");
+    std::fflush(stdout);
+    return figure <= bar;
+}
+
+using MakeInput = QByteArray (*)(qsizetype size);
+
+struct Case
+{
+    const char *name;
+    MakeInput makeInput;
+    double bar; ///< times as long as the baseline
+};
+
+constexpr Case cases[] = {
+    {"ASCII, lines of 80", asciiLines, 4},   {"Arabic", arabicLines, 4},
+    {"mixed with escapes", mixedLines, 4},   {"random bytes", randomBytes, 10},
+    {"ASCII, lines of 65536", longLines, 4},
+};
+
+bool compareWithBaseline(const Case &benchmark, qsizetype sliceSize, int repetitions)
+{
+    const QByteArray input = benchmark.makeInput(8 * megabyte);
+    const Medians times = alternate(
+        repetitions, [&] { return timeTranscript(input, sliceSize); },
+        [&] { return timeBaseline(input, sliceSize); });
+    std::printf("%-22s %6lld %10.1f %10.1f ", benchmark.name, qlonglong(sliceSize),
+                times.first.count(), times.second.count());
+    return isMet(times.first / times.second, benchmark.bar);
+}
+
+/// Four times the input may take at most five and a half times as long.
+bool compareSizes(const Case &benchmark, qsizetype sliceSize, qsizetype size, int repetitions)
+{
+    const QByteArray input = benchmark.makeInput(4 * size);
+    const QByteArray quarter = benchmark.makeInput(size);
+    const Medians times = alternate(
+        repetitions, [&] { return timeTranscript(input, sliceSize); },
+        [&] { return timeTranscript(quarter, sliceSize); });
+    std::printf("%-22s %6lld %10.1f %10.1f ", benchmark.name, qlonglong(sliceSize),
+                times.first.count(), times.second.count());
+    return isMet(times.first / times.second, 5.5);
+}
+
+size_t allocatedBytes()
+{
+    const auto state = mallinfo2();
+    return state.uordblks + state.hblkhd;
+}
+
+void printMemory(const Case &benchmark, qsizetype sliceSize, qsizetype size)
+{
+    const QByteArray input = benchmark.makeInput(size);
+    const size_t before = allocatedBytes();
+    const auto transcript = std::make_unique<Transcript>(unreachableLimits());
+    fill(*transcript, input, sliceSize);
+    const double bytes = double(allocatedBytes() - before);
+    std::printf("%-22s %6lld %10.1f %10.1f %10.0f %12.0f\n", benchmark.name, qlonglong(sliceSize),
+                bytes / megabyte, bytes / double(input.size()),
+                bytes / double(transcript->paragraphs().size()),
+                bytes / double(transcript->records().size()));
+}
+
+bool runAll(int repetitions)
+{
+    bool met = true;
+    std::printf("%-22s %6s %10s %10s %6s %6s\n", "8 MB of output", "slice", "ms", "baseline",
+                "ratio", "bar");
+    for (const qsizetype sliceSize : {64 * kilobyte, 4 * kilobyte}) {
+        for (const Case &benchmark : cases)
+            met &= compareWithBaseline(benchmark, sliceSize, repetitions);
+    }
+    std::printf("\n%-22s %6s %10s %10s %6s %6s\n", "four times the output", "slice", "ms",
+                "a quarter", "ratio", "bar");
+    for (const Case &benchmark : cases) {
+        met &= compareSizes(benchmark, 64 * kilobyte, 2 * megabyte, repetitions);
+        met &= compareSizes(benchmark, 1, 256 * kilobyte, repetitions);
+    }
+    std::printf("\n%-22s %6s %10s %10s %10s %12s\n", "memory of the model", "slice", "MB",
+                "per byte", "/paragraph", "/record");
+    for (const Case &benchmark : cases) {
+        printMemory(benchmark, 64 * kilobyte, 8'100'000);
+        printMemory(benchmark, 1, 256 * kilobyte);
+    }
+    return met;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    for (const qsizetype sliceSize : {qsizetype(65'536), qsizetype(4'096)}) {
-        add("ascii80", asciiLines(inputSize), sliceSize);
-        add("arabic", arabicLines(inputSize), sliceSize);
-        add("mixed", mixedLines(inputSize), sliceSize);
-        add("random", randomBytes(inputSize), sliceSize);
-        add("lines65536", longLines(inputSize), sliceSize);
+    const int repetitions = argc > 1 ? std::atoi(argv[1]) : 9;
+    if (repetitions < 1) {
+        std::puts("Usage: bench-textcore [REPETITIONS]   default: 9");
+        return 2;
     }
-    add("ascii80_1MB", asciiLines(megabyte), 1);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runAll(repetitions) ? 0 : 1;
 }

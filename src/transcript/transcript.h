@@ -152,6 +152,7 @@ private:
     void applyUnchecked(TranscriptStream stream, QByteArrayView bytes,
                         const UnlimitedPrefix &prefix, ChunkProgress &progress);
 
+    void applyLine(TranscriptStream stream, DecodedText::Line &&line);
     void appendToParagraph(qint64 index, const QString &text, const QString &directionText);
     void terminateParagraph(qint64 index);
     void noteExtension(qint64 index);

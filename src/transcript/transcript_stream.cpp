@@ -95,19 +95,33 @@ void Transcript::applyUnchecked(TranscriptStream stream, QByteArrayView bytes,
 {
     StreamState &state = stateFor(stream);
     const DecodedText decoded = state.decoder.decode(bytes.first(prefix.size));
-    decoded.forEachLine([&](const DecodedText::Line &line) {
-        const qint64 index = ensureStreamParagraph(stream);
-        appendToParagraph(index, line.text, line.directionText);
-        if (line.ended) {
-            terminateParagraph(index);
-            state.paragraphIndex = -1;
-        }
-    });
+    decoded.forEachLine([&](DecodedText::Line &&line) { applyLine(stream, std::move(line)); });
     state.lineBytes = prefix.lineBytes;
     m_retainedByteCount += prefix.size;
     m_pendingUpdateByteCount += decoded.displayBytes();
     progress.position += prefix.size;
     progress.text.append(decoded.text());
+}
+
+void Transcript::applyLine(TranscriptStream stream, DecodedText::Line &&line)
+{
+    StreamState &state = stateFor(stream);
+    if (!state.hasOpenParagraph() && state.directionText.isEmpty()) {
+        // The usual case, a paragraph that begins with the line, needs no appending.
+        m_paragraphs.append({.kind = TranscriptRecordKind::StreamOutput,
+                             .stream = stream,
+                             .text = std::move(line.text),
+                             .directionText = std::move(line.directionText)});
+        m_paragraphTerminated.append(line.ended);
+        state.paragraphIndex = line.ended ? -1 : m_paragraphs.size() - 1;
+        return;
+    }
+    const qint64 index = ensureStreamParagraph(stream);
+    appendToParagraph(index, line.text, line.directionText);
+    if (line.ended) {
+        terminateParagraph(index);
+        state.paragraphIndex = -1;
+    }
 }
 
 /// Takes in one byte, or a CR LF that ends a full line. Returns false when the chunk ends here.
