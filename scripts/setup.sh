@@ -3,7 +3,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, screenshots, benchmark; default: build display test)'
+       (build, wayland, display, test, package, icons, screenshots, benchmark;
+       default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -21,6 +22,12 @@ packages_of() {
         ;;
     test) # What only the tests need: the clipboard as another program sees it.
         printf '%s\n' python3 xclip
+        ;;
+    package) # The Debian package.
+        printf '%s\n' dpkg-dev file
+        ;;
+    icons) # Drawing the icon in its small sizes.
+        printf '%s\n' librsvg2-bin
         ;;
     screenshots) # A dark palette for the pictures of the documentation.
         printf '%s\n' qt6ct

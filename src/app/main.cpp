@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCommandLineOption>
 #include <QCommandLineParser>
+#include <QIcon>
 
 using namespace Qt::StringLiterals;
 using tarn::console::ConsoleStartupOptions;
@@ -41,6 +42,9 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(u"TARN"_s);
     QCoreApplication::setApplicationName(u"TARN Console"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(TARN_CONSOLE_VERSION));
+    // By this name desktops find the entry, and with it the icon, of the window.
+    QGuiApplication::setDesktopFileName(u"org.tarn.console"_s);
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
     ConsoleWindow window(parseCommandLine(application));
     window.show();
