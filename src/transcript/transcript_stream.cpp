@@ -1,6 +1,7 @@
 #include "transcript/transcript.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -12,6 +13,33 @@ namespace {
 constexpr qint64 maxDisplayBytesPerByte = 8;
 /// What a decoder may still hold from before: three bytes ("\xFF" each) and a carriage return.
 constexpr qint64 maxDisplayBytesHeld = 3 * 4 + 8;
+
+/// All strings of one character below a bound, each with its terminator.
+template<typename Character, size_t Bound>
+constexpr std::array<Character, 2 * Bound> singleCharacters = [] {
+    std::array<Character, 2 * Bound> all{};
+    for (size_t i = 0; i < Bound; ++i)
+        all[2 * i] = Character(i);
+    return all;
+}();
+
+/// A record's bytes. A program that writes byte by byte makes a record of each, so a single byte
+/// comes from a table and takes no memory of its own.
+QByteArray recordBytes(QByteArrayView bytes)
+{
+    if (bytes.size() != 1)
+        return bytes.toByteArray();
+    return QByteArray::fromRawData(&singleCharacters<char, 0x100>[2 * uchar(bytes.front())], 1);
+}
+
+/// A record's text, likewise.
+QString recordText(const QString &text)
+{
+    if (text.size() != 1 || text.front().unicode() >= 0x80)
+        return text;
+    const char16_t *single = &singleCharacters<char16_t, 0x80>[2 * text.front().unicode()];
+    return QString::fromRawData(reinterpret_cast<const QChar *>(single), 1);
+}
 
 } // namespace
 
@@ -30,11 +58,11 @@ TranscriptAppendResult Transcript::appendStream(TranscriptStream stream, QByteAr
         return resultOf(0);
     ChunkProgress progress;
     appendBytes(stream, bytes, progress);
-    QByteArray accepted = bytes.first(progress.position).toByteArray();
+    QByteArray accepted = recordBytes(bytes.first(progress.position));
     if (progress.withCarriageReturn)
         accepted.prepend('\r');
     progress.text.squeeze();
-    appendStreamRecord(stream, accepted, progress.text);
+    appendStreamRecord(stream, accepted, recordText(progress.text));
     return resultOf(accepted.size());
 }
 

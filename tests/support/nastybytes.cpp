@@ -4,13 +4,30 @@ namespace tarn::console {
 
 namespace {
 
-enum Temper { Prose, Arabic, ShortLines, Controls, Broken, Noise, Mixed, TemperCount };
+enum Temper { Prose, Words, Arabic, ShortLines, Controls, Broken, Noise, Mixed, TemperCount };
 
 const char *const arabicTokens[] = {"\xD9\x85", "\xD8\xB1\xD8\xAD\xD8\xA8\xD8\xA7",
                                     " ",        "\xD8\x9F",
                                     "\xD9\xA3", "\n",
                                     "\xD8\xA7", "1 ",
                                     "abc"};
+
+/// Characters of each length between runs that are shorter and longer than what is decoded at once.
+const char *const wordTokens[] = {"\xE4\xB8\xAD\xE6\x96\x87",
+                                  "\xE2\x82\xAC",
+                                  "\xE0\xA0\x80",
+                                  "\xED\x9F\xBF",
+                                  "\xEF\xBF\xBD",
+                                  "\xF0\x9F\x98\x80",
+                                  "\xC2\xA0",
+                                  "\xC3\xA9t\xC3\xA9",
+                                  "\xD9\x85\xD8\xB1\xD8\xAD\xD8\xA8\xD8\xA7 ",
+                                  "seven77",
+                                  "eight888",
+                                  "fifteen15151515",
+                                  "sixteen161616161",
+                                  "seventeen17171717",
+                                  "a line that is longer than two blocks of sixteen bytes\n"};
 
 const char *const lineTokens[] = {"\n",           "\r\n",         "\r", "\n\n",     "a",
                                   "bc",           "\xC3\xA9",     "\t", "\xC2\x85", "\r\r\n",
@@ -110,6 +127,8 @@ QList<QByteArray> NastyBytes::cut(const QByteArray &bytes)
 QByteArray NastyBytes::token(int temper)
 {
     switch (temper) {
+    case Words:
+        return chance(5) ? pick(controlTokens, m_random) : pick(wordTokens, m_random);
     case Arabic:
         return pick(arabicTokens, m_random);
     case ShortLines:
