@@ -3,8 +3,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, package, icons, screenshots, benchmark;
-       default: build display test)'
+       (build, wayland, display, test, package, icons, screenshots, benchmark,
+       fuzz; default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -34,6 +34,9 @@ packages_of() {
         ;;
     benchmark)
         printf '%s\n' libbenchmark-dev
+        ;;
+    fuzz) # The fuzz targets: clang and the library that drives them.
+        printf '%s\n' clang libclang-rt-dev
         ;;
     *)
         echo "setup.sh: there is no group '$1'" >&2

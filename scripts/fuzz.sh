@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Runs the fuzz targets. What they find new stays in build/fuzz/corpus, an input that shows a
+# problem in build/fuzz/findings.
+set -euo pipefail
+
+usage='Usage: scripts/fuzz.sh [--seconds N] [TARGET...]   builds and runs fuzz targets, each for N seconds
+       (decoder, transcript, direction; default: all of them, 60 seconds each)'
+
+seconds=60
+targets=()
+while [ $# -gt 0 ]; do
+    case $1 in
+    -h | --help)
+        echo "$usage"
+        exit 0
+        ;;
+    --seconds)
+        seconds=${2:?$usage}
+        shift
+        ;;
+    decoder | transcript | direction) targets+=("$1") ;;
+    *)
+        echo "$usage" >&2
+        exit 2
+        ;;
+    esac
+    shift
+done
+if [ ${#targets[@]} -eq 0 ]; then
+    targets=(decoder transcript direction)
+fi
+
+cd "$(dirname "$0")/.."
+./scripts/setup.sh build fuzz
+cmake --preset fuzz
+cmake --build --preset fuzz --parallel "$(nproc)" --target "${targets[@]/#/fuzz-}"
+
+mkdir -p build/fuzz/findings
+for target in "${targets[@]}"; do
+    corpus=build/fuzz/corpus/$target
+    mkdir -p "$corpus"
+    echo "== $target, $seconds seconds"
+    nice "build/fuzz/bin/fuzz-$target" -max_total_time="$seconds" -print_final_stats=1 \
+        -verbosity=0 -max_len=1024 -artifact_prefix="build/fuzz/findings/$target-" \
+        "$corpus" "fuzz/corpus/$target"
+done
