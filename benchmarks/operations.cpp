@@ -1,0 +1,239 @@
+// What a user does with 100,000 paragraphs on the screen, beside what a QPlainTextEdit needs for
+// the same or for showing the same text once.
+
+#include "subjects.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QTextCursor>
+
+using namespace tarn::benchmark;
+using tarn::console::ContentDirection;
+
+namespace {
+
+struct Shown
+{
+    Milliseconds painted{};
+    Milliseconds settled{}; ///< also when nothing is left to do in idle time
+};
+
+/// Does it and waits until the window shows it.
+template<typename Work>
+Shown timeUntilShown(Work work)
+{
+    Shown shown;
+    shown.settled = timeOf([&] {
+        shown.painted = timeOf([&] {
+            work();
+            QCoreApplication::sendPostedEvents();
+        });
+        drainEvents();
+    });
+    return shown;
+}
+
+Milliseconds medianSettled(const std::vector<Shown> &times)
+{
+    std::vector<Milliseconds> all;
+    for (const Shown &each : times)
+        all.push_back(each.settled);
+    return median(all);
+}
+
+Milliseconds medianPainted(const std::vector<Shown> &times)
+{
+    std::vector<Milliseconds> all;
+    for (const Shown &each : times)
+        all.push_back(each.painted);
+    return median(all);
+}
+
+/// After one more line.
+struct RefreshTimes
+{
+    Milliseconds refresh;
+    Milliseconds shown; ///< with the painting
+};
+
+RefreshTimes mediansOfRefresh(const std::vector<RefreshTimes> &times)
+{
+    std::vector<Milliseconds> refreshes;
+    std::vector<Milliseconds> shown;
+    for (const RefreshTimes &each : times) {
+        refreshes.push_back(each.refresh);
+        shown.push_back(each.shown);
+    }
+    return {median(refreshes), median(shown)};
+}
+
+RefreshTimes timeRefresh(TranscriptSubject &subject, int number)
+{
+    const QByteArray line = asciiLine(number);
+    RefreshTimes times{};
+    times.shown = timeOf([&] {
+        times.refresh = timeOf([&] { subject.take(line); });
+        drainEvents();
+    });
+    return times;
+}
+
+void compareRefresh(Report &report)
+{
+    constexpr int repetitions = 100;
+    TranscriptSubject small;
+    fill(small, textOf(asciiLine, 100));
+    TranscriptSubject large;
+    fill(large, textOf(asciiLine, int(lineCount) - repetitions));
+    int number = 0;
+    const auto times = alternate(
+        repetitions, [&] { return timeRefresh(large, number++); },
+        [&] { return timeRefresh(small, number++); });
+    const RefreshTimes ofLarge = mediansOfRefresh(times.first);
+    const RefreshTimes ofSmall = mediansOfRefresh(times.second);
+    report.compare(u"refresh at 100,000 paragraphs, against 100"_s, ofLarge.refresh,
+                   ofSmall.refresh, 1.5);
+    report.compare(u"the same with the painting"_s, ofLarge.shown, ofSmall.shown, 1.5);
+}
+
+/// The two views with the same text.
+struct Filled
+{
+    explicit Filled(const QByteArray &bytes)
+        : text(QString::fromUtf8(bytes))
+    {
+        fill(ours, bytes);
+        fill(theirs, bytes);
+    }
+
+    Shown setPlainText()
+    {
+        return timeUntilShown([this] { theirs.edit->setPlainText(text); });
+    }
+
+    QString text;
+    TranscriptSubject ours;
+    PlainTextSubject theirs;
+};
+
+void scrollToMiddle(QAbstractScrollArea *view)
+{
+    QScrollBar *bar = view->verticalScrollBar();
+    bar->setValue(bar->maximum() / 2);
+    drainEvents();
+}
+
+void compareResize(Report &report, const QString &name, Filled &filled, int repetitions)
+{
+    bool ourTurnIsWide = false;
+    bool theirTurnIsWide = false;
+    const auto resize = [](QWidget *view, bool &wide) {
+        wide = !wide;
+        const QSize size = wide ? viewSize : viewSize - QSize(200, 0);
+        return timeUntilShown([&] { view->resize(size); });
+    };
+    const auto times = alternate(
+        2 * repetitions, [&] { return resize(filled.ours.view, ourTurnIsWide); },
+        [&] { return resize(filled.theirs.edit, theirTurnIsWide); });
+    report.compare(name + u", against QPlainTextEdit"_s, medianSettled(times.first),
+                   medianSettled(times.second), 2);
+    report.note(name + u", until it is first painted"_s, medianPainted(times.first).count());
+}
+
+void compareZoom(Report &report, Filled &filled, int repetitions)
+{
+    scrollToMiddle(filled.ours.view);
+    const auto top = [&] { return filled.ours.view->scrollAnchor().blockNumber; };
+    const int before = top();
+    bool stays = before > 0;
+    int step = 0;
+    const auto times = alternate(
+        2 * repetitions,
+        [&] {
+            ++step;
+            const Shown shown = timeUntilShown(
+                [&] { filled.ours.stage.setFont(consoleFont(step % 2 == 0 ? 11 : 12)); });
+            stays = stays && top() == before;
+            return shown;
+        },
+        [&] { return filled.setPlainText(); });
+    report.compare(u"one zoom step, against setPlainText()"_s, medianSettled(times.first),
+                   medianSettled(times.second), 0.5);
+    report.note(u"one zoom step, until it is first painted"_s, medianPainted(times.first).count());
+    report.check(u"the paragraph at the top stays"_s, stays);
+}
+
+template<typename Work>
+void compareWithSetPlainText(Report &report, const QString &name, Filled &filled, double bar,
+                             int repetitions, Work work)
+{
+    const auto times = alternate(repetitions, work, [&] { return filled.setPlainText(); });
+    report.compare(name + u", against setPlainText()"_s, medianSettled(times.first),
+                   medianSettled(times.second), bar);
+}
+
+void compareOperations(Report &report, Filled &filled, int repetitions)
+{
+    TranscriptView *view = filled.ours.view;
+    bool rightToLeft = false;
+    compareWithSetPlainText(report, u"direction switch"_s, filled, 1, 2 * repetitions, [&] {
+        rightToLeft = !rightToLeft;
+        return timeUntilShown([&] {
+            view->setContentDirection(rightToLeft ? ContentDirection::RightToLeft
+                                                  : ContentDirection::Auto);
+        });
+    });
+    compareWithSetPlainText(report, u"find what is not there"_s, filled, 1, repetitions, [&] {
+        return timeUntilShown([&] {
+            if (view->findLiteral(u"nowhere"_s, false).found)
+                qFatal("found what is not there");
+        });
+    });
+    compareWithSetPlainText(report, u"select all and copy"_s, filled, 1, repetitions, [&] {
+        const Shown shown = timeUntilShown([&] {
+            view->selectAll();
+            view->copySelection();
+        });
+        if (QGuiApplication::clipboard()->text().size() != filled.text.size())
+            qFatal("the copy is not the text");
+        QTextCursor cursor = view->textCursor();
+        cursor.clearSelection();
+        view->setTextCursor(cursor);
+        drainEvents();
+        return shown;
+    });
+}
+
+void compareClear(Report &report, Filled &filled, const QByteArray &text, int repetitions)
+{
+    compareWithSetPlainText(report, u"clear"_s, filled, 0.25, repetitions, [&] {
+        const Shown shown = timeUntilShown([&] {
+            filled.ours.transcript.clear();
+            filled.ours.view->refresh();
+        });
+        fill(filled.ours, text);
+        return shown;
+    });
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const Options options =
+        parseOptions(u"Measures what a user does with 100,000 paragraphs."_s, 5);
+    const QByteArray text = textOf(asciiLine);
+
+    Report report(u"operations: 100,000 paragraphs of 80 characters"_s);
+    compareRefresh(report);
+    Filled filled(text);
+    compareResize(report, u"resize at the end"_s, filled, options.repetitions);
+    scrollToMiddle(filled.ours.view);
+    scrollToMiddle(filled.theirs.edit);
+    compareResize(report, u"resize in the middle"_s, filled, options.repetitions);
+    compareZoom(report, filled, options.repetitions);
+    compareOperations(report, filled, options.repetitions);
+    compareClear(report, filled, text, std::max(1, options.repetitions / 2));
+    return report.finish(options.jsonFile);
+}
