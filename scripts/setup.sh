@@ -20,8 +20,8 @@ packages_of() {
     display) # A virtual display: X server, window manager, keys, screenshots.
         printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
         ;;
-    test) # What only the tests need: the clipboard as another program sees it.
-        printf '%s\n' python3 xclip
+    test) # What only the tests need: Unicode as others read it, and the clipboard as others see it.
+        printf '%s\n' libicu-dev python3 xclip
         ;;
     package) # The Debian package.
         printf '%s\n' dpkg-dev file
