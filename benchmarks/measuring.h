@@ -111,6 +111,14 @@ public:
         add({{u"name"_s, name}, {u"unit"_s, unit}, {u"value"_s, value}});
     }
 
+    /// One point of a curve.
+    void point(const QString &series, double x, Milliseconds value)
+    {
+        std::printf("%-72s %10.2f\n", qPrintable(u"%1 at %2, ms"_s.arg(series).arg(x)),
+                    value.count());
+        add({{u"series"_s, series}, {u"x"_s, x}, {u"value"_s, value.count()}});
+    }
+
     /// Writes the figures, if a file is named; returns the program's exit status, 1 when a bar was
     /// missed.
     int finish(const QString &file) const

@@ -1,0 +1,112 @@
+// Peak memory of a process that shows 8.1 MB in 100,000 lines, in the console's view and in a
+// QPlainTextEdit. Each is measured in a process of its own, which reads its text from a file.
+
+#include "subjects.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QTemporaryFile>
+
+using namespace tarn::benchmark;
+
+namespace {
+
+constexpr double kilobytesPerMegabyte = 1024;
+
+/// Megabytes, before and after the fill.
+struct Peaks
+{
+    double empty = 0;
+    double full = 0;
+
+    double growth() const { return full - empty; }
+};
+
+double peakMemory()
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly))
+        qFatal("cannot read the process status");
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).simplified().split(' ').constFirst().toDouble()
+                   / kilobytesPerMegabyte;
+    }
+    qFatal("the process status has no peak memory");
+}
+
+template<typename Subject>
+void printPeaks(const QString &fileName)
+{
+    Subject subject;
+    QFile text(fileName);
+    if (!text.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        qFatal("cannot read the text");
+    const double empty = peakMemory();
+    for (QByteArray slice = text.read(sliceBytes); !slice.isEmpty();
+         slice = text.read(sliceBytes)) {
+        subject.take(slice);
+        drainEvents();
+    }
+    subject.finish();
+    drainEvents();
+    std::printf("%f %f\n", empty, peakMemory());
+}
+
+/// Runs this program again as one of the two subjects.
+Peaks measureSubject(const QString &subject, const QString &textFile)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QCoreApplication::applicationFilePath(), {subject, textFile});
+    if (!process.waitForFinished(-1) || process.exitCode() != 0)
+        qFatal("the measured process failed");
+    const QList<QByteArray> peaks = process.readAll().simplified().split(' ');
+    return {peaks.value(0).toDouble(), peaks.value(1).toDouble()};
+}
+
+Peaks medianOf(std::vector<Peaks> peaks)
+{
+    const auto middle = peaks.begin() + std::ptrdiff_t(peaks.size() / 2);
+    std::nth_element(peaks.begin(), middle, peaks.end(),
+                     [](const Peaks &a, const Peaks &b) { return a.growth() < b.growth(); });
+    return *middle;
+}
+
+int compare(const Options &options)
+{
+    QTemporaryFile text;
+    if (!text.open() || text.write(textOf(asciiLine)) < 0 || !text.flush())
+        qFatal("cannot write the text");
+    const auto peaks = alternate(
+        options.repetitions, [&] { return measureSubject(u"ours"_s, text.fileName()); },
+        [&] { return measureSubject(u"theirs"_s, text.fileName()); });
+    const Peaks ours = medianOf(peaks.first);
+    const Peaks theirs = medianOf(peaks.second);
+
+    Report report(u"memory: peak of a process that shows 8.1 MB in 100,000 lines"_s);
+    report.compare(u"growth over an empty view, against QPlainTextEdit"_s, ours.growth(),
+                   theirs.growth(), 2.5, u"MB"_s);
+    report.note(u"empty view, whole process"_s, ours.empty, u"MB"_s);
+    report.note(u"filled view, whole process"_s, ours.full, u"MB"_s);
+    report.note(u"empty QPlainTextEdit, whole process"_s, theirs.empty, u"MB"_s);
+    report.note(u"filled QPlainTextEdit, whole process"_s, theirs.full, u"MB"_s);
+    return report.finish(options.jsonFile);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "ours"_L1) {
+        printPeaks<TranscriptSubject>(arguments.value(2));
+        return 0;
+    }
+    if (arguments.value(1) == "theirs"_L1) {
+        printPeaks<PlainTextSubject>(arguments.value(2));
+        return 0;
+    }
+    return compare(parseOptions(u"Compares peak memory with that of a QPlainTextEdit."_s, 3));
+}
