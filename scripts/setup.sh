@@ -3,8 +3,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, package, icons, screenshots, benchmark,
-       fuzz; default: build display test)'
+       (build, wayland, display, test, check, package, package-test, icons, screenshots,
+       benchmark, fuzz; default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -23,8 +23,15 @@ packages_of() {
     test) # What only the tests need: Unicode as others read it, and the clipboard as others see it.
         printf '%s\n' libicu-dev python3 xclip
         ;;
+    check) # The checks of sources, scripts and desktop files.
+        printf '%s\n' appstream clang-format-14 codespell desktop-file-utils libxml2-utils \
+            man-db shellcheck
+        ;;
     package) # The Debian package.
         printf '%s\n' dpkg-dev file
+        ;;
+    package-test) # Trying it in a fresh root.
+        printf '%s\n' debootstrap lintian
         ;;
     icons) # Drawing the icon in its small sizes.
         printf '%s\n' librsvg2-bin

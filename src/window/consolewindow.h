@@ -47,6 +47,7 @@ public:
 
     /// What to run.
     void chooseSource();
+    void selectSource(const QString &path);
     void chooseTarn();
     void runSelectedSource();
     void updateSourcePathLabel();

@@ -4,6 +4,7 @@
 #include "widgets/transcriptview.h"
 #include "window/focuskeeper.h"
 #include "window/pathlabel.h"
+#include "window/sourcedrop.h"
 #include "window/statuslabel.h"
 
 #include <QAction>
@@ -152,6 +153,11 @@ void ConsoleWindow::connectUi()
         if (m_sendAction->isEnabled())
             m_sendAction->activate(QAction::Trigger);
     });
+    auto *drop = new SourceDrop(
+        this, [this] { return !m_session.isActive(); },
+        [this](const QString &path) { selectSource(path); });
+    drop->passThrough(m_draftEditor->viewport());
+    drop->passThrough(m_findField);
     connect(m_findField, &QLineEdit::returnPressed, this, &ConsoleWindow::findInTranscript);
     connect(m_findField, &QLineEdit::textChanged, this, &ConsoleWindow::updateActionStates);
     // Copy follows the selection, not only the focus.

@@ -53,8 +53,12 @@ void ConsoleWindow::chooseSource()
     listSourceFiles(&dialog);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
-    const QString chosen = dialog.selectedFiles().constFirst();
-    const QFileInfo source(chosen);
+    selectSource(dialog.selectedFiles().constFirst());
+}
+
+void ConsoleWindow::selectSource(const QString &path)
+{
+    const QFileInfo source(path);
     m_sourcePath = source.absoluteFilePath();
     m_lastSourceDirectory = source.absolutePath();
     updateSourcePathLabel();

@@ -1,0 +1,210 @@
+#include "support/popupmeeting.h"
+#include "window/consolewindowfixture.h"
+
+#include <QDragEnterEvent>
+#include <QDragMoveEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QTest>
+#include <QUrl>
+#include <QWindow>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+namespace {
+
+/// Files as file managers offer them: addresses, with the same as text beside them.
+std::unique_ptr<QMimeData> files(const QStringList &paths)
+{
+    auto data = std::make_unique<QMimeData>();
+    QList<QUrl> urls;
+    for (const QString &path : paths)
+        urls << QUrl::fromLocalFile(path);
+    data->setUrls(urls);
+    data->setText(paths.join(u'\n'));
+    return data;
+}
+
+/// Drags over the middle of a widget and drops there, as the window system reports it. Returns
+/// whether the drop was taken.
+bool drop(const ConsoleWindowFixture &fixture, const char *widgetName, const QMimeData &data,
+          Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction)
+{
+    auto *target = fixture.find<QWidget>(widgetName);
+    const QPoint place = target->mapTo(fixture.window.get(), target->rect().center());
+    QWindow *window = fixture.window->windowHandle();
+
+    QDragEnterEvent enter(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &enter);
+    QDragMoveEvent move(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+    move.setAccepted(enter.isAccepted());
+    QCoreApplication::sendEvent(window, &move);
+    if (!move.isAccepted()) {
+        QDragLeaveEvent leave;
+        QCoreApplication::sendEvent(window, &leave);
+        return false;
+    }
+    QDropEvent event(place, actions, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &event);
+    return event.isAccepted() && event.dropAction() == Qt::CopyAction;
+}
+
+} // namespace
+
+/// What happens to files that are dropped on the window.
+class TestConsoleWindowDrop : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aSourceFileIsSelectedWhereverItIsDropped_data();
+    void aSourceFileIsSelectedWhereverItIsDropped();
+    void selectsAsOpenDoes();
+    void otherThingsAreNotTaken_data();
+    void otherThingsAreNotTaken();
+    void aFileThatMayOnlyBeMovedIsNotTaken();
+    void nothingIsTakenWhileAProgramRuns_data();
+    void nothingIsTakenWhileAProgramRuns();
+    void nothingIsTakenBehindADialog();
+    void textIsStillDroppedIntoTheDraft();
+};
+
+void TestConsoleWindowDrop::aSourceFileIsSelectedWhereverItIsDropped_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QByteArray>("target");
+    for (const QString &name :
+         {u"dropped.tarn"_s, u"مُسقَط.ترن"_s, u"UPPER.TARN"_s, u"a b%20.tarn"_s}) {
+        for (const char *target : {"transcript", "inputDraft", "findOutput", "runSource"})
+            QTest::addRow("%s on %s", qPrintable(name), target) << name << QByteArray(target);
+    }
+}
+
+void TestConsoleWindowDrop::aSourceFileIsSelectedWhereverItIsDropped()
+{
+    QFETCH(QString, name);
+    QFETCH(QByteArray, target);
+    const ConsoleWindowFixture fixture;
+    const SourceFile dropped("print dropped\\n\n", name);
+    QVERIFY(fixture.show());
+    QVERIFY(drop(fixture, target.constData(), *files({dropped.path()})));
+    QCOMPARE(fixture.sourcePath(), dropped.path());
+    QCOMPARE(fixture.draft()->toPlainText(), QString());
+    QCOMPARE(fixture.findField()->text(), QString());
+    QCOMPARE(fixture.window->session().state(), ProgramSessionState::Idle);
+    QVERIFY(fixture.runToEnd());
+    QCOMPARE(fixture.output(), u"dropped\n"_s);
+}
+
+void TestConsoleWindowDrop::selectsAsOpenDoes()
+{
+    const ConsoleWindowFixture fixture("exit 3");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    const QStringList records = fixture.records();
+    QCOMPARE(fixture.runStatus(), u"Returned status 3"_s);
+    const SourceFile dropped("exit 0");
+    QVERIFY(drop(fixture, "transcript", *files({dropped.path()})));
+    QCOMPARE(fixture.runStatus(), QString());
+    QCOMPARE(fixture.records(), records);
+    QVERIFY(fixture.action("runAction")->isEnabled());
+}
+
+void TestConsoleWindowDrop::otherThingsAreNotTaken_data()
+{
+    QTest::addColumn<QStringList>("names");
+    QTest::newRow("another kind of file") << QStringList{u"picture.png"_s};
+    QTest::newRow("the extension as a name") << QStringList{u"tarn"_s};
+    QTest::newRow("a folder") << QStringList{u"folder.tarn"_s};
+    QTest::newRow("a file that is gone") << QStringList{u"gone.tarn"_s};
+    QTest::newRow("two sources") << QStringList{u"test.tarn"_s, u"second.tarn"_s};
+}
+
+void TestConsoleWindowDrop::otherThingsAreNotTaken()
+{
+    QFETCH(QStringList, names);
+    const ConsoleWindowFixture fixture("exit 0");
+    fixture.source.release(u"picture.png"_s);
+    fixture.source.release(u"tarn"_s);
+    fixture.source.release(u"second.tarn"_s);
+    QVERIFY(QDir().mkdir(fixture.source.beside(u"folder.tarn"_s)));
+    QStringList paths;
+    for (const QString &name : names)
+        paths << fixture.source.beside(name);
+    QVERIFY(fixture.show());
+    for (const char *target : {"transcript", "inputDraft", "findOutput"})
+        QVERIFY(!drop(fixture, target, *files(paths)));
+    QCOMPARE(fixture.sourcePath(), fixture.source.path());
+    QCOMPARE(fixture.findField()->text(), QString());
+}
+
+void TestConsoleWindowDrop::aFileThatMayOnlyBeMovedIsNotTaken()
+{
+    const ConsoleWindowFixture fixture;
+    const SourceFile dropped("exit 0");
+    QVERIFY(fixture.show());
+    QVERIFY(!drop(fixture, "transcript", *files({dropped.path()}), Qt::MoveAction));
+    QCOMPARE(fixture.sourcePath(), u"No source selected"_s);
+}
+
+void TestConsoleWindowDrop::nothingIsTakenWhileAProgramRuns_data()
+{
+    QTest::addColumn<QByteArray>("target");
+    QTest::newRow("on the output") << "transcript"_ba;
+    QTest::newRow("on the draft") << "inputDraft"_ba;
+    QTest::newRow("on the find field") << "findOutput"_ba;
+}
+
+void TestConsoleWindowDrop::nothingIsTakenWhileAProgramRuns()
+{
+    QFETCH(QByteArray, target);
+    const ConsoleWindowFixture fixture("print ready\\n\nwait-for-file go\n");
+    const SourceFile dropped("exit 0");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runUntil(u"ready"_s));
+    QVERIFY(fixture.draft()->isEnabled());
+    QVERIFY(!drop(fixture, target.constData(), *files({dropped.path()})));
+    QCOMPARE(fixture.sourcePath(), fixture.source.path());
+    QCOMPARE(fixture.draft()->toPlainText(), QString());
+    QCOMPARE(fixture.findField()->text(), QString());
+    fixture.source.release(u"go"_s);
+    QVERIFY(fixture.waitForEnd());
+}
+
+void TestConsoleWindowDrop::nothingIsTakenBehindADialog()
+{
+    const ConsoleWindowFixture fixture;
+    const SourceFile dropped("exit 0");
+    QVERIFY(fixture.show());
+    bool taken = true;
+    QVERIFY(meetDialog(
+        [&] { fixture.trigger("settingsAction"); },
+        [&](QDialog *) { taken = drop(fixture, "transcript", *files({dropped.path()})); }));
+    QVERIFY(!taken);
+    QCOMPARE(fixture.sourcePath(), u"No source selected"_s);
+}
+
+void TestConsoleWindowDrop::textIsStillDroppedIntoTheDraft()
+{
+    const ConsoleWindowFixture fixture("print ready\\n\nwait-for-file go\n");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runUntil(u"ready"_s));
+    QMimeData text;
+    text.setText(u"an answer"_s);
+    QVERIFY(drop(fixture, "inputDraft", text));
+    QCOMPARE(fixture.draft()->toPlainText(), u"an answer"_s);
+    QMimeData address;
+    address.setText(u"https://tarn.example/a.tarn"_s);
+    address.setUrls({QUrl(address.text())});
+    QVERIFY(drop(fixture, "findOutput", address));
+    QCOMPARE(fixture.findField()->text(), address.text());
+    fixture.source.release(u"go"_s);
+    QVERIFY(fixture.waitForEnd());
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowDrop)
+#include "tst_consolewindow_drop.moc"
