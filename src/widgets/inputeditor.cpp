@@ -1,6 +1,7 @@
 #include "widgets/inputeditor.h"
 
-#include <QAbstractTextDocumentLayout>
+#include "widgets/lazydocumentlayout.h"
+
 #include <QFontMetrics>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
@@ -25,8 +26,10 @@ InputEditor::InputEditor(QWidget *parent)
     QSizePolicy policy = sizePolicy();
     policy.setVerticalPolicy(QSizePolicy::Fixed);
     setSizePolicy(policy);
-    connect(document()->documentLayout(), &QAbstractTextDocumentLayout::documentSizeChanged, this,
-            [this] { updateGeometry(); });
+
+    auto *layout = new LazyDocumentLayout(document(), viewport());
+    document()->setDocumentLayout(layout);
+    connect(layout, &LazyDocumentLayout::documentSizeChanged, this, [this] { updateGeometry(); });
 }
 
 InputEditor::~InputEditor() = default;

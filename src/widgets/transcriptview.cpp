@@ -1,9 +1,10 @@
 #include "widgets/transcriptview.h"
 
+#include "widgets/accessibletranscript.h"
 #include "widgets/blockpresentation.h"
 #include "widgets/draftpresentation.h"
+#include "widgets/lazydocumentlayout.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QAction>
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -29,7 +30,10 @@ namespace tarn::console {
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     : QTextEdit(parent)
     , m_transcript(transcript)
+    , m_layout(new LazyDocumentLayout(document(), viewport()))
 {
+    AccessibleTranscript::install();
+    document()->setDocumentLayout(m_layout);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
@@ -38,11 +42,13 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     document()->setUndoRedoEnabled(false);
 
     QScrollBar *bar = verticalScrollBar();
-    connect(bar, &QScrollBar::valueChanged, this, [this] { m_followEnd = followsEnd(); });
+    connect(bar, &QScrollBar::valueChanged, this, [this] { showScrolled(); });
     connect(bar, &QScrollBar::rangeChanged, this, [this, bar] {
         if (m_followEnd)
             bar->setValue(bar->maximum());
     });
+    // After the base class, which sets the scroll range.
+    connect(m_layout, &LazyDocumentLayout::documentSizeChanged, this, [this] { showMeasured(); });
 }
 
 TranscriptView::~TranscriptView() = default;
@@ -59,11 +65,10 @@ bool TranscriptView::followsEnd() const
 
 TranscriptView::ScrollAnchor TranscriptView::scrollAnchor() const
 {
-    const QTextBlock block = cursorForPosition(QPoint(1, 1)).block();
-    if (!block.isValid())
-        return {};
-    const int top = qRound(document()->documentLayout()->blockBoundingRect(block).top());
-    return {.blockNumber = block.blockNumber(), .offset = top - verticalScrollBar()->value()};
+    // One pixel below the top, as a hit test there would find it.
+    const int value = verticalScrollBar()->value();
+    const QTextBlock block = m_layout->blockAt(value + 1);
+    return {.blockNumber = block.blockNumber(), .offset = m_layout->topOf(block) - value};
 }
 
 void TranscriptView::restoreScrollAnchor(ScrollAnchor anchor)
@@ -75,8 +80,7 @@ void TranscriptView::restoreScrollAnchor(ScrollAnchor anchor)
         return;
     }
     // The scroll bar clamps to its range.
-    bar->setValue(qRound(document()->documentLayout()->blockBoundingRect(block).top())
-                  - anchor.offset);
+    bar->setValue(m_layout->topOf(block) - anchor.offset);
 }
 
 /// Changes something that moves the text or the scroll range, and keeps the end in view or the
@@ -84,28 +88,78 @@ void TranscriptView::restoreScrollAnchor(ScrollAnchor anchor)
 void TranscriptView::keepPlace(const std::function<void()> &change)
 {
     const bool followed = m_followEnd;
-    const ScrollAnchor anchor = followed ? ScrollAnchor() : scrollAnchor();
+    const Place place{.atEnd = followed, .anchor = scrollAnchor()};
+    const QScopedValueRollback guard(m_settling, true);
     change();
-    completeLayout();
-    if (followed)
-        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
-    else
-        restoreScrollAnchor(anchor);
+    settle(place);
     m_followEnd = followed;
 }
 
-/// The stock layout is lazy and reports its size late, but scrolling needs the final range now. A
-/// scroll bar that comes or goes changes the width, and with it the size once more.
-void TranscriptView::completeLayout()
+/// Goes to a place, and measures what is in view there, which can move it.
+void TranscriptView::settle(const Place &place)
 {
-    QAbstractTextDocumentLayout *layout = document()->documentLayout();
-    constexpr int maximumRounds = 4;
+    QScrollBar *bar = verticalScrollBar();
+    constexpr int maximumRounds = 8;
     for (int round = 0; round < maximumRounds; ++round) {
-        const int height = layout->documentSize().toSize().height();
-        Q_EMIT layout->documentSizeChanged(layout->documentSize());
-        if (verticalScrollBar()->maximum() == std::max(0, height - viewport()->height()))
-            return;
+        // A scroll bar that comes or goes changes the width, and with it the size once more.
+        const int overflow = m_layout->documentSize().toSize().height() - viewport()->height();
+        if (bar->maximum() != std::max(0, overflow))
+            m_layout->reportSize();
+        if (place.atEnd)
+            bar->setValue(bar->maximum());
+        else
+            restoreScrollAnchor(place.anchor);
+        if (!m_layout->measure(bar->value(), bar->value() + viewport()->height())
+            && bar->maximum() == std::max(0, overflow))
+            break;
     }
+    notePlace();
+}
+
+void TranscriptView::notePlace()
+{
+    m_place = {.atEnd = followsEnd(), .anchor = scrollAnchor()};
+}
+
+/// What comes into view by scrolling is measured; what was in its place there stays.
+void TranscriptView::showScrolled()
+{
+    m_followEnd = followsEnd();
+    if (m_settling)
+        return;
+    const QScopedValueRollback guard(m_settling, true);
+    const Place place{.atEnd = m_followEnd, .anchor = firstExactInSight()};
+    const int top = verticalScrollBar()->value();
+    if (m_layout->measure(top, top + viewport()->height())) {
+        settle(place);
+        m_followEnd = place.atEnd;
+        viewport()->update();
+    }
+    notePlace();
+}
+
+TranscriptView::ScrollAnchor TranscriptView::firstExactInSight() const
+{
+    const int value = verticalScrollBar()->value();
+    QTextBlock block = m_layout->blockAt(value + 1);
+    while (block.isValid() && !LazyDocumentLayout::isExact(block)
+           && m_layout->topOf(block) < value + viewport()->height())
+        block = block.next();
+    if (!block.isValid() || !LazyDocumentLayout::isExact(block))
+        return scrollAnchor();
+    return {.blockNumber = block.blockNumber(), .offset = m_layout->topOf(block) - value};
+}
+
+/// Heights that turn out to be others move nothing in view.
+void TranscriptView::showMeasured()
+{
+    if (m_settling)
+        return;
+    const bool followed = m_followEnd;
+    const QScopedValueRollback guard(m_settling, true);
+    settle(m_place);
+    m_followEnd = followed;
+    viewport()->update();
 }
 
 void TranscriptView::refresh()
@@ -277,10 +331,22 @@ TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backw
         cursor.setPosition(static_cast<int>(result.position + result.length),
                            QTextCursor::KeepAnchor);
         setTextCursor(cursor);
-        ensureCursorVisible();
+        scrollToCursor();
         m_followEnd = followed;
     }
     return result;
+}
+
+/// What comes into view on the way there can move the cursor out of it again.
+void TranscriptView::scrollToCursor()
+{
+    constexpr int maximumRounds = 4;
+    for (int round = 0; round < maximumRounds; ++round) {
+        const int before = verticalScrollBar()->value();
+        ensureCursorVisible();
+        if (verticalScrollBar()->value() == before)
+            return;
+    }
 }
 
 void TranscriptView::copySelection()

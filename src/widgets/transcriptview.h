@@ -13,6 +13,8 @@ class QAction;
 
 namespace tarn::console {
 
+class LazyDocumentLayout;
+
 /// Shows a transcript, read-only. Its document holds exactly Transcript::documentText(), each
 /// paragraph in its own direction; positions in the document and in the model are the same. Copy
 /// and find work on the model, so that no-break spaces and odd separators survive.
@@ -75,8 +77,19 @@ protected:
     QMimeData *createMimeDataFromSelection() const override;
 
 private:
+    struct Place
+    {
+        bool atEnd = true;
+        ScrollAnchor anchor; ///< unless at the end
+    };
+
     void keepPlace(const std::function<void()> &change);
-    void completeLayout();
+    void settle(const Place &place);
+    void notePlace();
+    void showScrolled();
+    void showMeasured();
+    ScrollAnchor firstExactInSight() const;
+    void scrollToCursor();
 
     void updateDocument();
     void rebuildDocument();
@@ -89,7 +102,10 @@ private:
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;
     QPointer<QAction> m_copyAction;
+    LazyDocumentLayout *m_layout; ///< the document's
     bool m_followEnd = true;
+    bool m_settling = false;
+    Place m_place; ///< of the reader, while nothing is changing
     bool m_applyingDraftPresentation = false;
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first refresh.

@@ -15,13 +15,15 @@ namespace tarn::console {
 
 namespace {
 
+/// The absolute flag makes Qt's layout draw at the right edge; the real view does so without it.
 void writePresentation(QTextBlockFormat *format, ParagraphPresentation presentation)
 {
     const bool rightToLeft = presentation.layoutDirection == Qt::RightToLeft;
     format->setProperty(QTextFormat::LayoutDirection,
                         int(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight));
-    format->setProperty(QTextFormat::BlockAlignment,
-                        int(presentation.rightAligned ? Qt::AlignRight : Qt::AlignLeft));
+    format->setProperty(
+        QTextFormat::BlockAlignment,
+        int(presentation.rightAligned ? Qt::AlignRight | Qt::AlignAbsolute : Qt::AlignLeft));
 }
 
 } // namespace

@@ -17,10 +17,12 @@ constexpr int stepsOfARound = 150;
 
 QString difference(TwinViews &views, bool withPixels)
 {
-    const QString atOnce = views.difference();
+    const QString atOnce = views.isSettled() ? views.difference() : QString();
     if (!atOnce.isEmpty())
         return atOnce;
     TwinViews::drain();
+    if (!views.settle())
+        return u"heights are still guessed"_s;
     const QString later = views.difference();
     if (!later.isEmpty())
         return u"after a while: "_s + later;

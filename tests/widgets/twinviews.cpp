@@ -1,7 +1,9 @@
 #include "widgets/twinviews.h"
 
 #include "support/transcripttesting.h"
+#include "widgets/lazydocumentlayout.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QCoreApplication>
 #include <QFocusEvent>
 #include <QImage>
@@ -20,11 +22,20 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+/// Without the flag by which the plain view reaches the right edge.
+QTextBlockFormat describedFormat(const QTextBlock &block)
+{
+    QTextBlockFormat format = block.blockFormat();
+    if (format.hasProperty(QTextFormat::BlockAlignment))
+        format.setAlignment(format.alignment() & ~Qt::AlignAbsolute);
+    return format;
+}
+
 QString describe(const QTextBlock &block)
 {
     QString line =
         u"block %1 at %2 '%3'"_s.arg(block.blockNumber()).arg(block.position()).arg(block.text());
-    const QMap<int, QVariant> properties = block.blockFormat().properties();
+    const QMap<int, QVariant> properties = describedFormat(block).properties();
     for (auto it = properties.begin(); it != properties.end(); ++it)
         line += u" %1=%2"_s.arg(QString::number(it.key(), 16), it.value().toString());
     return line;
@@ -65,7 +76,7 @@ QString firstDifference(const QTextDocument &actual, const QTextDocument &expect
     QTextBlock a = actual.begin();
     QTextBlock b = expected.begin();
     for (; a.isValid() && b.isValid(); a = a.next(), b = b.next()) {
-        if (a.text() != b.text() || a.blockFormat() != b.blockFormat()
+        if (a.text() != b.text() || describedFormat(a) != describedFormat(b)
             || a.charFormat() != b.charFormat())
             return insteadOf(describe(a), describe(b));
     }
@@ -162,6 +173,17 @@ void TwinViews::drain()
     }
 }
 
+bool TwinViews::isSettled() const
+{
+    const QAbstractTextDocumentLayout *layout = m_real.view->document()->documentLayout();
+    return qobject_cast<const LazyDocumentLayout *>(layout)->isExact();
+}
+
+bool TwinViews::settle()
+{
+    return QTest::qWaitFor([this] { return isSettled(); });
+}
+
 template<typename View>
 QStringList TwinViews::stateOf(const Side<View> &side)
 {
@@ -169,6 +191,21 @@ QStringList TwinViews::stateOf(const Side<View> &side)
            << u"follows the end %1"_s.arg(side.view->followsEnd())
            << u"pending %1"_s.arg(side.transcript.pendingUpdateByteCount())
            << u"draft runs %1"_s.arg(side.draft->layoutDirection());
+}
+
+/// The first block that is drawn at another height, to find the reason of other scroll ranges.
+QString firstMisplaced(QTextEdit &actual, QTextEdit &expected)
+{
+    const auto top = [](const QTextEdit &edit, const QTextBlock &block) {
+        return edit.document()->documentLayout()->blockBoundingRect(block).top();
+    };
+    QTextBlock a = actual.document()->begin();
+    QTextBlock b = expected.document()->begin();
+    for (; a.isValid() && b.isValid(); a = a.next(), b = b.next()) {
+        if (top(actual, a) != top(expected, b))
+            return u"; misplaced after "_s + describe(a.previous());
+    }
+    return {};
 }
 
 QString TwinViews::difference() const
@@ -179,7 +216,8 @@ QString TwinViews::difference() const
     const QString draft = firstDifference(*m_real.draft->document(), *m_plain.draft->document());
     if (!draft.isEmpty())
         return u"draft: "_s + draft;
-    return firstDifference(stateOf(m_real), stateOf(m_plain));
+    const QString state = firstDifference(stateOf(m_real), stateOf(m_plain));
+    return state.isEmpty() ? state : state + firstMisplaced(*m_real.view, *m_plain.view);
 }
 
 bool TwinViews::samePixels()

@@ -37,6 +37,11 @@ public:
     /// Lets timers and posted events have their turn.
     static void drain();
 
+    /// Whether the real view knows all heights; until then its scroll range is a guess.
+    bool isSettled() const;
+    /// Waits for that; false when it takes too long.
+    bool settle();
+
     /// The first thing in which the real view differs from the plain one, as "this instead of
     /// that"; an empty text when they are the same.
     QString difference() const;

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QAccessibleWidget>
+
+class QTextEdit;
+
+namespace tarn::console {
+
+/// What assistive technology reads of a transcript view. Qt's own interface looks for characters
+/// only in text that has been shaped, and the view shapes text when it comes into sight; this one
+/// asks for it.
+class AccessibleTranscript : public QAccessibleWidget, public QAccessibleTextInterface
+{
+public:
+    explicit AccessibleTranscript(QTextEdit *view);
+    ~AccessibleTranscript() override;
+
+    /// Makes accessibility use this class for all transcript views from now on.
+    static void install();
+
+    QAccessible::State state() const override;
+    QString text(QAccessible::Text kind) const override;
+    void *interface_cast(QAccessible::InterfaceType type) override;
+
+    void selection(int index, int *start, int *end) const override;
+    int selectionCount() const override;
+    void addSelection(int start, int end) override;
+    void removeSelection(int index) override;
+    void setSelection(int index, int start, int end) override;
+    int cursorPosition() const override;
+    void setCursorPosition(int position) override;
+
+    QString text(int start, int end) const override;
+    QString textBeforeOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
+                             int *end) const override;
+    QString textAfterOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
+                            int *end) const override;
+    QString textAtOffset(int offset, QAccessible::TextBoundaryType boundary, int *start,
+                         int *end) const override;
+    int characterCount() const override;
+
+    /// In screen coordinates.
+    QRect characterRect(int offset) const override;
+    int offsetAtPoint(const QPoint &point) const override;
+    void scrollToSubstring(int start, int end) override;
+    QString attributes(int offset, int *start, int *end) const override;
+
+private:
+    QTextEdit *view() const;
+    QPoint contentsOrigin() const;
+    int position(int offset) const;
+    void scrollTo(int position);
+    QString textBetween(QPair<int, int> boundaries, int *start, int *end) const;
+};
+
+} // namespace tarn::console

@@ -1,0 +1,223 @@
+#include "widgets/lazydocumentlayout.h"
+
+#include "widgets/paragraphshaping.h"
+
+#include <QPainter>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTimerEvent>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn::console {
+
+namespace {
+
+/// About as much as a screen of text, several times over.
+constexpr qint64 maximumShapedCharacters = 256 * 1024;
+
+/// The parts of a block that the selections cover.
+QList<QTextLayout::FormatRange>
+selectedRanges(const QTextBlock &block,
+               const QList<QAbstractTextDocumentLayout::Selection> &selections)
+{
+    QList<QTextLayout::FormatRange> ranges;
+    for (const QAbstractTextDocumentLayout::Selection &selection : selections) {
+        const int start = selection.cursor.selectionStart() - block.position();
+        const int end = selection.cursor.selectionEnd() - block.position();
+        if (start < block.length() && end > 0 && end > start)
+            ranges.append({.start = start, .length = end - start, .format = selection.format});
+    }
+    return ranges;
+}
+
+/// Offset in a laid out text of a point relative to the layout; says whether it is on the text.
+int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accuracy, bool *exact)
+{
+    const QTextLine::CursorPosition where = accuracy == Qt::ExactHit
+                                                ? QTextLine::CursorOnCharacter
+                                                : QTextLine::CursorBetweenCharacters;
+    int offset = 0;
+    for (int i = 0; i < layout.lineCount(); ++i) {
+        const QTextLine line = layout.lineAt(i);
+        const QRectF rect = line.naturalTextRect();
+        if (rect.top() > point.y()) {
+            offset = std::min(offset, line.textStart());
+        } else if (rect.bottom() <= point.y()) {
+            offset = std::max(offset, line.textStart() + line.textLength());
+        } else {
+            *exact = rect.left() <= point.x() && rect.right() >= point.x();
+            return line.xToCursor(point.x(), where);
+        }
+    }
+    return offset;
+}
+
+} // namespace
+
+LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device)
+    : QAbstractTextDocumentLayout(document)
+    , m_shaped(maximumShapedCharacters)
+{
+    setPaintDevice(device);
+}
+
+LazyDocumentLayout::~LazyDocumentLayout() = default;
+
+bool LazyDocumentLayout::isLaidOut() const
+{
+    // A text widget that was never shown gives its document no page.
+    return !document()->pageSize().isNull();
+}
+
+qreal LazyDocumentLayout::margin() const
+{
+    return std::round(document()->documentMargin());
+}
+
+qreal LazyDocumentLayout::lineWidth() const
+{
+    return std::max(0.0, m_pageWidth - 2 * margin());
+}
+
+int LazyDocumentLayout::pageCount() const
+{
+    return 1;
+}
+
+QSizeF LazyDocumentLayout::documentSize() const
+{
+    if (!isLaidOut())
+        return QSizeF(0, 0);
+    return QSizeF(std::max(m_pageWidth, m_widestLine + 2 * margin()),
+                  document()->lineCount() + 2 * margin());
+}
+
+QRectF LazyDocumentLayout::frameBoundingRect(QTextFrame *) const
+{
+    // A plain text has the root frame only.
+    return QRectF(QPointF(0, 0), documentSize());
+}
+
+int LazyDocumentLayout::topOf(const QTextBlock &block) const
+{
+    return block.firstLineNumber() + static_cast<int>(margin());
+}
+
+QTextBlock LazyDocumentLayout::blockAt(qreal y) const
+{
+    const int row = static_cast<int>(std::ceil(y - margin())) - 1;
+    return document()->findBlockByLineNumber(std::clamp(row, 0, document()->lineCount() - 1));
+}
+
+bool LazyDocumentLayout::isExact(const QTextBlock &block)
+{
+    return BlockMeasure::fromUserState(block.userState()).isExact();
+}
+
+QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
+{
+    if (!isLaidOut() || !block.isValid())
+        return QRectF();
+    shape(block);
+    QRectF rect = block.layout()->boundingRect();
+    rect.moveTopLeft(block.layout()->position());
+    return rect;
+}
+
+int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const
+{
+    const int miss = accuracy == Qt::ExactHit ? -1 : 0;
+    if (!isLaidOut())
+        return miss;
+    QTextBlock block = blockAt(point.y());
+    // Another height can move the point out of the block.
+    for (bool exact = false; !exact; block = blockAt(point.y())) {
+        exact = isExact(block);
+        shape(block);
+    }
+
+    const QTextLayout &layout = *block.layout();
+    const QRectF rect = layout.boundingRect().translated(layout.position());
+    bool exact = false;
+    int offset = 0;
+    if (point.y() > rect.bottom())
+        offset = block.length();
+    else if (point.y() >= rect.top())
+        offset = offsetAt(layout, point - layout.position(), accuracy, &exact);
+    if (accuracy == Qt::ExactHit && !exact)
+        return miss;
+    const int last =
+        document()->characterCount() - 1 + static_cast<int>(layout.preeditAreaText().size());
+    return std::clamp(block.position() + offset, 0, last);
+}
+
+void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
+{
+    if (!isLaidOut())
+        return;
+    QTextBlock block =
+        context.clip.isValid() ? blockAt(context.clip.top()) : document()->firstBlock();
+    for (; block.isValid(); block = block.next()) {
+        if (context.clip.isValid() && topOf(block) > context.clip.bottom())
+            return;
+        shape(block);
+        drawBlock(painter, context, block);
+    }
+}
+
+void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &context,
+                                   const QTextBlock &block) const
+{
+    const QTextLayout &layout = *block.layout();
+    QRectF clip(margin(), 0, documentSize().width() - 2 * margin(), documentSize().height());
+    if (context.clip.isValid())
+        clip &= context.clip;
+    const QPen pen = painter->pen();
+    painter->setPen(context.palette.color(QPalette::Text));
+    layout.draw(painter, QPointF(), selectedRanges(block, context.selections), clip);
+
+    // Positions below -1 count within the text that an input method is composing.
+    const int position = context.cursorPosition;
+    if (block.contains(position))
+        layout.drawCursor(painter, QPointF(), position - block.position(), m_cursorWidth);
+    else if (position < -1 && !layout.preeditAreaText().isEmpty())
+        layout.drawCursor(painter, QPointF(), layout.preeditAreaPosition() - (position + 2),
+                          m_cursorWidth);
+    painter->setPen(pen);
+}
+
+/// Makes sure that the block's own layout has lines and knows its place.
+void LazyDocumentLayout::shape(QTextBlock block) const
+{
+    QTextLayout *layout = block.layout();
+    if (layout->lineCount() == 0) {
+        // Otherwise, painting would shape the text once more.
+        layout->setCacheEnabled(true);
+        const ParagraphSize size = shapeParagraph(layout, paragraphOption(block), lineWidth());
+        m_widestLine = std::max(m_widestLine, size.width);
+        BlockMeasure measure = BlockMeasure::fromUserState(block.userState());
+        if (measure.height != BlockMeasure::Height::OneLine || block.lineCount() != size.height)
+            measure = {.height = BlockMeasure::Height::Exact};
+        if (setHeight(&block, measure, size.height)) {
+            m_heightsMoved = true;
+            afterwards({});
+        }
+    }
+    layout->setPosition(QPointF(margin(), topOf(block)));
+    m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
+}
+
+void LazyDocumentLayout::release(int block) const
+{
+    QTextLayout *layout = document()->findBlockByNumber(block).layout();
+    if (!layout)
+        return;
+    // The text of a block's layout is the block's; setting one only frees the glyphs.
+    layout->setText(QString());
+    layout->clearLayout();
+}
+
+} // namespace tarn::console

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "widgets/blockmeasure.h"
+#include "widgets/characterextents.h"
+#include "widgets/shapedblocks.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QBasicTimer>
+#include <QFont>
+#include <QTextBlock>
+#include <QTextOption>
+
+#include <chrono>
+#include <memory>
+
+namespace tarn::console {
+
+/// Lays out a plain-text document, and shapes a block only when somebody looks at it. The heights
+/// of all others come from CharacterExtents: exact where a block surely stays on one line, guessed
+/// where it may wrap, and guesses are measured in the idle time after a change. Each block keeps
+/// its height in pixels as its line count, so that the document's own tree answers at which y a
+/// block begins and which block is at a y.
+///
+/// The text is broken and placed as Qt's own document layout does it, with one difference: see
+/// paragraphOption(). Text is never wider than the page but by a character.
+class LazyDocumentLayout : public QAbstractTextDocumentLayout
+{
+    Q_OBJECT
+    Q_PROPERTY(int cursorWidth READ cursorWidth WRITE setCursorWidth)
+
+public:
+    /// The document is to get the layout by QTextDocument::setDocumentLayout(), which takes
+    /// ownership. The paint device is what the document is shown on.
+    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device);
+    ~LazyDocumentLayout() override;
+
+    /// Measures every block between two y coordinates of the document. Says whether that changed
+    /// a height; the size is then to be reported.
+    bool measure(int top, int bottom);
+
+    /// Whether no height is a guess.
+    bool isExact() const { return m_lastGuess < 0; }
+    static bool isExact(const QTextBlock &block);
+
+    /// The block that covers a y, its bottom edge included as in hit tests; above the first block
+    /// that one, below the last that one.
+    QTextBlock blockAt(qreal y) const;
+    /// Where a block begins, as far as the heights before it are known.
+    int topOf(const QTextBlock &block) const;
+
+    /// Emits documentSizeChanged().
+    void reportSize();
+
+    void draw(QPainter *painter, const PaintContext &context) override;
+    int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
+    int pageCount() const override;
+    QSizeF documentSize() const override;
+    QRectF frameBoundingRect(QTextFrame *frame) const override;
+    QRectF blockBoundingRect(const QTextBlock &block) const override;
+
+    int cursorWidth() const { return m_cursorWidth; }
+    void setCursorWidth(int width) { m_cursorWidth = width; }
+
+protected:
+    void documentChanged(int from, int charsRemoved, int charsAdded) override;
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    bool isLaidOut() const;
+    qreal margin() const;
+    qreal lineWidth() const;
+
+    bool hasNewFont();
+    void changeEverything(bool sameTexts);
+    QTextBlock changeBlocks(int from, int charsAdded);
+    void estimate(QTextBlock block, int *promptCharacters);
+    void guess(QTextBlock block, const CharacterExtents::Line &line);
+    static bool setHeight(QTextBlock *block, BlockMeasure measure, int height);
+    bool measureAlone(QTextBlock block);
+    bool measureGuesses();
+    void afterwards(std::chrono::milliseconds delay) const;
+
+    void shape(QTextBlock block) const;
+    void release(int block) const;
+    void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
+
+    std::unique_ptr<CharacterExtents> m_extents;
+    QFont m_font;
+    QTextOption m_option;
+    qreal m_pageWidth = -1; ///< of the heights; -1 before the first
+    int m_blockCount = 1;
+    int m_cursorWidth = 1;
+    int m_lastGuess = -1; ///< guessed heights are in this block or before it
+    mutable ShapedBlocks m_shaped;
+    mutable qreal m_widestLine = 0;
+    mutable bool m_heightsMoved = false; ///< by shaping a block on demand
+    mutable QBasicTimer m_idleTimer;
+};
+
+} // namespace tarn::console

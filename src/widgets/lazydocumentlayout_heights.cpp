@@ -1,0 +1,232 @@
+#include "widgets/lazydocumentlayout.h"
+
+#include "widgets/paragraphshaping.h"
+
+#include <QDeadlineTimer>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTimerEvent>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace tarn::console {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// So much text with unsure heights is measured at once, in each change; all of it in most
+/// transcripts.
+constexpr int promptCharacters = 16 * 1024;
+
+/// A changed block up to this length is shaped at once: most likely it is in sight.
+constexpr int shortBlock = 2048;
+
+/// Guesses wait until a flood of changes is over; then they are measured in slices.
+constexpr auto idleDelay = 20ms;
+constexpr auto idleSlice = 4ms;
+
+bool sameLayout(const QTextOption &a, const QTextOption &b)
+{
+    return a.wrapMode() == b.wrapMode() && a.flags() == b.flags() && a.alignment() == b.alignment()
+           && a.tabStopDistance() == b.tabStopDistance();
+}
+
+} // namespace
+
+void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAdded)
+{
+    if (!isLaidOut()) {
+        m_blockCount = document()->blockCount();
+        m_pageWidth = -1;
+        return;
+    }
+    const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
+    const bool noHeights = m_pageWidth < 0;
+    const bool newFont = hasNewFont();
+    qreal top = 0;
+    if (noHeights || newFont || wholeDocument)
+        changeEverything(!noHeights && !newFont && charsRemoved == 0);
+    else
+        top = topOf(changeBlocks(from, charsAdded));
+    m_blockCount = document()->blockCount();
+
+    constexpr qreal endless = std::numeric_limits<int>::max();
+    reportSize();
+    Q_EMIT update(QRectF(0, top, endless, endless));
+    if (!isExact())
+        afterwards(idleDelay);
+}
+
+void LazyDocumentLayout::reportSize()
+{
+    Q_EMIT documentSizeChanged(documentSize());
+}
+
+bool LazyDocumentLayout::hasNewFont()
+{
+    const QFont font = document()->defaultFont();
+    const QTextOption option = document()->defaultTextOption();
+    if (m_extents && font == m_font && sameLayout(option, m_option))
+        return false;
+    m_font = font;
+    m_option = option;
+    m_extents = std::make_unique<CharacterExtents>(m_font, paintDevice(), m_option);
+    return true;
+}
+
+/// With the same texts as before, only the width is another: most lines fit as they did.
+void LazyDocumentLayout::changeEverything(bool sameTexts)
+{
+    m_shaped.clear([this](int block) { release(block); });
+    m_pageWidth = document()->pageSize().width();
+    m_widestLine = 0;
+    m_lastGuess = -1;
+    int prompt = promptCharacters;
+    for (QTextBlock block = document()->firstBlock(); block.isValid(); block = block.next()) {
+        const auto measure = BlockMeasure::fromUserState(block.userState());
+        const bool staysOnOneLine = sameTexts && measure.height == BlockMeasure::Height::OneLine
+                                    && measure.width <= lineWidth();
+        if (!staysOnOneLine)
+            estimate(block, &prompt);
+    }
+}
+
+/// Returns the first block that changed.
+QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsAdded)
+{
+    const int added = document()->blockCount() - m_blockCount;
+    // An inserted line break moves what follows it into a block of its own.
+    const int end = added > 0 ? from + charsAdded : std::max(from, from + charsAdded - 1);
+    QTextBlock first = document()->findBlock(from);
+    QTextBlock last = document()->findBlock(end);
+    if (!last.isValid())
+        last = document()->lastBlock();
+    const int count = last.blockNumber() - first.blockNumber() + 1;
+    m_shaped.replace(first.blockNumber(), count - added, count);
+    if (m_lastGuess >= first.blockNumber())
+        m_lastGuess = std::max(first.blockNumber(), m_lastGuess + added);
+
+    const bool composing = count == 1 && !first.layout()->preeditAreaText().isEmpty();
+    if (composing || (count == 1 && first.length() <= shortBlock)) {
+        first.clearLayout();
+        first.setUserState(BlockMeasure().toUserState());
+        shape(first);
+        return first;
+    }
+    int prompt = count == 1 ? 0 : promptCharacters;
+    for (QTextBlock block = first; block.isValid(); block = block.next()) {
+        estimate(block, &prompt);
+        if (block == last)
+            break;
+    }
+    return first;
+}
+
+void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
+{
+    block.clearLayout();
+    const QString text = block.text();
+    const CharacterExtents::Line line = m_extents->lineOf(text);
+    // Some room for kerning and for glyphs that reach over their advance.
+    const qreal width = line.width + line.height;
+    if (line.certain && width <= lineWidth()) {
+        setHeight(&block, {BlockMeasure::Height::OneLine, static_cast<int>(std::ceil(width))},
+                  line.height);
+    } else if (text.size() <= *promptCharacters) {
+        *promptCharacters -= static_cast<int>(text.size());
+        measureAlone(block);
+    } else {
+        guess(block, line);
+    }
+}
+
+/// Says whether the block had another height.
+bool LazyDocumentLayout::setHeight(QTextBlock *block, BlockMeasure measure, int height)
+{
+    block->setUserState(measure.toUserState());
+    if (block->lineCount() == height)
+        return false;
+    block->setLineCount(height);
+    return true;
+}
+
+void LazyDocumentLayout::guess(QTextBlock block, const CharacterExtents::Line &line)
+{
+    const qreal lines = std::ceil(line.width / std::max(1.0, lineWidth()));
+    // Never zero: a block without height would be at no y.
+    const int height = std::max(1, static_cast<int>(lines) * line.height);
+    setHeight(&block, {.height = BlockMeasure::Height::Guessed}, height);
+    m_lastGuess = std::max(m_lastGuess, block.blockNumber());
+}
+
+/// Measures a block without keeping its shaped text.
+bool LazyDocumentLayout::measureAlone(QTextBlock block)
+{
+    QTextLayout layout(block.text(), m_font, paintDevice());
+    const ParagraphSize size = shapeParagraph(&layout, paragraphOption(block), lineWidth());
+    m_widestLine = std::max(m_widestLine, size.width);
+    return setHeight(&block, {.height = BlockMeasure::Height::Exact}, size.height);
+}
+
+bool LazyDocumentLayout::measure(int top, int bottom)
+{
+    bool moved = false;
+    if (!isLaidOut() || isExact())
+        return moved;
+    // The blocks in between are shaped and not only measured: they are about to be painted.
+    for (QTextBlock block = blockAt(top + 1); block.isValid() && topOf(block) < bottom;
+         block = block.next()) {
+        if (isExact(block))
+            continue;
+        const int height = block.lineCount();
+        shape(block);
+        moved = moved || block.lineCount() != height;
+    }
+    return moved;
+}
+
+/// Measures guesses for a while, from the end upwards; says whether that changed a height.
+bool LazyDocumentLayout::measureGuesses()
+{
+    bool moved = false;
+    const QDeadlineTimer end(idleSlice, Qt::PreciseTimer);
+    QTextBlock block = document()->findBlockByNumber(m_lastGuess);
+    for (; block.isValid(); block = block.previous()) {
+        if (isExact(block))
+            continue;
+        if (end.hasExpired())
+            break;
+        moved |= measureAlone(block);
+    }
+    m_lastGuess = block.blockNumber();
+    return moved;
+}
+
+void LazyDocumentLayout::afterwards(std::chrono::milliseconds delay) const
+{
+    m_idleTimer.start(static_cast<int>(delay.count()), const_cast<LazyDocumentLayout *>(this));
+}
+
+void LazyDocumentLayout::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() != m_idleTimer.timerId()) {
+        QAbstractTextDocumentLayout::timerEvent(event);
+        return;
+    }
+    m_idleTimer.stop();
+    const bool guessesMoved = measureGuesses();
+    const bool shapesMoved = std::exchange(m_heightsMoved, false);
+    if (guessesMoved || shapesMoved) {
+        reportSize();
+        Q_EMIT update();
+    }
+    if (!isExact())
+        afterwards(0ms);
+}
+
+} // namespace tarn::console

@@ -1,0 +1,65 @@
+#include "widgets/paragraphshaping.h"
+
+#include <QStyle>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn::console {
+
+namespace {
+
+/// A single character that is wider than the line makes the line wider.
+void setLineWidth(QTextLayout *layout, QTextLine *line, const QTextOption &option, qreal width)
+{
+    line->setLineWidth(width);
+    if (line->naturalTextWidth() <= width)
+        return;
+    QTextOption anywhere = option;
+    if (option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere)
+        anywhere.setWrapMode(QTextOption::WrapAnywhere);
+    layout->setTextOption(anywhere);
+    line->setLineWidth(std::max(line->naturalTextWidth(), width));
+    layout->setTextOption(option);
+}
+
+} // namespace
+
+QTextOption paragraphOption(const QTextBlock &block)
+{
+    QTextOption option = block.document()->defaultTextOption();
+    const QTextBlockFormat format = block.blockFormat();
+    const Qt::LayoutDirection direction = block.textDirection();
+    option.setTextDirection(direction);
+    option.setAlignment(format.hasProperty(QTextFormat::BlockAlignment)
+                            ? format.alignment()
+                            : QStyle::visualAlignment(direction, option.alignment()));
+    return option;
+}
+
+ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth)
+{
+    ParagraphSize size;
+    qreal y = 0;
+    qreal bottom = 0;
+    layout->setTextOption(option);
+    layout->beginLayout();
+    for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
+        line.setLeadingIncluded(true);
+        setLineWidth(layout, &line, option, lineWidth);
+        line.setPosition(QPointF(0, y));
+        bottom = y + line.height();
+        // A negative leading lets lines overlap.
+        y += std::ceil(line.ascent() + line.descent() + line.leading());
+        size.width = std::max(size.width, line.naturalTextWidth());
+    }
+    layout->endLayout();
+    size.height = static_cast<int>(std::ceil(std::max(y, bottom)));
+    return size;
+}
+
+} // namespace tarn::console

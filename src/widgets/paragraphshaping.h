@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QtGlobal>
+
+class QTextBlock;
+class QTextLayout;
+class QTextOption;
+
+namespace tarn::console {
+
+/// Size of a shaped paragraph, in pixels.
+struct ParagraphSize
+{
+    int height = 0;
+    qreal width = 0; ///< of its widest line; more than the line width when a character is wider
+};
+
+/// How a block's text is laid out: as a text document does it, except that right-aligned means at
+/// the right edge in a right-to-left paragraph too, where Qt's own layout takes it for the end of
+/// the line and draws at the left.
+QTextOption paragraphOption(const QTextBlock &block);
+
+/// Breaks a layout's text into lines of a width, as a text document does it.
+ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth);
+
+} // namespace tarn::console

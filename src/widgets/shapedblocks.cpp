@@ -1,0 +1,62 @@
+#include "widgets/shapedblocks.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tarn::console {
+
+ShapedBlocks::ShapedBlocks(qint64 maximumCharacters)
+    : m_maximumCharacters(maximumCharacters)
+{
+}
+
+bool ShapedBlocks::contains(int block) const
+{
+    return std::any_of(m_entries.begin(), m_entries.end(),
+                       [block](const Entry &entry) { return entry.block == block; });
+}
+
+void ShapedBlocks::use(int block, int characters, const std::function<void(int block)> &release)
+{
+    const auto found = std::find_if(m_entries.rbegin(), m_entries.rend(),
+                                    [block](const Entry &entry) { return entry.block == block; });
+    if (found != m_entries.rend()) {
+        m_characters -= found->characters;
+        m_entries.erase(std::next(found).base());
+    }
+    m_entries.push_back({block, characters});
+    m_characters += characters;
+
+    constexpr std::size_t kept = 2;
+    std::size_t released = 0;
+    while (m_characters > m_maximumCharacters && m_entries.size() - released > kept) {
+        const Entry &oldest = m_entries[released++];
+        m_characters -= oldest.characters;
+        release(oldest.block);
+    }
+    m_entries.erase(m_entries.begin(), m_entries.begin() + static_cast<std::ptrdiff_t>(released));
+}
+
+void ShapedBlocks::replace(int first, int removed, int inserted)
+{
+    std::erase_if(m_entries, [&](const Entry &entry) {
+        const bool gone = entry.block >= first && entry.block < first + removed;
+        if (gone)
+            m_characters -= entry.characters;
+        return gone;
+    });
+    for (Entry &entry : m_entries) {
+        if (entry.block >= first + removed)
+            entry.block += inserted - removed;
+    }
+}
+
+void ShapedBlocks::clear(const std::function<void(int block)> &release)
+{
+    const std::vector<Entry> entries = std::exchange(m_entries, {});
+    m_characters = 0;
+    for (const Entry &entry : entries)
+        release(entry.block);
+}
+
+} // namespace tarn::console
