@@ -39,8 +39,8 @@ packages_of() {
     screenshots) # A dark palette for the pictures of the documentation.
         printf '%s\n' qt6ct
         ;;
-    benchmark)
-        printf '%s\n' libbenchmark-dev
+    benchmark) # Watching windows from outside, and the terminals to compare with.
+        printf '%s\n' konsole libxcb-damage0-dev libxcb1-dev xterm
         ;;
     fuzz) # The fuzz targets: clang and the library that drives them.
         printf '%s\n' clang libclang-rt-dev
