@@ -33,6 +33,8 @@ void PathLabel::showPath(const QString &path)
     setText(path);
     // Tool tips guess whether they are rich text; only what surely is, is shown as it should be.
     setToolTip(u"<span style=\"white-space:pre\">%1</span>"_s.arg(path.toHtmlEscaped()));
+    // Screen readers would take the tool tip, markup and all, as the description.
+    setAccessibleDescription(path);
     showEnd();
 }
 
@@ -40,6 +42,7 @@ void PathLabel::showRemark(const QString &remark)
 {
     setText(remark);
     setToolTip({});
+    setAccessibleDescription({});
     showEnd();
 }
 

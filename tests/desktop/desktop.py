@@ -100,6 +100,7 @@ class Console:
         self.language = "en"
         self.pictures = pictures
         self.process = None
+        self.source = None
         self.window = None
         self._directory = tempfile.TemporaryDirectory(prefix="tarn-desktop-")
         self.directory = pathlib.Path(self._directory.name)
@@ -114,6 +115,7 @@ class Console:
 
     def open(self, source=None):
         """Starts the console, with `source` selected, and waits for its window."""
+        self.source = source
         settings = self.directory / "config" / "TARN" / "TARN Console.conf"
         settings.parent.mkdir(parents=True, exist_ok=True)
         settings.write_text(f"[General]\ninterfaceLanguage={self.language}\n")

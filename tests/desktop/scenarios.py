@@ -194,17 +194,20 @@ def path(text):
     return pathlib.Path(text).absolute()
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__)
+def parse_options(description, scenarios):
+    parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--console", required=True, type=path, help="the tarn-console to test")
     parser.add_argument("--interpreter", required=True, type=path,
                         help="the tarn-demo to run programs with")
     parser.add_argument("--demo-programs", required=True, type=path)
     parser.add_argument("--pictures", required=True, type=path,
                         help="where to put pictures of failures")
-    parser.add_argument("name", choices=SCENARIOS)
-    options = parser.parse_args()
+    parser.add_argument("name", choices=scenarios)
+    return parser.parse_args()
 
+
+def main():
+    options = parse_options(__doc__, SCENARIOS)
     console = Console(options.console, options.interpreter, options.pictures)
     console.demo_programs = options.demo_programs
     try:

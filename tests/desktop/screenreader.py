@@ -1,0 +1,267 @@
+#!/usr/bin/env python3
+"""The console as a screen reader knows it: screenreader.py [OPTIONS] NAME runs one scenario over
+the accessibility bus, without a look at a pixel. Needs a display and a message bus of its own.
+
+To add one, write a function here whose parameters are the console and the reader, mark it with
+@scenario and name it in CMakeLists.txt."""
+
+import os
+import re
+import sys
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+from desktop import Console, Failure, check, press, wait_for  # noqa: E402
+from scenarios import parse_options  # noqa: E402
+
+SCENARIOS = {}
+
+# What a user meets with the Tab key or in passing, from top to bottom, in both languages.
+CONTROLS = [
+    ("label", "Source file", "ملف المصدر"),
+    ("push button", "Open", "افتح"),
+    ("push button", "Run", "شغّل"),
+    ("push button", "Stop", "أوقف"),
+    ("text", "Program output", "مخرجات البرنامج"),
+    ("push button", "Content direction", "اتجاه المحتوى"),
+    ("push button", "Language", "اللغة"),
+    ("push button", "Choose TARN", "اختر TARN"),
+    ("push button", "Clear output", "امسح المخرجات"),
+    ("text", "Find output", "ابحث في المخرجات"),
+    ("push button", "Find", "ابحث"),
+    ("label", "Program input", "إدخال البرنامج"),
+    ("text", "Program input", "إدخال البرنامج"),
+    ("push button", "Send", "أرسل"),
+    ("push button", "Close input", "أغلق الإدخال"),
+]
+MENUS = [("File", "ملف"), ("Edit", "تحرير"), ("View", "عرض"), ("Language", "اللغة"),
+         ("Help", "مساعدة")]
+
+
+def scenario(function):
+    SCENARIOS[function.__name__] = function
+    return function
+
+
+class Reader:
+    """What a screen reader asks of the console, and what it is told."""
+
+    def __init__(self, console):
+        self._console = console
+        self.told = []
+        self._listener = Atspi.EventListener.new(self._note)
+        for kind in ["object:text-changed", "object:property-change:accessible-name",
+                     "object:state-changed:focused", "object:text-caret-moved"]:
+            check(self._listener.register(kind), f"there are no events {kind}")
+
+    def _note(self, event):
+        self.told.append((event.type, event.source.get_role_name(), event.source.get_name(),
+                          event.detail1, event.any_data))
+
+    def wait_for(self, condition, what):
+        def listened():
+            while GLib.MainContext.default().iteration(False):
+                pass
+            try:
+                return condition()
+            except GLib.Error:  # an object that has gone meanwhile
+                return None
+
+        return wait_for(listened, what)
+
+    def open(self, source):
+        self._console.open(source)
+        self.window = self.wait_for(self._find_window, "the console on the accessibility bus")
+
+    def _find_window(self):
+        desktop = Atspi.get_desktop(0)
+        for number in range(desktop.get_child_count()):
+            application = desktop.get_child_at_index(number)
+            if application and application.get_process_id() == self._console.process.pid:
+                return application.get_child_at_index(0)
+        return None
+
+    def all(self, within=None):
+        """Every object of the window, in reading order."""
+        if not within:
+            yield self.window
+        parent = within or self.window
+        for number in range(parent.get_child_count()):
+            child = parent.get_child_at_index(number)
+            if child:
+                yield child
+                yield from self.all(child)
+
+    def named(self, role, name):
+        """The object with the role and the name."""
+        return self.wait_for(
+            lambda: next((o for o in self.all()
+                          if o.get_role_name() == role and o.get_name() == name), None),
+            f"{role} {name!r}")
+
+    def do(self, role, name):
+        """Does what activating the object does."""
+        target = self.named(role, name)
+        self.wait_for(lambda: has(target, Atspi.StateType.ENABLED), f"{name!r} to be enabled")
+        check(Atspi.Action.do_action(target, 0), f"cannot activate {name!r}")
+
+    def output(self, name="Program output"):
+        text = self.named("text", name)
+        return Atspi.Text.get_text(text, 0, Atspi.Text.get_character_count(text))
+
+    def heard(self, name="Program output"):
+        """All that was announced as new in a text."""
+        return "".join(data for kind, _, source, _, data in self.told
+                       if kind == "object:text-changed:insert" and source == name)
+
+    def wait_for_status(self, text):
+        self.named("label", text)
+        self.wait_for(lambda: any(kind == "object:property-change:accessible-name" and name == text
+                                  for kind, _, name, _, _ in self.told),
+                      f"the announcement of {text!r}")
+
+    def focus(self):
+        focused = [o for o in self.all() if has(o, Atspi.StateType.FOCUSED)]
+        return focused[0].get_name() if focused else None
+
+
+def has(accessible, state):
+    return accessible.get_state_set().contains(state)
+
+
+def words(text):
+    """The text without line ends, which are announced together with their neighbours."""
+    return re.sub("[\n\u2029]", "", text)
+
+
+def check_controls(reader, language):
+    found = [(o.get_role_name(), o.get_name()) for o in reader.all()]
+    at = 0
+    for role, *names in CONTROLS:
+        name = names[language]
+        check((role, name) in found[at:], f"after {found[at - 1]}: no {role} {name!r} in {found}")
+        at = found.index((role, name), at) + 1
+    for control in reader.all():
+        if has(control, Atspi.StateType.FOCUSABLE):
+            check(control.get_name(), f"a {control.get_role_name()} without a name")
+        check("<" not in control.get_description(), f"markup: {control.get_description()!r}")
+    menus = [name for role, name in found if role == "menu item"]
+    for names in MENUS:
+        check(names[language] in menus, f"no menu {names[language]!r}")
+
+
+@scenario
+def names_and_roles(console, reader):
+    """Every control says what it is, in both languages; a switch renames all."""
+    reader.open(console.demo_programs / "greeting.tarn")
+    check_controls(reader, 0)
+    reader.do("menu item", "العربية")
+    reader.named("frame", "طرفية TARN")
+    check_controls(reader, 1)
+    reader.do("menu item", "English")
+    reader.named("frame", "TARN Console")
+    check_controls(reader, 0)
+    console.quit()
+
+
+@scenario
+def labels_and_tab_order(console, reader):
+    """Labels belong to their fields, and the Tab key goes in reading order."""
+    reader.open(console.script("lines -> line\nend\n"))
+    for label, of in [("Source file", str(console.source)), ("Program input", "Program input")]:
+        targets = [relation.get_target(0).get_name()
+                   for relation in reader.named("label", label).get_relation_set()
+                   if relation.get_relation_type() == Atspi.RelationType.LABEL_FOR]
+        check(targets == [of], f"{label!r} labels {targets}")
+    console.run()
+    reader.wait_for_status("Running")
+    press("ctrl+1")
+    reader.wait_for(lambda: reader.focus() == "Program output", "the focus in the output")
+    for name in ["Content direction", "Language", "Choose TARN", "Clear output", "Find output",
+                 "Find", "Program input", "Send", "Close input"]:
+        press("Tab")
+        reader.wait_for(lambda wanted=name: reader.focus() == wanted, f"the focus on {name!r}")
+    press("ctrl+period")
+    console.wait_until_idle()
+    console.quit()
+
+
+@scenario
+def a_conversation(console, reader):
+    """Run, answer, read the answer and the outcome."""
+    reader.open(console.demo_programs / "greeting.tarn")
+    reader.do("push button", "Run")
+    reader.wait_for_status("Running")
+    for question, answer in [("What is your name?", "Sam"), ("How many times", "2")]:
+        reader.wait_for(lambda text=question: text in reader.heard(), f"{question!r} to be heard")
+        draft = reader.named("text", "Program input")
+        reader.wait_for(lambda: has(draft, Atspi.StateType.ENABLED), "the input to be open")
+        check(Atspi.EditableText.insert_text(draft, 0, answer, len(answer)), "cannot type")
+        reader.do("push button", "Send")
+    reader.wait_for_status("Returned status 0")
+    reader.wait_for(lambda: "See you soon." in reader.heard(), "the last line")
+    check(words(reader.heard()) == words(reader.output()),
+          f"heard {reader.heard()!r} of {reader.output()!r}")
+    console.quit()
+
+
+@scenario
+def reading_by_line_and_caret(console, reader):
+    """The output is read line by line with the arrow keys."""
+    lines = ["first line", "السطر الثاني", "third"]
+    reader.open(console.script("".join(f"print {line}\n" for line in lines)))
+    console.run()
+    reader.wait_for_status("Returned status 0")
+    press("ctrl+1", "ctrl+Home")
+    output = reader.named("text", "Program output")
+    start = 0
+    for line in lines:
+        reader.wait_for(lambda at=start: Atspi.Text.get_caret_offset(output) == at,
+                        f"the caret at the start of {line!r}")
+        read = Atspi.Text.get_text_at_offset(output, start, Atspi.TextBoundaryType.LINE_START)
+        check(words(read.content) == line, f"read {read.content!r}")
+        start += len(line) + 1
+        press("Down", "Home")
+    console.quit()
+
+
+@scenario
+def in_arabic(console, reader):
+    """The same conversation in the Arabic interface, up to the outcome."""
+    console.language = "ar"
+    reader.open(console.script("اسأل ما اسمك؟ -> الاسم\nاطبع أهلا يا {الاسم}\n", "سؤال.ترن"))
+    reader.do("push button", "شغّل")
+    reader.wait_for_status("قيد التشغيل")
+    reader.wait_for(lambda: "ما اسمك؟" in reader.heard("مخرجات البرنامج"), "the question")
+    draft = reader.named("text", "إدخال البرنامج")
+    reader.wait_for(lambda: has(draft, Atspi.StateType.ENABLED), "the input to be open")
+    check(Atspi.EditableText.insert_text(draft, 0, "سلمى", len("سلمى")), "cannot type")
+    reader.do("push button", "أرسل")
+    reader.wait_for_status("انتهى البرنامج بالحالة 0")
+    check("أهلا يا سلمى" in reader.output("مخرجات البرنامج"), "no answer")
+    console.quit()
+
+
+def main():
+    options = parse_options(__doc__, SCENARIOS)
+    Atspi.set_timeout(30_000, 60_000)
+    console = Console(options.console, options.interpreter, options.pictures)
+    console.demo_programs = options.demo_programs
+    reader = Reader(console)
+    try:
+        SCENARIOS[options.name](console, reader)
+    except Failure as failure:
+        print(f"FAILED: {failure}\nTold: {reader.told}", file=sys.stderr)
+        return 1
+    finally:
+        console.dispose()
+    return 0
+
+
+if __name__ == "__main__":
+    os.environ["LC_ALL"] = "C.UTF-8"
+    os.environ["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
+    sys.exit(main())
