@@ -64,35 +64,44 @@ void DecodedTextBuilder::grow(qsizetype count)
     m_buffer = reinterpret_cast<char16_t *>(text.data());
 }
 
+void DecodedTextBuilder::addTabulator()
+{
+    *addEscape(1) = u'\t';
+}
+
 void DecodedTextBuilder::addByteEscape(uchar byte)
 {
-    const char16_t escape[] = {u'\\', u'x', hexadecimalDigits[byte >> 4],
-                               hexadecimalDigits[byte & 0xF]};
-    addEscape(QStringView(escape, std::size(escape)));
+    char16_t *to = addEscape(4);
+    to[0] = u'\\';
+    to[1] = u'x';
+    to[2] = hexadecimalDigits[byte >> 4];
+    to[3] = hexadecimalDigits[byte & 0xF];
 }
 
 void DecodedTextBuilder::addCodePointEscape(char16_t codePoint)
 {
-    const char16_t escape[] = {u'\\',
-                               u'u',
-                               u'{',
-                               hexadecimalDigits[codePoint >> 12],
-                               hexadecimalDigits[(codePoint >> 8) & 0xF],
-                               hexadecimalDigits[(codePoint >> 4) & 0xF],
-                               hexadecimalDigits[codePoint & 0xF],
-                               u'}'};
-    addEscape(QStringView(escape, std::size(escape)));
+    char16_t *to = addEscape(8);
+    to[0] = u'\\';
+    to[1] = u'u';
+    to[2] = u'{';
+    to[3] = hexadecimalDigits[codePoint >> 12];
+    to[4] = hexadecimalDigits[(codePoint >> 8) & 0xF];
+    to[5] = hexadecimalDigits[(codePoint >> 4) & 0xF];
+    to[6] = hexadecimalDigits[codePoint & 0xF];
+    to[7] = u'}';
 }
 
-void DecodedTextBuilder::addEscape(QStringView text)
+/// Declares an escape of so many characters, which are ASCII, and returns where it goes.
+char16_t *DecodedTextBuilder::addEscape(qsizetype size)
 {
     auto &escapes = m_decoded.m_escapes;
     if (!escapes.isEmpty() && escapes.last().end == m_size)
-        escapes.last().end += text.size();
+        escapes.last().end += size;
     else
-        escapes.append({.begin = m_size, .end = m_size + text.size()});
-    std::copy(text.utf16(), text.utf16() + text.size(), reserve(text.size()));
-    addReserved(text.size(), text.size());
+        escapes.append({.begin = m_size, .end = m_size + size});
+    char16_t *to = reserve(size);
+    addReserved(size, size);
+    return to;
 }
 
 DecodedText DecodedTextBuilder::take()

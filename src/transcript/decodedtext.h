@@ -5,7 +5,6 @@
 #include <QChar>
 #include <QList>
 #include <QString>
-#include <QStringView>
 #include <QVarLengthArray>
 
 #include <utility>
@@ -104,7 +103,7 @@ public:
         addReserved(2, 4);
     }
 
-    void addTabulator() { addEscape(u"\t"); }
+    void addTabulator();
     void addByteEscape(uchar byte);
     /// For code points of up to four hexadecimal digits.
     void addCodePointEscape(char16_t codePoint);
@@ -118,7 +117,7 @@ public:
 
 private:
     void grow(qsizetype count);
-    void addEscape(QStringView text);
+    char16_t *addEscape(qsizetype size);
 
     DecodedText m_decoded; ///< its text is the buffer, longer than what is written
     char16_t *m_buffer;

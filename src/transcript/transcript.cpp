@@ -7,7 +7,7 @@ namespace {
 /// Whether two strings are one buffer. A line without escapes costs a single one.
 bool areOneText(const QString &a, const QString &b)
 {
-    return a.isSharedWith(b) || (a.isEmpty() && b.isEmpty());
+    return a.size() == b.size() && (a.isEmpty() || a.constData() == b.constData());
 }
 
 /// Makes the buffer as small as the text. A buffer that has no reserve is left alone, since

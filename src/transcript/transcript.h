@@ -148,10 +148,10 @@ private:
     void appendBytes(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
     bool appendNextPiece(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
     bool applyPiece(TranscriptStream stream, QByteArrayView piece, ChunkProgress &progress);
-    UnlimitedPrefix unlimitedPrefix(const StreamState &state, QByteArrayView bytes) const;
-    void applyUnchecked(TranscriptStream stream, QByteArrayView bytes,
-                        const UnlimitedPrefix &prefix, ChunkProgress &progress);
-
+    UnlimitedPrefix unlimitedPrefix(const StreamState &state, QByteArrayView bytes,
+                                    bool mustFitPendingUpdates) const;
+    bool applyPrefix(TranscriptStream stream, QByteArrayView bytes, const UnlimitedPrefix &prefix,
+                     ChunkProgress &progress);
     void applyLine(TranscriptStream stream, DecodedText::Line &&line);
     void appendToParagraph(qint64 index, const QString &text, const QString &directionText);
     void terminateParagraph(qint64 index);

@@ -50,6 +50,8 @@ struct Transcript::ChunkProgress
     /// The previous chunk's last carriage return is accepted with this chunk.
     bool withCarriageReturn = false;
     QString text; ///< display text of what is accepted
+    /// The chunk does not fit into what may be pending, so the capture will stop within it.
+    bool endsAtPendingUpdates = false;
 };
 
 TranscriptAppendResult Transcript::appendStream(TranscriptStream stream, QByteArrayView bytes)
@@ -61,7 +63,9 @@ TranscriptAppendResult Transcript::appendStream(TranscriptStream stream, QByteAr
     QByteArray accepted = recordBytes(bytes.first(progress.position));
     if (progress.withCarriageReturn)
         accepted.prepend('\r');
-    progress.text.squeeze();
+    // Without reserve there may be a paragraph that shares it, from which squeeze() would part it.
+    if (progress.text.capacity() > progress.text.size())
+        progress.text.squeeze();
     appendStreamRecord(stream, accepted, recordText(progress.text));
     return resultOf(accepted.size());
 }
@@ -75,26 +79,33 @@ void Transcript::appendBytes(TranscriptStream stream, QByteArrayView bytes, Chun
 {
     while (progress.position < bytes.size()) {
         const QByteArrayView rest = bytes.sliced(progress.position);
-        const UnlimitedPrefix prefix = unlimitedPrefix(stateFor(stream), rest);
-        if (prefix.size > 0)
-            applyUnchecked(stream, rest, prefix, progress);
-        else if (!appendNextPiece(stream, bytes, progress))
+        const UnlimitedPrefix prefix =
+            unlimitedPrefix(stateFor(stream), rest, progress.endsAtPendingUpdates);
+        if (prefix.size > 0) {
+            // Decoding it is the quickest way to know how long it gets; it fails once at most.
+            if (!applyPrefix(stream, rest, prefix, progress))
+                progress.endsAtPendingUpdates = true;
+        } else if (!appendNextPiece(stream, bytes, progress)) {
             return;
+        }
     }
 }
 
-/// Bytes that can be taken together because no limit can be reached within them, whatever they
-/// are; none when the next byte has to be looked at by itself.
+/// Bytes that can be taken together because no limit can be reached within them; none when the
+/// next byte has to be looked at by itself. Only how much they display is left open, unless it has
+/// to fit whatever they are.
 Transcript::UnlimitedPrefix Transcript::unlimitedPrefix(const StreamState &state,
-                                                        QByteArrayView bytes) const
+                                                        QByteArrayView bytes,
+                                                        bool mustFitPendingUpdates) const
 {
     UnlimitedPrefix prefix{.size = 0, .lineBytes = state.lineBytes};
     if (state.carriageReturnAtLimit)
         return prefix;
-    const qint64 pendingRoom = m_limits.maxPendingUpdateBytes - m_pendingUpdateByteCount;
-    const qint64 room =
-        std::min<qint64>({bytes.size(), m_limits.maxRetainedBytes - m_retainedByteCount,
-                          (pendingRoom - maxDisplayBytesHeld) / maxDisplayBytesPerByte});
+    qint64 pendingRoom = m_limits.maxPendingUpdateBytes - m_pendingUpdateByteCount;
+    if (mustFitPendingUpdates)
+        pendingRoom = (pendingRoom - maxDisplayBytesHeld) / maxDisplayBytesPerByte;
+    const qint64 room = std::min<qint64>(
+        {bytes.size(), m_limits.maxRetainedBytes - m_retainedByteCount, pendingRoom});
     // Every line break, and the text after the last one, may open a paragraph.
     qint64 paragraphRoom =
         m_limits.maxParagraphs - m_paragraphs.size() - (state.hasOpenParagraph() ? 0 : 1);
@@ -118,17 +129,23 @@ Transcript::UnlimitedPrefix Transcript::unlimitedPrefix(const StreamState &state
     return prefix;
 }
 
-void Transcript::applyUnchecked(TranscriptStream stream, QByteArrayView bytes,
-                                const UnlimitedPrefix &prefix, ChunkProgress &progress)
+/// Applies a prefix of the bytes if its display fits; otherwise changes nothing.
+bool Transcript::applyPrefix(TranscriptStream stream, QByteArrayView bytes,
+                             const UnlimitedPrefix &prefix, ChunkProgress &progress)
 {
     StreamState &state = stateFor(stream);
-    const DecodedText decoded = state.decoder.decode(bytes.first(prefix.size));
+    IncrementalOutputDecoder decoder = state.decoder;
+    const DecodedText decoded = decoder.decode(bytes.first(prefix.size));
+    if (decoded.displayBytes() > m_limits.maxPendingUpdateBytes - m_pendingUpdateByteCount)
+        return false;
+    state.decoder = decoder;
     decoded.forEachLine([&](DecodedText::Line &&line) { applyLine(stream, std::move(line)); });
     state.lineBytes = prefix.lineBytes;
     m_retainedByteCount += prefix.size;
     m_pendingUpdateByteCount += decoded.displayBytes();
     progress.position += prefix.size;
     progress.text.append(decoded.text());
+    return true;
 }
 
 void Transcript::applyLine(TranscriptStream stream, DecodedText::Line &&line)
