@@ -24,8 +24,8 @@ packages_of() {
         printf '%s\n' libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi
         ;;
     check) # The checks of sources, scripts and desktop files.
-        printf '%s\n' appstream clang-format-14 codespell desktop-file-utils libxml2-utils \
-            man-db shellcheck
+        printf '%s\n' appstream clang-format-14 codespell cppcheck desktop-file-utils \
+            libxml2-utils man-db python3 shellcheck
         ;;
     package) # The Debian package.
         printf '%s\n' dpkg-dev file

@@ -104,6 +104,7 @@ class Console:
         self.window = None
         self._directory = tempfile.TemporaryDirectory(prefix="tarn-desktop-")
         self.directory = pathlib.Path(self._directory.name)
+        self.home = self.directory
         self._log = self.directory / "console.log"
         self._journal = self.directory / "journal"
 
@@ -116,15 +117,15 @@ class Console:
     def open(self, source=None):
         """Starts the console, with `source` selected, and waits for its window."""
         self.source = source
-        settings = self.directory / "config" / "TARN" / "TARN Console.conf"
+        settings = self.settings()
         settings.parent.mkdir(parents=True, exist_ok=True)
         settings.write_text(f"[General]\ninterfaceLanguage={self.language}\n")
         command = [str(self.executable), "--tarn", str(self.interpreter)]
         command += [str(source)] if source else []
         environment = os.environ | {
             "QT_QPA_PLATFORM": "xcb",
-            "HOME": str(self.directory),
-            "XDG_CONFIG_HOME": str(self.directory / "config"),
+            "HOME": str(self.home),
+            "XDG_CONFIG_HOME": str(self.home / "config"),
             "TARN_DEMO_JOURNAL": str(self._journal),
         }
         with self._log.open("wb") as log:
@@ -133,6 +134,13 @@ class Console:
                 stdout=log, stderr=log)
         self.window = wait_for(self._find_window, "the console's window")
         wait_for(lambda: xdotool("getactivewindow") == self.window, "the window to be active")
+
+    def settings(self):
+        return self.home / "config" / "TARN" / "TARN Console.conf"
+
+    def activate(self):
+        """Gives the window the keyboard."""
+        xdotool("windowactivate", "--sync", self.window)
 
     def windows(self):
         """The console's visible windows: the main one and its dialogs."""

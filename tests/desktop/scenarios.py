@@ -15,6 +15,8 @@ from desktop import (Clipboard, Console, Failure, check, is_running, press, type
                      xdotool)
 
 SCENARIOS = {}
+DESKTOP_ENTRY = (pathlib.Path(__file__).parent.parent.parent / "packaging"
+                 / "org.tarn.console.desktop")
 
 
 def scenario(function):
@@ -192,6 +194,52 @@ def clear_output(console):
 
 def path(text):
     return pathlib.Path(text).absolute()
+
+
+@scenario
+def two_consoles(console):
+    """Two consoles of one user: a stop, a language and a quit in one leave the other alone."""
+    forever = "forever\nsleep 100\nend\n"
+    console.open(console.script(forever))
+    console.run()
+    first = console.program()
+    other = Console(console.executable, console.interpreter, console.pictures)
+    other.home = console.home
+    try:
+        other.open(other.script(forever))
+        other.run()
+        second = other.program()
+        press("ctrl+shift+7")
+        wait_for(lambda: other.title() == "طرفية TARN", "the other window in Arabic")
+        check("interfaceLanguage=ar" in console.settings().read_text(), "the choice is not kept")
+        press("ctrl+period")
+        wait_for(lambda: not is_running(second), "the second program to be gone")
+        other.wait_until_idle()
+        other.quit()
+    finally:
+        other.dispose()
+    check(is_running(first), "the first program is gone")
+    check(console.title() == "TARN Console", f"the first title is {console.title()!r}")
+    console.activate()
+    press("ctrl+period")
+    wait_for(lambda: not is_running(first), "the first program to be gone")
+    console.wait_until_idle()
+    console.quit()
+    written = console.settings().read_text()
+    for key in ["interfaceLanguage=en", "lastSourceDirectory=", "windowGeometry="]:
+        check(key in written, f"no {key} in {written}")
+
+
+@scenario
+def desktop_identity(console):
+    """Docks and switchers find the window's desktop entry by its class, under X."""
+    console.open()
+    entry = dict(line.split("=", 1) for line in DESKTOP_ENTRY.read_text().splitlines()
+                 if "=" in line)
+    found = xdotool("search", "--onlyvisible", "--class", f"^{entry['StartupWMClass']}$")
+    check(console.window in found.split(), f"{found!r} is not the window {console.window}")
+    check(entry["Exec"] == f"{console.executable.name} %f", f"the entry starts {entry['Exec']!r}")
+    console.quit()
 
 
 def parse_options(description, scenarios):

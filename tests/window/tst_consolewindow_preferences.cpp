@@ -11,8 +11,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-#include <QWheelEvent>
 #include <QtTest/qtestspontaneevent.h>
+#include <QWheelEvent>
 
 #include <memory>
 

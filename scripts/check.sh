@@ -1,0 +1,114 @@
+#!/usr/bin/env bash
+# Everything that can be checked without running the program: form, spelling, translations, what
+# desktops will be given, code that nobody uses; and a report of the largest files and functions.
+set -euo pipefail
+
+case ${1:-} in
+-h | --help)
+    echo 'Usage: scripts/check.sh   installs what is missing and checks sources, scripts, texts and desktop files'
+    exit 0
+    ;;
+esac
+
+cd "$(dirname "$0")/.."
+./scripts/setup.sh build check
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+sources() {
+    git ls-files '*.cpp' '*.h'
+}
+
+check_format() {
+    sources | xargs clang-format-14 --dry-run --Werror
+}
+
+check_scripts() {
+    git ls-files '*.sh' .ci/run | xargs shellcheck --external-sources
+    git ls-files '*.py' | xargs -n 1 python3 -c \
+        'import ast, sys; ast.parse(open(sys.argv[1]).read(), sys.argv[1])'
+    local script
+    for script in $(git ls-files 'scripts/*.sh' 'scripts/*.py'); do
+        [ -x "$script" ] || { echo "$script is not executable" && return 1; }
+        [[ $("$script" --help) == *[Uu]sage* ]] || { echo "$script has no help" && return 1; }
+    done
+}
+
+# English only; the ignored words are parts of texts that tests cut in pieces.
+check_spelling() {
+    git ls-files ':!:*.png' ':!:*.ts' ':!:*.ar.*' ':!:*/corpus/*' |
+        xargs codespell --ignore-words-list=hel,nd,nin
+}
+
+# The catalogue has every text of the sources, no other, and all of them translated.
+check_catalogue() {
+    local catalogue=translations/tarn_console_ar.ts lupdate
+    lupdate=$(PATH=/usr/lib/qt6/bin:$PATH command -v lupdate)
+    cp $catalogue "$work"
+    "$lupdate" src -silent -no-obsolete -locations none -source-language en -target-language ar \
+        -ts "$work/tarn_console_ar.ts"
+    diff --unified $catalogue "$work/tarn_console_ar.ts"
+    ! grep --line-number 'type="unfinished"' $catalogue
+}
+
+check_desktop_files() {
+    desktop-file-validate packaging/org.tarn.console.desktop
+    git ls-files '*.svg' 'packaging/*.xml' '*.ts' | xargs xmllint --noout --nonet
+    # As it is, and as it will be once the project is published somewhere.
+    local homepage
+    for homepage in '' https://tarn.example; do
+        cmake -S packaging/metainfo -B "$work/metainfo" -D TARN_HOMEPAGE="$homepage" \
+            >"$work/metainfo.log"
+        appstreamcli validate --no-net --pedantic "$work/metainfo/org.tarn.console.metainfo.xml"
+    done
+}
+
+check_manual_pages() {
+    local page
+    for page in packaging/*.1; do
+        LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings --encoding=UTF-8 --troff-device=utf8 --ditroff \
+            --local-file "$page" 2>&1 >/dev/null | tee "$work/warnings"
+        [ ! -s "$work/warnings" ]
+    done
+}
+
+# Functions that no line of the project calls, nor Qt through an override.
+check_unused() {
+    local file name
+    cppcheck --quiet --enable=unusedFunction --std=c++20 --language=c++ --library=qt -I src -I tests \
+        --template='{file} {id} {message}' src demo tests benchmarks 2>"$work/unused"
+    # On one line, because a declaration may take two.
+    git ls-files 'src/*.h' 'demo/*.h' | xargs cat | tr '\n' ' ' >"$work/headers"
+    sed --quiet "s/^\(src\|demo\)\(.*\) unusedFunction .*'\(.*\)'.*/\1\2 \3/p" "$work/unused" |
+        while read -r file name; do
+            grep --quiet -E "\\<$name\\([^;{]*override" "$work/headers" || echo "$file: $name is unused"
+        done >"$work/report"
+    cat "$work/report"
+    [ ! -s "$work/report" ]
+}
+
+failed=()
+run() {
+    echo "== $1"
+    # In a shell of its own, which ends at the first command that fails.
+    if ! (bash -c "$(declare -f); set -euo pipefail; work=$work; $2"); then
+        failed+=("$1")
+    fi
+}
+
+run 'Format' check_format
+run 'Scripts' check_scripts
+run 'Spelling' check_spelling
+run 'Arabic catalogue' check_catalogue
+run 'Desktop files' check_desktop_files
+run 'Manual pages' check_manual_pages
+run 'Unused functions' check_unused
+# Analysers that need a compilation (clang-tidy, clazy) go here, as functions of their own.
+echo '== The largest files and functions'
+./scripts/sizes.py
+
+if [ ${#failed[@]} -gt 0 ]; then
+    printf 'FAILED: %s\n' "${failed[@]}" >&2
+    exit 1
+fi
+echo 'All checks passed.'
