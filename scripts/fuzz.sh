@@ -42,5 +42,5 @@ for target in "${targets[@]}"; do
     echo "== $target, $seconds seconds"
     nice "build/fuzz/bin/fuzz-$target" -max_total_time="$seconds" -print_final_stats=1 \
         -verbosity=0 -max_len=1024 -artifact_prefix="build/fuzz/findings/$target-" \
-        "$corpus" "fuzz/corpus/$target"
+        "$corpus" "fuzz/corpus/$target" 2>&1 | sed '/Recommended dictionary/,/End of recommended/d'
 done
