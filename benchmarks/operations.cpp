@@ -2,6 +2,7 @@
 // the same or for showing the same text once.
 
 #include "subjects.h"
+#include "widgets/lazydocumentlayout.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -9,13 +10,14 @@
 
 using namespace tarn::benchmark;
 using tarn::console::ContentDirection;
+using tarn::console::LazyDocumentLayout;
 
 namespace {
 
 struct Shown
 {
     Milliseconds painted{};
-    Milliseconds settled{}; ///< also when nothing is left to do in idle time
+    Milliseconds settled{}; ///< all events are done
 };
 
 /// Does it and waits until the window shows it.
@@ -140,6 +142,47 @@ void compareResize(Report &report, const QString &name, Filled &filled, int repe
     report.note(name + u", until it is first painted"_s, medianPainted(times.first).count());
 }
 
+/// Waits for the heights that were guessed to be measured.
+void waitForExactHeights(const TranscriptView *view)
+{
+    const auto *layout = qobject_cast<LazyDocumentLayout *>(view->document()->documentLayout());
+    while (!layout->isExact())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+/// Each line takes two rows before and three after it.
+void compareWrapping(Report &report, Filled &filled, int repetitions)
+{
+    std::vector<Milliseconds> untilExact;
+    const auto resize = [](QWidget *view, int width) {
+        return timeUntilShown([&] { view->resize(width, viewSize.height()); });
+    };
+    const auto times = alternate(
+        repetitions,
+        [&] {
+            TranscriptView *view = filled.ours.view;
+            resize(view, 550);
+            waitForExactHeights(view);
+            Shown shown;
+            untilExact.push_back(timeOf([&] {
+                shown = resize(view, 350);
+                waitForExactHeights(view);
+            }));
+            return shown;
+        },
+        [&] {
+            resize(filled.theirs.edit, 550);
+            return resize(filled.theirs.edit, 350);
+        });
+    report.compare(u"resize of wrapping lines, against QPlainTextEdit"_s,
+                   medianSettled(times.first), medianSettled(times.second), 2);
+    report.note(u"resize of wrapping lines, until no height is a guess"_s,
+                median(untilExact).count());
+    resize(filled.ours.view, viewSize.width());
+    resize(filled.theirs.edit, viewSize.width());
+    waitForExactHeights(filled.ours.view);
+}
+
 void compareZoom(Report &report, Filled &filled, int repetitions)
 {
     scrollToMiddle(filled.ours.view);
@@ -232,6 +275,7 @@ int main(int argc, char **argv)
     scrollToMiddle(filled.ours.view);
     scrollToMiddle(filled.theirs.edit);
     compareResize(report, u"resize in the middle"_s, filled, options.repetitions);
+    compareWrapping(report, filled, options.repetitions);
     compareZoom(report, filled, options.repetitions);
     compareOperations(report, filled, options.repetitions);
     compareClear(report, filled, text, std::max(1, options.repetitions / 2));

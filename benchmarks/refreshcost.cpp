@@ -26,6 +26,8 @@ constexpr TranscriptLimits noLimits{unreachable, unreachable, unreachable, unrea
 class Rebuilt
 {
 public:
+    static constexpr int lines = 1; ///< how often one line more is measured: it takes long
+
     Rebuilt() { m_stage.present(m_view); }
 
     void take(QByteArrayView bytes)
@@ -45,6 +47,8 @@ private:
 class Stock
 {
 public:
+    static constexpr int lines = 9;
+
     Stock()
     {
         m_view->setReadOnly(true);
@@ -73,6 +77,8 @@ private:
 class Ours
 {
 public:
+    static constexpr int lines = 9;
+
     Ours()
     {
         m_stage.present(m_view);
@@ -112,8 +118,7 @@ void measure(Costs &costs, const QByteArray &text)
 {
     Subject subject;
     timeTake(subject, text);
-    constexpr int lines = 3;
-    for (int number = 0; number < lines; ++number)
+    for (int number = 0; number < Subject::lines; ++number)
         costs.line.push_back(timeTake(subject, asciiLine(number)));
     costs.slice.push_back(timeTake(subject, textOf(asciiLine, sliceBytes / (lineBytes + 1))));
 }
