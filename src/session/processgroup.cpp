@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <unistd.h>
+#include <utility>
 
 namespace tarn::console {
 
@@ -17,22 +18,25 @@ SignalDelivery signalProcessGroup(pid_t group, int signalNumber)
     return SignalDelivery::Failed;
 }
 
-bool processGroupExists(pid_t group)
+bool orphanedGroupExists(pid_t group)
 {
-    return group > 1 && (::kill(-group, 0) == 0 || errno == EPERM);
+    const auto exists = [](pid_t target) { return ::kill(target, 0) == 0 || errno == EPERM; };
+    return group > 1 && !exists(group) && exists(-group);
 }
 
 ProcessGroupReaper::ProcessGroupReaper(pid_t group, std::chrono::milliseconds grace,
-                                       QObject *parent)
+                                       QObject *parent, std::unique_ptr<GroupWatchdog> watchdog)
     : QObject(parent)
     , m_group(group)
+    , m_watchdog(std::move(watchdog))
 {
     QTimer::singleShot(grace, Qt::PreciseTimer, this, &QObject::deleteLater);
 }
 
 ProcessGroupReaper::~ProcessGroupReaper()
 {
-    signalProcessGroup(m_group, SIGKILL);
+    if (orphanedGroupExists(m_group))
+        signalProcessGroup(m_group, SIGKILL);
 }
 
 } // namespace tarn::console

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "session/groupwatchdog.h"
+
 #include <QObject>
 
 #include <chrono>
+#include <memory>
 #include <sys/types.h>
 
 namespace tarn::console {
@@ -14,19 +17,24 @@ enum class SignalDelivery { Delivered, Failed };
 /// "everybody", are never signalled.
 SignalDelivery signalProcessGroup(pid_t group, int signalNumber);
 
-/// Whether any process is left in the group.
-bool processGroupExists(pid_t group);
+/// Whether any process is left in a group whose leader has ended and was reaped. No process can get
+/// the leader's number while the group exists, so a process of that number says that the group is
+/// gone and that another one may have its number.
+bool orphanedGroupExists(pid_t group);
 
 /// Kills what is left of a process group after its leader has ended, when a grace is over; at once
-/// when the reaper is destroyed. It deletes itself then.
+/// when the reaper is destroyed. It deletes itself then. Until then it keeps the watchdog of the
+/// group, if there is one.
 class ProcessGroupReaper : public QObject
 {
 public:
-    ProcessGroupReaper(pid_t group, std::chrono::milliseconds grace, QObject *parent);
+    ProcessGroupReaper(pid_t group, std::chrono::milliseconds grace, QObject *parent,
+                       std::unique_ptr<GroupWatchdog> watchdog = {});
     ~ProcessGroupReaper() override;
 
 private:
     pid_t m_group;
+    std::unique_ptr<GroupWatchdog> m_watchdog;
 };
 
 } // namespace tarn::console

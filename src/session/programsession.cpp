@@ -11,6 +11,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <linux/close_range.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 #include <utility>
@@ -51,6 +52,19 @@ QTimer *createSingleShotTimer(QObject *parent)
     return timer;
 }
 
+/// Signals as every program expects them, whatever the console ignores or holds back. Async-signal
+/// safe. The handlers go first: none of ours may run in the child.
+void restoreSignals()
+{
+    struct sigaction action = {};
+    action.sa_handler = SIG_DFL;
+    for (int number = 1; number <= SIGRTMAX; ++number)
+        ::sigaction(number, &action, nullptr);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 /// Runs in the child between fork and exec, perhaps in our own memory on a tiny stack (vfork):
 /// nothing but async-signal-safe calls here.
 void prepareChild(pid_t console)
@@ -61,6 +75,9 @@ void prepareChild(pid_t console)
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != console)
         ::_exit(EXIT_FAILURE);
+    // Only the three streams are the program's; QProcess needs the others until the exec.
+    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    restoreSignals();
 }
 
 } // namespace
@@ -126,8 +143,10 @@ bool ProgramSession::start(const ProgramLaunch &launch)
     setState(runId, ProgramSessionState::Starting);
     if (isUncompletedRun(runId, process))
         process->start(QIODevice::ReadWrite);
-    if (isUncompletedRun(runId, process))
+    if (isUncompletedRun(runId, process) && process->processId() > 0) {
         m_run->group = static_cast<pid_t>(process->processId());
+        m_run->watchdog = std::make_unique<GroupWatchdog>(m_run->group);
+    }
     return true;
 }
 
@@ -251,6 +270,9 @@ void ProgramSession::handleFinished(quint64 runId, QProcess *process, int exitCo
 {
     if (!isUncompletedRun(runId, process))
         return;
+    // What a program leaves behind that ended by itself is none of our business.
+    if (!m_run->stopRequested)
+        m_run->watchdog.reset();
     drainOutput(runId, process, true);
     if (!isUncompletedRun(runId, process))
         return;
@@ -278,11 +300,13 @@ void ProgramSession::emitOutcome(quint64 runId, QProcess *process, const Program
     m_run->completed = true;
     m_run->pendingInput.clear();
     m_run->currentLine.clear();
-    if (outcome.kind == ProgramOutcomeKind::Stopped && processGroupExists(m_run->group)) {
+    if (outcome.kind == ProgramOutcomeKind::Stopped && orphanedGroupExists(m_run->group)) {
         // The leader is gone, but members that ignore SIGTERM have only what is left of the grace.
         new ProcessGroupReaper(m_run->group,
-                               std::max(m_run->killTimer->remainingTimeAsDuration(), 0ms), this);
+                               std::max(m_run->killTimer->remainingTimeAsDuration(), 0ms), this,
+                               std::move(m_run->watchdog));
     }
+    m_run->watchdog.reset();
     process->deleteLater();
     for (QTimer *timer : {m_run->killTimer, m_run->deadline}) {
         timer->stop();

@@ -59,10 +59,12 @@ constexpr GrandchildOption grandchildOptions[] = {
 
 [[noreturn]] void runGrandchild(std::string_view options, int readyDescriptor)
 {
+    bool stopped = false;
     // An alarm is not inherited: without its own, a forgotten grandchild would live on.
     ::alarm(longestLifeSeconds);
     while (!options.empty()) {
         const std::string_view option = takeWord(options);
+        stopped = stopped || option == "stopped";
         for (const GrandchildOption &known : grandchildOptions) {
             if (known.name == option)
                 known.apply();
@@ -70,6 +72,8 @@ constexpr GrandchildOption grandchildOptions[] = {
     }
     writeAll(readyDescriptor, "x");
     ::close(readyDescriptor);
+    if (stopped)
+        ::raise(SIGSTOP);
     waitForever();
 }
 

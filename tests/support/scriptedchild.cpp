@@ -37,7 +37,8 @@
 //                         leaves a child of its own behind that waits for ever, and prints
 //                         grandchild:PID\n when it is ready. Options: default-term, ignore-term,
 //                         drop-pipes (it holds none of our streams), new-session (it leaves the
-//                         process group). Without options it inherits everything.
+//                         process group), stopped (it stops itself when it is ready). Without
+//                         options it inherits everything.
 //   signal NAME           sends itself a signal: KILL, SEGV, ABRT, TERM, HUP, STOP...
 //   stop-self             signal STOP
 //

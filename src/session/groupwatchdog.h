@@ -1,0 +1,28 @@
+#pragma once
+
+#include <sys/types.h>
+
+namespace tarn::console {
+
+/// Kills a process group when this process dies, however it dies. The kernel does that for the
+/// leader alone (PR_SET_PDEATHSIG); what the leader started would run on, invisible.
+///
+/// The watchdog is a small process of its own, in a session of its own and nobody's child. It waits
+/// at the end of a line that only this process holds. It is called off before the number of the
+/// group can come to name another one.
+class GroupWatchdog
+{
+public:
+    /// Starts watching. Without a process to spare it does nothing: the leader is bound to our life
+    /// anyway.
+    explicit GroupWatchdog(pid_t group);
+    /// Calls the watchdog off.
+    ~GroupWatchdog();
+    GroupWatchdog(const GroupWatchdog &) = delete;
+    GroupWatchdog &operator=(const GroupWatchdog &) = delete;
+
+private:
+    int m_lifeline = -1; ///< our end of the line, which the kernel closes when we die
+};
+
+} // namespace tarn::console
