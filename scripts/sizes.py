@@ -4,7 +4,6 @@ be seen growing. Reads the braces of a formatted function, which stand in the fi
 
 import argparse
 import pathlib
-import subprocess
 
 
 def functions(path):
@@ -36,9 +35,7 @@ def main():
                         help="where to look (default: src tests)")
     options = parser.parse_args()
     for folder in options.folders:
-        listing = subprocess.run(["git", "ls-files", f"{folder}/*.cpp", f"{folder}/*.h"],
-                                 capture_output=True, text=True, check=True).stdout
-        paths = [pathlib.Path(line) for line in listing.splitlines()]
+        paths = [path for path in pathlib.Path(folder).rglob("*") if path.suffix in (".cpp", ".h")]
         files = sorted(((len(path.read_text(encoding="utf-8").splitlines()), path)
                         for path in paths), reverse=True)
         found = sorted((entry for path in paths for entry in functions(path)), reverse=True)
