@@ -1,4 +1,5 @@
 #include "app/consolestartupoptions.h"
+#include "app/terminationsignals.h"
 #include "window/consolewindow.h"
 
 #include <QApplication>
@@ -9,6 +10,7 @@
 using namespace Qt::StringLiterals;
 using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
+using tarn::console::TerminationSignals;
 
 namespace {
 
@@ -48,5 +50,6 @@ int main(int argc, char *argv[])
 
     ConsoleWindow window(parseCommandLine(application));
     window.show();
+    const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
     return QApplication::exec();
 }

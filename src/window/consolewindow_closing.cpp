@@ -31,4 +31,17 @@ void ConsoleWindow::closeEvent(QCloseEvent *event)
     }
 }
 
+void ConsoleWindow::stopAndClose()
+{
+    const QList<QDialog *> dialogs = findChildren<QDialog *>();
+    for (QDialog *dialog : dialogs)
+        dialog->reject();
+    if (!m_session.isActive()) {
+        close();
+        return;
+    }
+    m_closeAfterStop = true;
+    m_session.stop();
+}
+
 } // namespace tarn::console
