@@ -1,5 +1,7 @@
 #include "window/pathlabel.h"
 
+#include "window/visibletext.h"
+
 #include <QEvent>
 #include <QFontMetrics>
 #include <QPainter>
@@ -32,7 +34,8 @@ void PathLabel::showPath(const QString &path)
 {
     setText(path);
     // Tool tips guess whether they are rich text; only what surely is, is shown as it should be.
-    setToolTip(u"<span style=\"white-space:pre\">%1</span>"_s.arg(path.toHtmlEscaped()));
+    setToolTip(
+        u"<span style=\"white-space:pre\">%1</span>"_s.arg(visibleText(path).toHtmlEscaped()));
     // Screen readers would take the tool tip, markup and all, as the description.
     setAccessibleDescription(path);
     showEnd();
@@ -48,12 +51,18 @@ void PathLabel::showRemark(const QString &remark)
 
 QSize PathLabel::sizeHint() const
 {
-    return {0, QLabel::sizeHint().height()};
+    return {0, lineHeight(QLabel::sizeHint().height())};
 }
 
 QSize PathLabel::minimumSizeHint() const
 {
-    return {0, QLabel::minimumSizeHint().height()};
+    return {0, lineHeight(QLabel::minimumSizeHint().height())};
+}
+
+/// A line break in a path is drawn as an escape and takes no line.
+int PathLabel::lineHeight(int labelHeight) const
+{
+    return visibleText(text()) == text() ? labelHeight : fontMetrics().height();
 }
 
 void PathLabel::resizeEvent(QResizeEvent *event)
@@ -73,17 +82,24 @@ void PathLabel::changeEvent(QEvent *event)
 /// painting, selecting and the cursor alike. QWidget keeps margins in 16 bits.
 void PathLabel::showEnd()
 {
-    const int excess = QFontMetrics(font()).horizontalAdvance(text()) - width();
+    const int excess = QFontMetrics(font()).horizontalAdvance(visibleText(text())) - width();
     const int largest = std::numeric_limits<qint16>::max();
     setContentsMargins(-std::clamp(excess + 1, 0, largest), 0, 0, 0);
 }
 
 void PathLabel::paintEvent(QPaintEvent *event)
 {
-    QLabel::paintEvent(event);
+    const QString visible = visibleText(text());
+    if (visible == text())
+        QLabel::paintEvent(event);
+    QPainter painter(this);
+    if (visible != text()) {
+        // What is copied is the path; what is seen must not be able to look like another one.
+        style()->drawItemText(&painter, contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, palette(),
+                              isEnabled(), visible, foregroundRole());
+    }
     if (!isCut())
         return;
-    QPainter painter(this);
     const QRect corner(0, 0, fontMetrics().horizontalAdvance(ellipsis), height());
     painter.fillRect(corner, palette().color(backgroundRole()));
     style()->drawItemText(&painter, corner, Qt::AlignCenter, palette(), isEnabled(), ellipsis,

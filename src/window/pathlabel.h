@@ -6,7 +6,8 @@ namespace tarn::console {
 
 /// Shows a path as selectable plain text, always left to right. A path that is too long for the
 /// label never widens it: its beginning is cut off behind an ellipsis, so that the file name stays
-/// in sight, and the tool tip has it all.
+/// in sight, and the tool tip has it all. Controls in a path are drawn as escapes; text() is the
+/// path.
 class PathLabel : public QLabel
 {
 public:
@@ -25,6 +26,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    int lineHeight(int labelHeight) const;
     void showEnd();
     bool isCut() const { return contentsMargins().left() < 0; }
 };

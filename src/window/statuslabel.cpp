@@ -1,5 +1,7 @@
 #include "window/statuslabel.h"
 
+#include "window/visibletext.h"
+
 #include <QPainter>
 #include <QStyle>
 
@@ -27,7 +29,7 @@ QString StatusMessage::isolatedText() const
 {
     // A path is read from its root, whatever letters follow.
     const QChar isolate = argument.startsWith(u'/') ? leftToRightIsolate : firstStrongIsolate;
-    const QString isolated = isolate + argument + popDirectionalIsolate;
+    const QString isolated = isolate + visibleText(argument) + popDirectionalIsolate;
     return withArgument(pattern, isolated);
 }
 

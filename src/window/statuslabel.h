@@ -15,7 +15,7 @@ struct StatusMessage
     /// The whole sentence.
     QString text() const;
     /// The same with the argument as a bidirectional isolate (UAX #9, section 2.4), so that a path
-    /// in an Arabic sentence keeps its order on the screen.
+    /// in an Arabic sentence keeps its order on the screen, and with its controls escaped.
     QString isolatedText() const;
 };
 

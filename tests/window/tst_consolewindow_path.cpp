@@ -5,6 +5,8 @@
 #include <QTextDocumentFragment>
 #include <QToolTip>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace tarn::console {
@@ -25,6 +27,13 @@ private Q_SLOTS:
     void pathIsShownLiterally();
     void hoverShowsTheWholePath_data();
     void hoverShowsTheWholePath();
+    void hoverShowsControlsAsEscapes();
+    void pathsNeverLookLikeEachOther_data();
+    void pathsNeverLookLikeEachOther();
+    void statusesNeverLookLikeEachOther_data() { pathsNeverLookLikeEachOther_data(); }
+    void statusesNeverLookLikeEachOther();
+    void statusesShowMarkupAsItIs();
+    void lineBreaksInAPathMoveNothing();
     void longPathMovesNothing_data();
     void longPathMovesNothing();
     void longPathShowsTheFileName_data();
@@ -109,6 +118,100 @@ void TestConsoleWindowPath::hoverShowsTheWholePath()
     const ConsoleWindowFixture fixture(options);
     QVERIFY(fixture.show());
     QCOMPARE(hoverText(fixture.find<QLabel>("sourcePath")), path);
+}
+
+void TestConsoleWindowPath::hoverShowsControlsAsEscapes()
+{
+    ConsoleStartupOptions options = englishOptions();
+    options.sourcePath = u"/tmp/a\u202Enrat.b\nc\x1b.tarn"_s;
+    const ConsoleWindowFixture fixture(options);
+    QVERIFY(fixture.show());
+    QCOMPARE(hoverText(fixture.find<QLabel>("sourcePath")),
+             u"/tmp/a\\u{202E}nrat.b\\u{000A}c\\u{001B}.tarn"_s);
+}
+
+void TestConsoleWindowPath::pathsNeverLookLikeEachOther_data()
+{
+    QTest::addColumn<char16_t>("control");
+    QList<char16_t> controls{u'\t', u'\n', u'\r', 0x1B, 0x7F, 0x85, 0x9B, 0x061C, 0x2028, 0x2029};
+    for (const auto &[first, last] :
+         {std::pair(0x200E, 0x200F), std::pair(0x202A, 0x202E), std::pair(0x2066, 0x2069)}) {
+        for (int control = first; control <= last; ++control)
+            controls.append(static_cast<char16_t>(control));
+    }
+    for (const char16_t control : std::as_const(controls))
+        QTest::addRow("U+%04X", unsigned(control)) << control;
+}
+
+/// A control has a look of its own: without escapes most of them leave the picture as it is, and
+/// some turn a name round.
+void TestConsoleWindowPath::pathsNeverLookLikeEachOther()
+{
+    QFETCH(char16_t, control);
+    const auto picture = [](const QString &path) {
+        ConsoleStartupOptions options = englishOptions();
+        options.sourcePath = path;
+        const ConsoleWindowFixture fixture(options);
+        return fixture.show() && fixture.sourcePath() == path
+                   ? fixture.find<QLabel>("sourcePath")->grab().toImage()
+                   : QImage();
+    };
+    const QImage plain = picture(u"/tmp/abc.tarn"_s);
+    QVERIFY(!plain.isNull());
+    const QImage controlled = picture(u"/tmp/a%1bc.tarn"_s.arg(QChar(control)));
+    QVERIFY(!controlled.isNull());
+    QCOMPARE(controlled.size(), plain.size());
+    QVERIFY(controlled != plain);
+    // Nor can it look like a path that is written the other way round.
+    QVERIFY(controlled != picture(u"/tmp/anrat.cb"_s));
+}
+
+void TestConsoleWindowPath::statusesNeverLookLikeEachOther()
+{
+    QFETCH(char16_t, control);
+    const auto picture = [](const QString &path) {
+        ConsoleStartupOptions options = englishOptions();
+        options.sourcePath = path;
+        const ConsoleWindowFixture fixture(options);
+        fixture.trigger("runAction");
+        return fixture.show() && fixture.runStatus().endsWith(path)
+                   ? fixture.find<QLabel>("runStatus")->grab().toImage()
+                   : QImage();
+    };
+    const QImage plain = picture(u"/tmp/no-such-abc.tarn"_s);
+    QVERIFY(!plain.isNull());
+    const QImage controlled = picture(u"/tmp/no-such-a%1bc.tarn"_s.arg(QChar(control)));
+    QVERIFY(!controlled.isNull());
+    QVERIFY(controlled.copy(plain.rect()) != plain);
+}
+
+void TestConsoleWindowPath::statusesShowMarkupAsItIs()
+{
+    for (const QString &name :
+         {u"<b>bold</b>"_s, u"a&amp;b&lt;"_s, u"<img src=\"x\">"_s, u"<b>"_s.repeated(3000)}) {
+        ConsoleStartupOptions options = englishOptions();
+        options.sourcePath = u"/tmp/%1.tarn"_s.arg(name);
+        const ConsoleWindowFixture fixture(options);
+        fixture.trigger("runAction");
+        QCOMPARE(fixture.find<QLabel>("runStatus")->textFormat(), Qt::PlainText);
+        QVERIFY(fixture.runStatus().endsWith(options.sourcePath));
+        QCOMPARE(fixture.window->windowTitle(), u"TARN Console"_s);
+    }
+}
+
+void TestConsoleWindowPath::lineBreaksInAPathMoveNothing()
+{
+    ConsoleStartupOptions options = englishOptions();
+    options.sourcePath = u"/tmp/short.tarn"_s;
+    const ConsoleWindowFixture usual(options);
+    options.sourcePath = u"/tmp/%1.tarn"_s.arg(u"a\n"_s.repeated(50));
+    const ConsoleWindowFixture fixture(options);
+    QVERIFY(usual.show());
+    QVERIFY(fixture.show());
+    QVERIFY(usual.resizeTo({900, 620}));
+    QVERIFY(fixture.resizeTo({900, 620}));
+    for (const char *name : {"openSource", "transcript", "runStatus"})
+        QCOMPARE(fixture.find<QWidget>(name)->geometry(), usual.find<QWidget>(name)->geometry());
 }
 
 void TestConsoleWindowPath::longPathMovesNothing_data()
