@@ -76,8 +76,8 @@ public:
     void findInTranscript();
     void showHelp();
 
-    /// Closes without a question, when the program that runs has been stopped. Dialogs that are open
-    /// are cancelled. For whoever ends the console from outside.
+    /// Closes without a question, when the program that runs has been stopped. Dialogs that are
+    /// open are cancelled. For whoever ends the console from outside.
     void stopAndClose();
 
     /// Preferences.
