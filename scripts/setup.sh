@@ -3,8 +3,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, check, package, package-test, icons, screenshots,
-       benchmark, fuzz; default: build display test)'
+       (build, wayland, display, test, check, lint, coverage, package, package-test, icons,
+       screenshots, benchmark, fuzz; default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -26,6 +26,12 @@ packages_of() {
     check) # The checks of sources, scripts and desktop files.
         printf '%s\n' appstream clang-format-14 codespell cppcheck desktop-file-utils \
             libxml2-utils man-db python3 shellcheck
+        ;;
+    lint) # Mistakes that compilers do not report.
+        printf '%s\n' clang-tidy clazy
+        ;;
+    coverage) # Which lines the tests reach.
+        printf '%s\n' gcovr
         ;;
     package) # The Debian package.
         printf '%s\n' dpkg-dev file
