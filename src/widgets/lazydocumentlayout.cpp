@@ -16,7 +16,7 @@ namespace tarn::console {
 namespace {
 
 /// About as much as a screen of text, several times over.
-constexpr qint64 maximumShapedCharacters = 256 * 1024;
+constexpr qint64 maximumShapedCharacters = 64 * 1024;
 
 /// The parts of a block that the selections cover.
 QList<QTextLayout::FormatRange>
@@ -121,7 +121,7 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
 {
     if (!isLaidOut() || !block.isValid())
         return QRectF();
-    shape(block);
+    shapeOnDemand(block);
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
     return rect;
@@ -136,7 +136,7 @@ int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accura
     // Another height can move the point out of the block.
     for (bool exact = false; !exact; block = blockAt(point.y())) {
         exact = isExact(block);
-        shape(block);
+        shapeOnDemand(block);
     }
 
     const QTextLayout &layout = *block.layout();
@@ -163,9 +163,33 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             return;
-        shape(block);
+        if (drawSegments(painter, context, block))
+            continue;
+        shapeOnDemand(block);
         drawBlock(painter, context, block);
     }
+}
+
+/// Draws a long paragraph without shaping the whole; not where a selection is.
+bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
+                                      const QTextBlock &block) const
+{
+    if (!selectedRanges(block, context.selections).isEmpty())
+        return false;
+    const int height = block.lineCount();
+    const SegmentedParagraph *paragraph = shapeSegments(block);
+    if (!paragraph)
+        return false;
+    noteMoved(block, height);
+    const QPen pen = painter->pen();
+    painter->setPen(context.palette.color(QPalette::Text));
+    const QPointF position(margin(), topOf(block));
+    paragraph->draw(painter, position, context.clip);
+    if (block.contains(context.cursorPosition))
+        paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
+                              m_cursorWidth);
+    painter->setPen(pen);
+    return true;
 }
 
 void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &context,
@@ -194,20 +218,51 @@ void LazyDocumentLayout::shape(QTextBlock block) const
 {
     QTextLayout *layout = block.layout();
     if (layout->lineCount() == 0) {
-        // Otherwise, painting would shape the text once more.
-        layout->setCacheEnabled(true);
-        const ParagraphSize size = shapeParagraph(layout, paragraphOption(block), lineWidth());
-        m_widestLine = std::max(m_widestLine, size.width);
-        BlockMeasure measure = BlockMeasure::fromUserState(block.userState());
-        if (measure.height != BlockMeasure::Height::OneLine || block.lineCount() != size.height)
-            measure = {.height = BlockMeasure::Height::Exact};
-        if (setHeight(&block, measure, size.height)) {
-            m_heightsMoved = true;
-            afterwards({});
-        }
+        keepShapedText(layout, block.text());
+        takeHeight(&block, shapeParagraph(layout, paragraphOption(block), lineWidth()));
     }
     layout->setPosition(QPointF(margin(), topOf(block)));
     m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
+}
+
+/// Shapes a long paragraph in segments, and nothing more than its end if it only got longer. Null
+/// when the block is short or cannot be segmented.
+SegmentedParagraph *LazyDocumentLayout::shapeSegments(QTextBlock block) const
+{
+    if (block.length() <= shortBlock || !block.layout()->preeditAreaText().isEmpty())
+        return nullptr;
+    SegmentedParagraph &paragraph = m_segmented.of(block.blockNumber());
+    if (!paragraph.shape(block.text(),
+                         {m_font, paintDevice(), paragraphOption(block), lineWidth()}))
+        return nullptr;
+    takeHeight(&block, paragraph.size());
+    return &paragraph;
+}
+
+/// Notes the size of a block that was shaped.
+void LazyDocumentLayout::takeHeight(QTextBlock *block, const ParagraphSize &size) const
+{
+    m_widestLine = std::max(m_widestLine, size.width);
+    BlockMeasure measure = BlockMeasure::fromUserState(block->userState());
+    if (measure.height != BlockMeasure::Height::OneLine || block->lineCount() != size.height)
+        measure = {.height = BlockMeasure::Height::Exact};
+    setHeight(block, measure, size.height);
+}
+
+/// For queries and painting, which cannot report another size while they are under way.
+void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block) const
+{
+    const int height = block.lineCount();
+    shape(block);
+    noteMoved(block, height);
+}
+
+void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) const
+{
+    if (block.lineCount() == heightBefore)
+        return;
+    m_heightsMoved = true;
+    afterwards({});
 }
 
 void LazyDocumentLayout::release(int block) const

@@ -2,6 +2,7 @@
 
 #include "widgets/blockmeasure.h"
 #include "widgets/characterextents.h"
+#include "widgets/segmentedparagraph.h"
 #include "widgets/shapedblocks.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -66,6 +67,9 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
+    /// Up to this length, in characters, a block is shaped in one piece, and at once.
+    static constexpr int shortBlock = 2048;
+
     bool isLaidOut() const;
     qreal margin() const;
     qreal lineWidth() const;
@@ -73,6 +77,7 @@ private:
     bool hasNewFont();
     void changeEverything(bool sameTexts);
     QTextBlock changeBlocks(int from, int charsAdded);
+    void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
     void guess(QTextBlock block, const CharacterExtents::Line &line);
     static bool setHeight(QTextBlock *block, BlockMeasure measure, int height);
@@ -81,6 +86,12 @@ private:
     void afterwards(std::chrono::milliseconds delay) const;
 
     void shape(QTextBlock block) const;
+    SegmentedParagraph *shapeSegments(QTextBlock block) const;
+    bool drawSegments(QPainter *painter, const PaintContext &context,
+                      const QTextBlock &block) const;
+    void takeHeight(QTextBlock *block, const ParagraphSize &size) const;
+    void noteMoved(const QTextBlock &block, int heightBefore) const;
+    void shapeOnDemand(const QTextBlock &block) const;
     void release(int block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
 
@@ -92,8 +103,9 @@ private:
     int m_cursorWidth = 1;
     int m_lastGuess = -1; ///< guessed heights are in this block or before it
     mutable ShapedBlocks m_shaped;
+    mutable SegmentedParagraphs m_segmented;
     mutable qreal m_widestLine = 0;
-    mutable bool m_heightsMoved = false; ///< by shaping a block on demand
+    mutable bool m_heightsMoved = false; ///< by looking at a block, not reported yet
     mutable QBasicTimer m_idleTimer;
 };
 

@@ -23,9 +23,6 @@ namespace {
 /// transcripts.
 constexpr int promptCharacters = 16 * 1024;
 
-/// A changed block up to this length is shaped at once: most likely it is in sight.
-constexpr int shortBlock = 2048;
-
 /// Guesses wait until a flood of changes is over; then they are measured in slices.
 constexpr auto idleDelay = 20ms;
 constexpr auto idleSlice = 4ms;
@@ -83,6 +80,7 @@ bool LazyDocumentLayout::hasNewFont()
 void LazyDocumentLayout::changeEverything(bool sameTexts)
 {
     m_shaped.clear([this](int block) { release(block); });
+    m_segmented.clear();
     m_pageWidth = document()->pageSize().width();
     m_widestLine = 0;
     m_lastGuess = -1;
@@ -102,29 +100,43 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsAdded)
     const int added = document()->blockCount() - m_blockCount;
     // An inserted line break moves what follows it into a block of its own.
     const int end = added > 0 ? from + charsAdded : std::max(from, from + charsAdded - 1);
-    QTextBlock first = document()->findBlock(from);
+    const QTextBlock first = document()->findBlock(from);
     QTextBlock last = document()->findBlock(end);
     if (!last.isValid())
         last = document()->lastBlock();
     const int count = last.blockNumber() - first.blockNumber() + 1;
     m_shaped.replace(first.blockNumber(), count - added, count);
+    m_segmented.replace(first.blockNumber(), count - added, count);
     if (m_lastGuess >= first.blockNumber())
         m_lastGuess = std::max(first.blockNumber(), m_lastGuess + added);
 
-    const bool composing = count == 1 && !first.layout()->preeditAreaText().isEmpty();
-    if (composing || (count == 1 && first.length() <= shortBlock)) {
-        first.clearLayout();
-        first.setUserState(BlockMeasure().toUserState());
-        shape(first);
+    if (count == 1) {
+        reshape(first, charsAdded);
         return first;
     }
-    int prompt = count == 1 ? 0 : promptCharacters;
+    int prompt = promptCharacters;
     for (QTextBlock block = first; block.isValid(); block = block.next()) {
         estimate(block, &prompt);
         if (block == last)
             break;
     }
     return first;
+}
+
+/// A block that changes alone, and by little, is most likely in sight.
+void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
+{
+    block.clearLayout();
+    block.setUserState(BlockMeasure().toUserState());
+    if (charsAdded <= shortBlock && shapeSegments(block))
+        return;
+    const bool composing = !block.layout()->preeditAreaText().isEmpty();
+    if (composing || block.length() <= shortBlock) {
+        shape(block);
+    } else {
+        int nothing = 0;
+        estimate(block, &nothing);
+    }
 }
 
 void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
@@ -184,7 +196,8 @@ bool LazyDocumentLayout::measure(int top, int bottom)
         if (isExact(block))
             continue;
         const int height = block.lineCount();
-        shape(block);
+        if (!shapeSegments(block))
+            shape(block);
         moved = moved || block.lineCount() != height;
     }
     return moved;

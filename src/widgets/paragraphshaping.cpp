@@ -1,5 +1,6 @@
 #include "widgets/paragraphshaping.h"
 
+#include <QString>
 #include <QStyle>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -39,6 +40,11 @@ QTextOption paragraphOption(const QTextBlock &block)
                             ? format.alignment()
                             : QStyle::visualAlignment(direction, option.alignment()));
     return option;
+}
+
+void keepShapedText(QTextLayout *layout, const QString &text)
+{
+    layout->setCacheEnabled(!text.contains(u'\t'));
 }
 
 ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth)

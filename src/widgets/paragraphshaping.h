@@ -2,6 +2,7 @@
 
 #include <QtGlobal>
 
+class QString;
 class QTextBlock;
 class QTextLayout;
 class QTextOption;
@@ -19,6 +20,10 @@ struct ParagraphSize
 /// the right edge in a right-to-left paragraph too, where Qt's own layout takes it for the end of
 /// the line and draws at the left.
 QTextOption paragraphOption(const QTextBlock &block);
+
+/// Lets a layout keep its shaped text, so that painting need not shape it once more; not where
+/// that would show: painting gives the tabs at a line's start other widths than line breaking.
+void keepShapedText(QTextLayout *layout, const QString &text);
 
 /// Breaks a layout's text into lines of a width, as a text document does it.
 ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth);

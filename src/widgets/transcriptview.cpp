@@ -27,6 +27,13 @@
 
 namespace tarn::console {
 
+namespace {
+
+/// In characters; shaping more than this takes milliseconds.
+constexpr int longParagraph = 2048;
+
+} // namespace
+
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     : QTextEdit(parent)
     , m_transcript(transcript)
@@ -164,11 +171,30 @@ void TranscriptView::showMeasured()
 
 void TranscriptView::refresh()
 {
+    showChanges([this] { updateDocument(); });
+}
+
+void TranscriptView::setContentDirection(ContentDirection direction)
+{
+    // The direction holds for every text that undo could bring back, so undo starts afresh.
+    if (m_draftEditor && direction != m_transcript->direction())
+        m_draftEditor->document()->clearUndoRedoStacks();
+    // The texts stay as they are, once the last changes are shown.
+    showChanges([this, direction] {
+        updateDocument();
+        m_transcript->setDirection(direction);
+        applyParagraphFormats();
+    });
+}
+
+/// Brings the document up to date, and everything that goes with it.
+void TranscriptView::showChanges(const std::function<void()> &update)
+{
     const int anchor = textCursor().anchor();
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
     keepPlace([&] {
-        updateDocument();
+        update();
         restoreCursor(anchor, position);
     });
     applyDraftPresentation();
@@ -180,12 +206,20 @@ void TranscriptView::refresh()
 
 void TranscriptView::restoreCursor(int anchor, int position)
 {
-    // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
     const int last = document()->characterCount() - 1;
+    anchor = std::clamp(anchor, 0, last);
+    position = std::clamp(position, 0, last);
+    // In a long paragraph, which may just be growing, the same once more would shape all of it.
+    const QTextCursor current = textCursor();
+    const bool same = current.anchor() == anchor && current.position() == position;
+    if (same && position == m_restoredCursor && current.block().length() > longParagraph)
+        return;
+    // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
     QTextCursor cursor(document());
-    cursor.setPosition(std::clamp(anchor, 0, last));
-    cursor.setPosition(std::clamp(position, 0, last), QTextCursor::KeepAnchor);
+    cursor.setPosition(anchor);
+    cursor.setPosition(position, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
+    m_restoredCursor = position;
 }
 
 void TranscriptView::updateDocument()
@@ -204,11 +238,10 @@ void TranscriptView::updateDocument()
 void TranscriptView::rebuildDocument()
 {
     m_blockMap.clear();
-    QTextCursor cursor(document());
-    cursor.select(QTextCursor::Document);
     // Laid out empty for a moment, so that a scroll bar that is no longer needed goes: a text that
     // fits without it may be too high beside it.
-    cursor.removeSelectedText();
+    document()->clear();
+    QTextCursor cursor(document());
     cursor.beginEditBlock();
     cursor.setBlockFormat(blockFormatFor({}));
     appendParagraphs(0, false);
@@ -223,8 +256,9 @@ void TranscriptView::extendParagraph(const TranscriptChanges::Extension &extensi
     const QTextBlock block = document()->findBlockByNumber(static_cast<int>(lastBlock));
 
     QTextCursor cursor(block);
-    cursor.movePosition(QTextCursor::EndOfBlock);
     cursor.beginEditBlock();
+    // By position: a movement would shape the block first.
+    cursor.setPosition(block.position() + block.length() - 1);
     cursor.insertText(added.toString());
     m_blockMap.extendParagraph(extension.paragraph, added);
     presentParagraph(extension.paragraph);
@@ -255,7 +289,7 @@ void TranscriptView::appendParagraphs(qint64 first, bool previousWasTerminated)
 
     QTextCursor cursor(document());
     cursor.beginEditBlock();
-    cursor.movePosition(QTextCursor::End);
+    cursor.setPosition(document()->characterCount() - 1);
     bool inFreshBlock = first == 0 || previousWasTerminated;
     while (first < count) {
         const QTextBlockFormat format =
@@ -309,15 +343,6 @@ void TranscriptView::applyParagraphFormats()
             QTextCursor(block).mergeBlockFormat(blockFormatFor(presentation));
     }
     edit.endEditBlock();
-}
-
-void TranscriptView::setContentDirection(ContentDirection direction)
-{
-    // The direction holds for every text that undo could bring back, so undo starts afresh.
-    if (m_draftEditor && direction != m_transcript->direction())
-        m_draftEditor->document()->clearUndoRedoStacks();
-    m_transcript->setDirection(direction);
-    refresh();
 }
 
 TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backward)

@@ -83,6 +83,7 @@ private:
         ScrollAnchor anchor; ///< unless at the end
     };
 
+    void showChanges(const std::function<void()> &update);
     void keepPlace(const std::function<void()> &change);
     void settle(const Place &place);
     void notePlace();
@@ -105,7 +106,8 @@ private:
     LazyDocumentLayout *m_layout; ///< the document's
     bool m_followEnd = true;
     bool m_settling = false;
-    Place m_place; ///< of the reader, while nothing is changing
+    int m_restoredCursor = -1; ///< where the last refresh put the cursor
+    Place m_place;             ///< of the reader, while nothing is changing
     bool m_applyingDraftPresentation = false;
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first refresh.

@@ -1,0 +1,227 @@
+#include "widgets/segmentedparagraph.h"
+
+#include <QPainter>
+#include <QTextLayout>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
+namespace tarn::console {
+
+namespace {
+
+/// Short enough to be shaped between two frames, long enough to hold a safe end.
+constexpr qsizetype segmentLength = 2048;
+
+constexpr std::size_t maximumParagraphs = 4;
+
+/// Whether a character leaves the order of a text alone that runs in a direction.
+bool runsWith(QChar character, Qt::LayoutDirection direction)
+{
+    // The halves of a pair have no direction of their own.
+    if (character.isSurrogate())
+        return false;
+    switch (character.direction()) {
+    case QChar::DirL:
+        return direction == Qt::LeftToRight;
+    case QChar::DirR:
+    case QChar::DirAL:
+    case QChar::DirAN:
+        return direction == Qt::RightToLeft;
+    default:
+        return true;
+    }
+}
+
+bool isAsciiPunctuation(QChar character)
+{
+    const char16_t code = character.unicode();
+    return code > u' ' && code < 0x7F && !character.isLetterOrNumber();
+}
+
+bool sameLayout(const QTextOption &a, const QTextOption &b)
+{
+    return a.textDirection() == b.textDirection() && a.alignment() == b.alignment()
+           && a.wrapMode() == b.wrapMode() && a.flags() == b.flags()
+           && a.tabStopDistance() == b.tabStopDistance();
+}
+
+} // namespace
+
+struct SegmentedParagraph::Segment
+{
+    std::unique_ptr<QTextLayout> layout;
+    qsizetype start = 0;
+    ParagraphSize size;
+};
+
+SegmentedParagraph::SegmentedParagraph() = default;
+SegmentedParagraph::~SegmentedParagraph() = default;
+
+bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
+{
+    if (!isContinuedBy(text, setting))
+        reset();
+    const Qt::LayoutDirection direction = setting.option.textDirection();
+    m_suits =
+        m_suits
+        && std::all_of(text.begin() + m_text.size(), text.end(),
+                       [direction](QChar character) { return runsWith(character, direction); });
+    m_text = text;
+    m_setting = setting;
+    m_suits = m_suits && shapeSegments();
+    if (!m_suits)
+        m_segments.clear();
+    return m_suits;
+}
+
+bool SegmentedParagraph::isContinuedBy(const QString &text, const Setting &setting) const
+{
+    return text.startsWith(m_text) && setting.font == m_setting.font
+           && setting.device == m_setting.device && setting.lineWidth == m_setting.lineWidth
+           && sameLayout(setting.option, m_setting.option);
+}
+
+void SegmentedParagraph::reset()
+{
+    m_text.clear();
+    m_segments.clear();
+    m_suits = true;
+}
+
+/// Shapes what follows the segments that are sure.
+bool SegmentedParagraph::shapeSegments()
+{
+    // More text may move the line breaks of the last one.
+    if (!m_segments.empty())
+        m_segments.pop_back();
+    for (;;) {
+        const qsizetype start = shapedEnd();
+        const qsizetype length = std::min(m_text.size() - start, segmentLength);
+        Segment segment = shapeSegment(start, length);
+        if (start + length == m_text.size()) {
+            m_segments.push_back(std::move(segment));
+            return true;
+        }
+        segment = cutOff(segment);
+        if (!segment.layout)
+            return false;
+        m_segments.push_back(std::move(segment));
+    }
+}
+
+qsizetype SegmentedParagraph::shapedEnd() const
+{
+    return m_segments.empty() ? 0
+                              : m_segments.back().start + m_segments.back().layout->text().size();
+}
+
+SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start,
+                                                             qsizetype length) const
+{
+    Segment segment{.layout = std::make_unique<QTextLayout>(m_text.sliced(start, length),
+                                                            m_setting.font, m_setting.device),
+                    .start = start};
+    keepShapedText(segment.layout.get(), segment.layout->text());
+    segment.size = shapeParagraph(segment.layout.get(), m_setting.option, m_setting.lineWidth);
+    return segment;
+}
+
+bool SegmentedParagraph::isCut(qsizetype position) const
+{
+    const QChar before = m_text[position - 1];
+    const QChar after = m_text[position];
+    if (before == u' ')
+        return after.isLetter();
+    return m_setting.option.textDirection() == Qt::LeftToRight && isAsciiPunctuation(before)
+           && isAsciiPunctuation(after);
+}
+
+/// The lines of a segment up to the last safe cut; no layout when there is none.
+SegmentedParagraph::Segment SegmentedParagraph::cutOff(const Segment &segment) const
+{
+    // The text of the last lines goes on: they may break elsewhere.
+    constexpr int unsureLines = 2;
+    for (int line = segment.layout->lineCount() - unsureLines; line > 0; --line) {
+        const int length = segment.layout->lineAt(line).textStart();
+        if (!isCut(segment.start + length))
+            continue;
+        // Lines that overlap, or another number of them, would not fit together.
+        Segment alone = shapeSegment(segment.start, length);
+        if (alone.layout->lineCount() == line
+            && alone.size.height == std::lround(segment.layout->lineAt(line).y()))
+            return alone;
+    }
+    return {};
+}
+
+ParagraphSize SegmentedParagraph::size() const
+{
+    ParagraphSize size;
+    for (const Segment &segment : m_segments) {
+        size.height += segment.size.height;
+        size.width = std::max(size.width, segment.size.width);
+    }
+    return size;
+}
+
+void SegmentedParagraph::draw(QPainter *painter, QPointF position, const QRectF &clip) const
+{
+    for (const Segment &segment : m_segments) {
+        const qreal bottom = position.y() + segment.size.height;
+        if (!clip.isValid() || (bottom >= clip.top() && position.y() <= clip.bottom()))
+            segment.layout->draw(painter, position, {}, clip);
+        position.setY(bottom);
+    }
+}
+
+void SegmentedParagraph::drawCursor(QPainter *painter, QPointF position, int offset,
+                                    int width) const
+{
+    // The caret at the end of a segment is drawn at the start of the next line.
+    for (const Segment &segment : m_segments) {
+        const qsizetype end = segment.start + segment.layout->text().size();
+        if (offset < end || &segment == &m_segments.back()) {
+            segment.layout->drawCursor(painter, position, offset - static_cast<int>(segment.start),
+                                       width);
+            return;
+        }
+        position.ry() += segment.size.height;
+    }
+}
+
+SegmentedParagraphs::SegmentedParagraphs() = default;
+SegmentedParagraphs::~SegmentedParagraphs() = default;
+
+SegmentedParagraph &SegmentedParagraphs::of(int block)
+{
+    auto found = std::find_if(m_paragraphs.begin(), m_paragraphs.end(),
+                              [block](const auto &entry) { return entry.first == block; });
+    if (found == m_paragraphs.end()) {
+        if (m_paragraphs.size() == maximumParagraphs)
+            m_paragraphs.erase(m_paragraphs.begin());
+        m_paragraphs.emplace_back(block, std::make_unique<SegmentedParagraph>());
+    } else {
+        std::rotate(found, std::next(found), m_paragraphs.end());
+    }
+    return *m_paragraphs.back().second;
+}
+
+void SegmentedParagraphs::replace(int first, int removed, int inserted)
+{
+    std::erase_if(m_paragraphs, [=](const auto &entry) {
+        return entry.first > first && entry.first < first + removed;
+    });
+    for (auto &entry : m_paragraphs) {
+        if (entry.first >= first + removed)
+            entry.first += inserted - removed;
+    }
+}
+
+void SegmentedParagraphs::clear()
+{
+    m_paragraphs.clear();
+}
+
+} // namespace tarn::console

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "widgets/paragraphshaping.h"
+
+#include <QFont>
+#include <QRectF>
+#include <QString>
+#include <QTextOption>
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+class QPaintDevice;
+class QPainter;
+class QTextLayout;
+
+namespace tarn::console {
+
+/// A long paragraph shaped in segments of whole lines. Text appended to it costs only the last
+/// segment: progress dots need not shape 65,536 bytes for each dot.
+///
+/// A segment ends where the text on both sides does not shape each other: at a blank before a
+/// word, or between two ASCII punctuation characters of left-to-right text. The text must run in
+/// one direction, that of the paragraph, so that no character decides the order of far ones.
+class SegmentedParagraph
+{
+public:
+    /// What decides the lines besides the text.
+    struct Setting
+    {
+        QFont font;
+        QPaintDevice *device = nullptr;
+        QTextOption option;
+        qreal lineWidth = 0;
+    };
+
+    SegmentedParagraph();
+    ~SegmentedParagraph();
+
+    /// Shapes a text; cheap when it only got longer since the last time. Says false, and holds
+    /// nothing, when the text cannot be segmented.
+    bool shape(const QString &text, const Setting &setting);
+
+    ParagraphSize size() const;
+
+    void draw(QPainter *painter, QPointF position, const QRectF &clip) const;
+    void drawCursor(QPainter *painter, QPointF position, int offset, int width) const;
+
+private:
+    struct Segment;
+
+    bool isContinuedBy(const QString &text, const Setting &setting) const;
+    void reset();
+    bool shapeSegments();
+    Segment shapeSegment(qsizetype start, qsizetype length) const;
+    Segment cutOff(const Segment &segment) const;
+    qsizetype shapedEnd() const;
+    bool isCut(qsizetype position) const;
+
+    QString m_text;
+    Setting m_setting;
+    bool m_suits = true;
+    std::vector<Segment> m_segments;
+};
+
+/// The paragraphs shaped in segments, by the number of their block. A few at most: what is in
+/// sight of a screen full of long paragraphs, and the two that the streams extend.
+class SegmentedParagraphs
+{
+public:
+    SegmentedParagraphs();
+    ~SegmentedParagraphs();
+
+    /// The paragraph of a block, a new one where there was none; used last from now on.
+    SegmentedParagraph &of(int block);
+
+    /// `removed` blocks from first on became `inserted` ones. What is known of the first may still
+    /// hold: its text may have got longer.
+    void replace(int first, int removed, int inserted);
+    void clear();
+
+private:
+    std::vector<std::pair<int, std::unique_ptr<SegmentedParagraph>>> m_paragraphs;
+};
+
+} // namespace tarn::console
