@@ -187,12 +187,11 @@ QRect AccessibleTranscript::characterRect(int offset) const
     if (!line.isValid())
         return QRect();
     const QFontMetrics metrics(document->defaultFont());
-    const qreal x = line.cursorToX(offset - block.position());
-    const qreal baseline = line.y() + line.ascent();
-    const QPointF bottomLeft = blockTop + QPointF(x, baseline + metrics.descent());
-    const QSize size(metrics.horizontalAdvance(character), metrics.height());
-    return QRect(
-        QPointF(bottomLeft.x(), bottomLeft.y() - size.height()).toPoint() + contentsOrigin(), size);
+    const qreal bottom = blockTop.y() + line.y() + line.ascent() + metrics.descent();
+    const int x = static_cast<int>(blockTop.x() + line.cursorToX(offset - block.position()));
+    const int y = static_cast<int>(bottom - metrics.height());
+    return QRect(contentsOrigin() + QPoint(x, y),
+                 QSize(metrics.horizontalAdvance(character), metrics.height()));
 }
 
 int AccessibleTranscript::offsetAtPoint(const QPoint &point) const

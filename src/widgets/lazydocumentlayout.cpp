@@ -141,17 +141,18 @@ int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accura
 
     const QTextLayout &layout = *block.layout();
     const QRectF rect = layout.boundingRect().translated(layout.position());
+    const int last = document()->characterCount() - 1;
+    if (point.y() < rect.top() || point.y() > rect.bottom()) {
+        const int end = block.position() + (point.y() > rect.bottom() ? block.length() : 0);
+        return accuracy == Qt::ExactHit ? miss : std::min(end, last);
+    }
     bool exact = false;
-    int offset = 0;
-    if (point.y() > rect.bottom())
-        offset = block.length();
-    else if (point.y() >= rect.top())
-        offset = offsetAt(layout, point - layout.position(), accuracy, &exact);
+    const int offset = offsetAt(layout, point - layout.position(), accuracy, &exact);
     if (accuracy == Qt::ExactHit && !exact)
         return miss;
-    const int last =
-        document()->characterCount() - 1 + static_cast<int>(layout.preeditAreaText().size());
-    return std::clamp(block.position() + offset, 0, last);
+    // What an input method composes is not yet a part of the document.
+    const int composed = static_cast<int>(layout.preeditAreaText().size());
+    return std::min(block.position() + offset, last + composed);
 }
 
 void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)

@@ -14,18 +14,24 @@ namespace tarn::console {
 
 namespace {
 
-/// A single character that is wider than the line makes the line wider.
-void setLineWidth(QTextLayout *layout, QTextLine *line, const QTextOption &option, qreal width)
+/// A single character that is wider than the line makes the line wider. As a text document does
+/// it, the option then allows breaks at words only for the rest of the paragraph: that shows at
+/// tabs that are wider than a line.
+void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, bool mayBreakWords,
+                  qreal width)
 {
     line->setLineWidth(width);
     if (line->naturalTextWidth() <= width)
         return;
-    QTextOption anywhere = option;
-    if (option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere)
-        anywhere.setWrapMode(QTextOption::WrapAnywhere);
-    layout->setTextOption(anywhere);
+    if (mayBreakWords) {
+        option->setWrapMode(QTextOption::WrapAnywhere);
+        layout->setTextOption(*option);
+    }
     line->setLineWidth(std::max(line->naturalTextWidth(), width));
-    layout->setTextOption(option);
+    if (mayBreakWords) {
+        option->setWrapMode(QTextOption::WordWrap);
+        layout->setTextOption(*option);
+    }
 }
 
 } // namespace
@@ -47,16 +53,22 @@ void keepShapedText(QTextLayout *layout, const QString &text)
     layout->setCacheEnabled(!text.contains(u'\t'));
 }
 
-ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth)
+ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth,
+                             int maximumLines)
 {
+    QTextOption current = option;
+    const bool mayBreakWords = option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere;
     ParagraphSize size;
     qreal y = 0;
     qreal bottom = 0;
     layout->setTextOption(option);
     layout->beginLayout();
-    for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
+    for (int i = 0; i < maximumLines; ++i) {
+        QTextLine line = layout->createLine();
+        if (!line.isValid())
+            break;
         line.setLeadingIncluded(true);
-        setLineWidth(layout, &line, option, lineWidth);
+        setLineWidth(layout, &line, &current, mayBreakWords, lineWidth);
         line.setPosition(QPointF(0, y));
         bottom = y + line.height();
         // A negative leading lets lines overlap.

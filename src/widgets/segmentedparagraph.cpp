@@ -53,6 +53,7 @@ struct SegmentedParagraph::Segment
 {
     std::unique_ptr<QTextLayout> layout;
     qsizetype start = 0;
+    qsizetype length = 0; ///< of the text in its lines
     ParagraphSize size;
 };
 
@@ -97,33 +98,31 @@ bool SegmentedParagraph::shapeSegments()
     if (!m_segments.empty())
         m_segments.pop_back();
     for (;;) {
-        const qsizetype start = shapedEnd();
-        const qsizetype length = std::min(m_text.size() - start, segmentLength);
-        Segment segment = shapeSegment(start, length);
-        if (start + length == m_text.size()) {
-            m_segments.push_back(std::move(segment));
-            return true;
-        }
-        segment = cutOff(segment);
-        if (!segment.layout)
+        Segment segment = shapeSegment(shapedEnd());
+        // A line that is wider than others changes how the rest of the paragraph breaks.
+        if (segment.size.width > m_setting.lineWidth)
+            return false;
+        const bool isLast = segment.start + segment.length == m_text.size();
+        if (!isLast && !cutOff(&segment))
             return false;
         m_segments.push_back(std::move(segment));
+        if (isLast)
+            return true;
     }
 }
 
 qsizetype SegmentedParagraph::shapedEnd() const
 {
-    return m_segments.empty() ? 0
-                              : m_segments.back().start + m_segments.back().layout->text().size();
+    return m_segments.empty() ? 0 : m_segments.back().start + m_segments.back().length;
 }
 
-SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start,
-                                                             qsizetype length) const
+SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start) const
 {
-    Segment segment{.layout = std::make_unique<QTextLayout>(m_text.sliced(start, length),
-                                                            m_setting.font, m_setting.device),
-                    .start = start};
-    keepShapedText(segment.layout.get(), segment.layout->text());
+    const QString text = m_text.sliced(start, std::min(m_text.size() - start, segmentLength));
+    Segment segment{.layout = std::make_unique<QTextLayout>(text, m_setting.font, m_setting.device),
+                    .start = start,
+                    .length = text.size()};
+    keepShapedText(segment.layout.get(), text);
     segment.size = shapeParagraph(segment.layout.get(), m_setting.option, m_setting.lineWidth);
     return segment;
 }
@@ -132,28 +131,32 @@ bool SegmentedParagraph::isCut(qsizetype position) const
 {
     const QChar before = m_text[position - 1];
     const QChar after = m_text[position];
-    if (before == u' ')
-        return after.isLetter();
-    return m_setting.option.textDirection() == Qt::LeftToRight && isAsciiPunctuation(before)
-           && isAsciiPunctuation(after);
+    const bool afterBlank = before == u' ' || before == u'\t';
+    // A number takes its order from the letter before it.
+    if (m_setting.option.textDirection() == Qt::RightToLeft)
+        return afterBlank && after.isLetter();
+    return (afterBlank && !after.isSpace())
+           || (isAsciiPunctuation(before) && isAsciiPunctuation(after));
 }
 
-/// The lines of a segment up to the last safe cut; no layout when there is none.
-SegmentedParagraph::Segment SegmentedParagraph::cutOff(const Segment &segment) const
+/// Leaves a segment its lines up to the last safe cut; says false when there is none. Its layout
+/// keeps the text behind them: at the end of a text, blanks count as a part of the line.
+bool SegmentedParagraph::cutOff(Segment *segment) const
 {
     // The text of the last lines goes on: they may break elsewhere.
     constexpr int unsureLines = 2;
-    for (int line = segment.layout->lineCount() - unsureLines; line > 0; --line) {
-        const int length = segment.layout->lineAt(line).textStart();
-        if (!isCut(segment.start + length))
+    for (int line = segment->layout->lineCount() - unsureLines; line > 0; --line) {
+        const QTextLine next = segment->layout->lineAt(line);
+        if (!isCut(segment->start + next.textStart()))
             continue;
-        // Lines that overlap, or another number of them, would not fit together.
-        Segment alone = shapeSegment(segment.start, length);
-        if (alone.layout->lineCount() == line
-            && alone.size.height == std::lround(segment.layout->lineAt(line).y()))
-            return alone;
+        segment->length = next.textStart();
+        const qreal top = next.y();
+        segment->size =
+            shapeParagraph(segment->layout.get(), m_setting.option, m_setting.lineWidth, line);
+        // Lines that overlap would not fit together.
+        return segment->size.height == std::lround(top);
     }
-    return {};
+    return false;
 }
 
 ParagraphSize SegmentedParagraph::size() const
@@ -181,8 +184,7 @@ void SegmentedParagraph::drawCursor(QPainter *painter, QPointF position, int off
 {
     // The caret at the end of a segment is drawn at the start of the next line.
     for (const Segment &segment : m_segments) {
-        const qsizetype end = segment.start + segment.layout->text().size();
-        if (offset < end || &segment == &m_segments.back()) {
+        if (offset < segment.start + segment.length || &segment == &m_segments.back()) {
             segment.layout->drawCursor(painter, position, offset - static_cast<int>(segment.start),
                                        width);
             return;

@@ -20,9 +20,10 @@ namespace tarn::console {
 /// A long paragraph shaped in segments of whole lines. Text appended to it costs only the last
 /// segment: progress dots need not shape 65,536 bytes for each dot.
 ///
-/// A segment ends where the text on both sides does not shape each other: at a blank before a
-/// word, or between two ASCII punctuation characters of left-to-right text. The text must run in
-/// one direction, that of the paragraph, so that no character decides the order of far ones.
+/// A segment ends where the text on both sides does not shape each other: after a blank or tab, or
+/// between two ASCII punctuation characters of left-to-right text. The text must run in one
+/// direction, that of the paragraph, so that no character decides the order of far ones. Words stay
+/// whole where one layout of the paragraph would tear them: Qt shapes 4,096 characters at a time.
 class SegmentedParagraph
 {
 public:
@@ -53,8 +54,8 @@ private:
     bool isContinuedBy(const QString &text, const Setting &setting) const;
     void reset();
     bool shapeSegments();
-    Segment shapeSegment(qsizetype start, qsizetype length) const;
-    Segment cutOff(const Segment &segment) const;
+    Segment shapeSegment(qsizetype start) const;
+    bool cutOff(Segment *segment) const;
     qsizetype shapedEnd() const;
     bool isCut(qsizetype position) const;
 
