@@ -29,7 +29,7 @@ check_scripts() {
     files -name '*.py' | xargs -n 1 python3 -c \
         'import ast, sys; ast.parse(open(sys.argv[1]).read(), sys.argv[1])'
     local script
-    for script in scripts/*.sh scripts/*.py; do
+    for script in scripts/*.sh scripts/*.py .ci/run; do
         [ -x "$script" ] || { echo "$script is not executable" && return 1; }
         [[ $("$script" --help) == *[Uu]sage* ]] || { echo "$script has no help" && return 1; }
     done
@@ -73,14 +73,16 @@ check_manual_pages() {
     done
 }
 
-# Functions that no line of the project calls, nor Qt through an override.
+# Functions that no line of the project calls, nor Qt through an override. Test programs are left
+# out: Qt Test calls their functions by name.
 check_unused() {
     local file name
     cppcheck --quiet --enable=unusedFunction --std=c++20 --language=c++ --library=qt -I src -I tests \
-        --template='{file} {id} {message}' src demo tests benchmarks 2>"$work/unused"
+        --template='{file} {id} {message}' src demo tests benchmarks fuzz 2>"$work/unused"
     # On one line, because a declaration may take two.
-    files -path './src/*.h' -o -path './demo/*.h' | xargs cat | tr '\n' ' ' >"$work/headers"
-    sed --quiet "s/^\(src\|demo\)\(.*\) unusedFunction .*'\(.*\)'.*/\1\2 \3/p" "$work/unused" |
+    files -path './src/*.h' -o -path './demo/*.h' -o -path './tests/*.h' | xargs cat | tr '\n' ' ' \
+        >"$work/headers"
+    sed --quiet "/\/tst_/d; s/^\([^ ]*\) unusedFunction .*'\(.*\)'.*/\1 \2/p" "$work/unused" |
         while read -r file name; do
             grep --quiet -E "\\<$name\\([^;{]*override" "$work/headers" || echo "$file: $name is unused"
         done >"$work/report"

@@ -38,6 +38,13 @@ TranscriptLimits wideLimits()
     return {wide, wide, wide, wide, wide};
 }
 
+TranscriptLimits withRetained(qint64 bytes)
+{
+    TranscriptLimits limits = wideLimits();
+    limits.maxRetainedBytes = bytes;
+    return limits;
+}
+
 TranscriptLimits windowLimits()
 {
     return {8'388'608, 100'000, 65'536, 262'144, 65'536};
@@ -101,6 +108,31 @@ QStringList describe(const QList<DecoderFragment> &fragments)
     for (const DecoderFragment &fragment : fragments)
         lines << describe(fragment);
     return lines;
+}
+
+QString accepted(qint64 bytes)
+{
+    return describe(TranscriptAppendResult{.acceptedBytes = bytes});
+}
+
+QString stopped(qint64 bytes, TranscriptLimit limit)
+{
+    return describe(
+        TranscriptAppendResult{.acceptedBytes = bytes, .captureStopped = true, .limit = limit});
+}
+
+QString append(Transcript &transcript, TranscriptStream stream, const QByteArray &bytes)
+{
+    return describe(transcript.appendStream(stream, bytes));
+}
+
+TranscriptRecord outputRecord(TranscriptStream stream, const QByteArray &bytes, const QString &text)
+{
+    TranscriptRecord record;
+    record.stream = stream;
+    record.bytes = bytes;
+    record.text = text;
+    return record;
 }
 
 QStringList paragraphTexts(const Transcript &transcript)

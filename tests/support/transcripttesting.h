@@ -14,11 +14,16 @@
 
 namespace tarn::console {
 
+inline constexpr auto Out = TranscriptStream::StandardOutput;
+inline constexpr auto Err = TranscriptStream::StandardError;
+
 /// "C3 A9" as bytes; string literals run a hexadecimal escape into the letters after it.
 QByteArray fromHex(const char *hex);
 
 /// Limits that no test reaches by accident.
 TranscriptLimits wideLimits();
+/// The same but for one.
+TranscriptLimits withRetained(qint64 bytes);
 /// The limits of the console window.
 TranscriptLimits windowLimits();
 
@@ -34,6 +39,16 @@ QString describe(const TranscriptFindResult &result);
 QString describe(const TranscriptRecord &record);
 QString describe(const TranscriptParagraph &paragraph, bool terminated);
 QStringList describe(const QList<DecoderFragment> &fragments);
+
+/// What describe() says of a result while the capture goes on, and once a limit has stopped it.
+QString accepted(qint64 bytes);
+QString stopped(qint64 bytes, TranscriptLimit limit);
+
+/// Appends output; returns what describe() says of the result.
+QString append(Transcript &transcript, TranscriptStream stream, const QByteArray &bytes);
+
+TranscriptRecord outputRecord(TranscriptStream stream, const QByteArray &bytes,
+                              const QString &text);
 
 /// Counts, stop state, records and paragraphs of a transcript; also of the plain one.
 template<typename AnyTranscript>

@@ -13,17 +13,8 @@ using Fragments = QList<DecoderFragment>;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
 /// What a successful check must leave in the limit.
 constexpr auto Untouched = TranscriptLimit(99);
-
-TranscriptLimits withRetained(qint64 bytes)
-{
-    TranscriptLimits limits = wideLimits();
-    limits.maxRetainedBytes = bytes;
-    return limits;
-}
 
 TranscriptLimits withParagraphs(qint64 count)
 {

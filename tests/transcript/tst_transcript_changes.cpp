@@ -12,9 +12,6 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
 QString playRound(quint32 seed)
 {
     NastyBytes random(seed);

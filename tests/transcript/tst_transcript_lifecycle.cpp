@@ -7,20 +7,6 @@
 using namespace Qt::StringLiterals;
 using namespace tarn::console;
 
-namespace {
-
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
-TranscriptLimits withRetained(qint64 bytes)
-{
-    TranscriptLimits limits = wideLimits();
-    limits.maxRetainedBytes = bytes;
-    return limits;
-}
-
-} // namespace
-
 class TestTranscriptLifecycle : public QObject
 {
     Q_OBJECT

@@ -9,27 +9,9 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
 TranscriptLimits limitsOf(qint64 retained, qint64 paragraphs, qint64 length, qint64 pending)
 {
     return {retained, paragraphs, length, pending, 0};
-}
-
-QString stopped(qint64 bytes, TranscriptLimit limit)
-{
-    return u"accepted %1, stopped 1, limit %2"_s.arg(bytes).arg(qint32(limit));
-}
-
-QString accepted(qint64 bytes)
-{
-    return u"accepted %1, stopped 0, limit 0"_s.arg(bytes);
-}
-
-QString append(Transcript &transcript, TranscriptStream stream, const QByteArray &bytes)
-{
-    return describe(transcript.appendStream(stream, bytes));
 }
 
 } // namespace

@@ -11,8 +11,6 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-
 bool isOneBuffer(const QString &a, const QString &b)
 {
     return a.size() == b.size() && a.constData() == b.constData();

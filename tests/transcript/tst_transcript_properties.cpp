@@ -14,9 +14,6 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
 QByteArray recordedBytes(const Transcript &transcript, TranscriptStream stream)
 {
     QByteArray bytes;

@@ -12,9 +12,6 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
 /// A transcript whose document text is this.
 Transcript showing(const QString &text)
 {

@@ -9,22 +9,9 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
 QString echo(Transcript &transcript, const QByteArray &bytes)
 {
     return describe(transcript.appendInputEcho(u"Input"_s, bytes));
-}
-
-QString accepted(qint64 bytes)
-{
-    return u"accepted %1, stopped 0, limit 0"_s.arg(bytes);
-}
-
-QString refused(TranscriptLimit limit)
-{
-    return u"accepted 0, stopped 1, limit %1"_s.arg(qint32(limit));
 }
 
 } // namespace
@@ -185,7 +172,8 @@ void TestTranscriptRecords::echoOf65536BytesFits()
 void TestTranscriptRecords::echoOf65537BytesStopsTheCapture()
 {
     Transcript transcript(windowLimits());
-    QCOMPARE(echo(transcript, QByteArray(65'537, 'a')), refused(TranscriptLimit::ParagraphLength));
+    QCOMPARE(echo(transcript, QByteArray(65'537, 'a')),
+             stopped(0, TranscriptLimit::ParagraphLength));
     QVERIFY(transcript.captureStopped());
     QCOMPARE(transcript.stopReason(), TranscriptLimit::ParagraphLength);
     QVERIFY(transcript.records().isEmpty());
@@ -197,7 +185,7 @@ void TestTranscriptRecords::echoBreaksTheLengthLimitWithItsLineFeed()
 {
     Transcript transcript(windowLimits());
     QCOMPARE(echo(transcript, QByteArray(65'536, 'a') + '\n'),
-             refused(TranscriptLimit::ParagraphLength));
+             stopped(0, TranscriptLimit::ParagraphLength));
 }
 
 void TestTranscriptRecords::echoOfSeveralLinesIsMeasuredAsAWhole()
@@ -206,7 +194,7 @@ void TestTranscriptRecords::echoOfSeveralLinesIsMeasuredAsAWhole()
     limits.maxParagraphBytes = 5;
     Transcript transcript(limits);
     QCOMPARE(echo(transcript, "ab\ncd"_ba), accepted(5));
-    QCOMPARE(echo(transcript, "ab\ncd\n"_ba), refused(TranscriptLimit::ParagraphLength));
+    QCOMPARE(echo(transcript, "ab\ncd\n"_ba), stopped(0, TranscriptLimit::ParagraphLength));
 }
 
 void TestTranscriptRecords::echoThatDoesNotFitIsRefusedWhole_data()
@@ -233,7 +221,8 @@ void TestTranscriptRecords::echoThatDoesNotFitIsRefusedWhole()
     Transcript transcript({limits[0], limits[1], limits[2], limits[3], 0});
     QCOMPARE(describe(transcript.appendStream(Out, "ab"_ba)), accepted(2));
     const QStringList before = describeAll(transcript);
-    QCOMPARE(echo(transcript, fromHex("78 79 7A 0A FF 0A")), refused(TranscriptLimit(refusedBy)));
+    QCOMPARE(echo(transcript, fromHex("78 79 7A 0A FF 0A")),
+             stopped(0, TranscriptLimit(refusedBy)));
     QCOMPARE(transcript.stopReason(), TranscriptLimit(refusedBy));
     QCOMPARE(describeAll(transcript).sliced(1), before.sliced(1));
     QCOMPARE(transcript.retainedByteCount(), 2);
@@ -254,8 +243,8 @@ void TestTranscriptRecords::echoAfterAStopIsRefused()
 {
     Transcript transcript(wideLimits());
     transcript.stop(TranscriptLimit::Paragraphs);
-    QCOMPARE(echo(transcript, "a\n"_ba), refused(TranscriptLimit::Paragraphs));
-    QCOMPARE(echo(transcript, ""_ba), refused(TranscriptLimit::Paragraphs));
+    QCOMPARE(echo(transcript, "a\n"_ba), stopped(0, TranscriptLimit::Paragraphs));
+    QCOMPARE(echo(transcript, ""_ba), stopped(0, TranscriptLimit::Paragraphs));
     QVERIFY(transcript.records().isEmpty());
     transcript.appendOutcome(u"exited"_s);
     QCOMPARE(transcript.records().size(), 1);

@@ -9,23 +9,6 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
-QString accepted(qint64 bytes)
-{
-    return u"accepted %1, stopped 0, limit 0"_s.arg(bytes);
-}
-
-TranscriptRecord outputRecord(TranscriptStream stream, const QByteArray &bytes, const QString &text)
-{
-    TranscriptRecord record;
-    record.stream = stream;
-    record.bytes = bytes;
-    record.text = text;
-    return record;
-}
-
 QStringList described(const QList<TranscriptRecord> &records)
 {
     QStringList lines;

@@ -16,9 +16,6 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
 /// QTextDocument starts a block at these too.
 QString withPlainBreaks(QString text)
 {

@@ -19,9 +19,6 @@ using namespace tarn::console;
 
 namespace {
 
-constexpr auto Out = TranscriptStream::StandardOutput;
-constexpr auto Err = TranscriptStream::StandardError;
-
 constexpr int sliceBytes = 65'536;
 
 /// Lines of 80 bytes.

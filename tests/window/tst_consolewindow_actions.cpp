@@ -57,9 +57,9 @@ class TestConsoleWindowActions : public QObject
 private Q_SLOTS:
     void init();
     void windowHasTheActionsInOrder();
-    void actionIsAsDescribed_data();
-    void actionIsAsDescribed();
-    void menuBarIsAsDescribed();
+    void textAndShortcutsOfEachAction_data();
+    void textAndShortcutsOfEachAction();
+    void menusAndTheirEntries();
     void menusAreSharedWithTheButtons();
     void sendIsInNoMenu();
     void directionsAreAGroup();
@@ -116,7 +116,7 @@ void TestConsoleWindowActions::windowHasTheActionsInOrder()
     QCOMPARE(names, expected);
 }
 
-void TestConsoleWindowActions::actionIsAsDescribed_data()
+void TestConsoleWindowActions::textAndShortcutsOfEachAction_data()
 {
     using Keys = QList<QKeySequence>;
     const auto single = [](QKeySequence::StandardKey key) { return Keys{QKeySequence(key)}; };
@@ -158,7 +158,7 @@ void TestConsoleWindowActions::actionIsAsDescribed_data()
     row("quitAction", u"Quit"_s, all(QKeySequence::Quit));
 }
 
-void TestConsoleWindowActions::actionIsAsDescribed()
+void TestConsoleWindowActions::textAndShortcutsOfEachAction()
 {
     QFETCH(QString, text);
     QFETCH(QList<QKeySequence>, shortcuts);
@@ -175,7 +175,7 @@ void TestConsoleWindowActions::actionIsAsDescribed()
     QCOMPARE(action->toolTip(), text);
 }
 
-void TestConsoleWindowActions::menuBarIsAsDescribed()
+void TestConsoleWindowActions::menusAndTheirEntries()
 {
     const ConsoleWindowFixture fixture;
     QStringList menus;

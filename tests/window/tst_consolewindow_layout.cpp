@@ -25,7 +25,7 @@ private:
     static QStringList describedRows(const ConsoleWindowFixture &fixture);
 
 private Q_SLOTS:
-    void treeIsAsDescribed();
+    void rowsAndWhatIsInThem();
     void outerMarginsAndSpacing();
     void buttonsShowActionsAndMenus_data();
     void buttonsShowActionsAndMenus();
@@ -107,7 +107,7 @@ QStringList TestConsoleWindowLayout::describedRows(const ConsoleWindowFixture &f
     return texts;
 }
 
-void TestConsoleWindowLayout::treeIsAsDescribed()
+void TestConsoleWindowLayout::rowsAndWhatIsInThem()
 {
     const ConsoleWindowFixture fixture;
     const QStringList expected{

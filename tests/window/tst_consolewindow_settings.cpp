@@ -32,7 +32,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void hasTheDescribedRows();
+    void hasALabelledRowForEachSetting();
     void showsTheCurrentPreferences();
     void showsAClampedSize_data();
     void showsAClampedSize();
@@ -105,7 +105,7 @@ void TestConsoleWindowSettings::meetSettings(const std::function<void(QDialog *)
     QVERIFY(visited);
 }
 
-void TestConsoleWindowSettings::hasTheDescribedRows()
+void TestConsoleWindowSettings::hasALabelledRowForEachSetting()
 {
     open();
     meetSettings([this](QDialog *dialog) {

@@ -17,7 +17,7 @@ class TestConsoleWindowSource : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void chooserIsAsDescribed();
+    void chooserAsksForASourceFile();
     void chosenSourceIsShownAndCanBeRun();
     void chosenSourceIsNotRunByItself();
     void choosingClearsTheRunStatus();
@@ -36,7 +36,7 @@ void TestConsoleWindowSource::initTestCase()
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
 }
 
-void TestConsoleWindowSource::chooserIsAsDescribed()
+void TestConsoleWindowSource::chooserAsksForASourceFile()
 {
     const ConsoleWindowFixture fixture("exit 0");
     QVERIFY(fixture.show());

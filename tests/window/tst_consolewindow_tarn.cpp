@@ -39,7 +39,7 @@ private:
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void chooserIsAsDescribed();
+    void chooserAsksForAnExecutable();
     void chooserStartsAtTheChosenTarn();
     void choosingShowsAStatusAndStartsNothing();
     void chosenTarnIsUsedAtTheNextRun();
@@ -106,7 +106,7 @@ void TestConsoleWindowTarn::checkRefused(const ConsoleWindowFixture &fixture, co
     QVERIFY(!fixture.window->session().isActive());
 }
 
-void TestConsoleWindowTarn::chooserIsAsDescribed()
+void TestConsoleWindowTarn::chooserAsksForAnExecutable()
 {
     const ConsoleWindowFixture fixture("exit 0", optionsWithTarn({}));
     QVERIFY(fixture.show());
