@@ -3,6 +3,7 @@
 #include "widgets/lazydocumentlayout.h"
 
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMimeData>
@@ -118,6 +119,13 @@ void InputEditor::wheelEvent(QWheelEvent *event)
         event->ignore();
     else
         QTextEdit::wheelEvent(event);
+}
+
+/// As in the transcript: Qt's timer must not begin a drag after the button was released.
+void InputEditor::timerEvent(QTimerEvent *event)
+{
+    if (QGuiApplication::mouseButtons().testFlag(Qt::LeftButton))
+        QTextEdit::timerEvent(event);
 }
 
 } // namespace tarn::console

@@ -451,6 +451,15 @@ void TranscriptView::wheelEvent(QWheelEvent *event)
         QTextEdit::wheelEvent(event);
 }
 
+/// Qt's timer scrolls while a selection is drawn out of the text. When the movement out of it began
+/// a drag instead, the timer goes on after the button was released, and would begin another drag,
+/// which takes all keys and which no release ends.
+void TranscriptView::timerEvent(QTimerEvent *event)
+{
+    if (QGuiApplication::mouseButtons().testFlag(Qt::LeftButton))
+        QTextEdit::timerEvent(event);
+}
+
 void TranscriptView::setDraftEditor(QTextEdit *editor)
 {
     m_draftEditor = editor;

@@ -12,8 +12,6 @@
 
 namespace tarn::console {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 constexpr QChar ellipsis(0x2026);
@@ -33,9 +31,7 @@ PathLabel::PathLabel(QWidget *parent)
 void PathLabel::showPath(const QString &path)
 {
     setText(path);
-    // Tool tips guess whether they are rich text; only what surely is, is shown as it should be.
-    setToolTip(
-        u"<span style=\"white-space:pre\">%1</span>"_s.arg(visibleText(path).toHtmlEscaped()));
+    setToolTip(visibleToolTip(path));
     // Screen readers would take the tool tip, markup and all, as the description.
     setAccessibleDescription(path);
     showEnd();

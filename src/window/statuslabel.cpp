@@ -2,8 +2,15 @@
 
 #include "window/visibletext.h"
 
+#include <QFontMetrics>
+#include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
+#include <QTextLayout>
+#include <QTextOption>
+#include <QToolTip>
+
+#include <cmath>
 
 namespace tarn::console {
 
@@ -13,9 +20,30 @@ constexpr QChar leftToRightIsolate(0x2066);
 constexpr QChar firstStrongIsolate(0x2068);
 constexpr QChar popDirectionalIsolate(0x2069);
 
+/// As many as fit into three lines of a window of the usual size.
+constexpr qsizetype mostShownCharacters = 200;
+
 QString withArgument(const QString &pattern, const QString &argument)
 {
     return pattern.contains(QLatin1StringView("%1")) ? pattern.arg(argument) : pattern;
+}
+
+/// Lays a text out in lines of a width, breaking words only where a line has no other place.
+void layOut(QTextLayout &layout, int width, Qt::Alignment alignment)
+{
+    const auto direction = layout.text().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
+    QTextOption option(QStyle::visualAlignment(direction, alignment) & Qt::AlignHorizontal_Mask);
+    option.setTextDirection(direction);
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    qreal height = 0;
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        line.setPosition({0, height});
+        height += line.height();
+    }
+    layout.endLayout();
 }
 
 } // namespace
@@ -29,8 +57,14 @@ QString StatusMessage::isolatedText() const
 {
     // A path is read from its root, whatever letters follow.
     const QChar isolate = argument.startsWith(u'/') ? leftToRightIsolate : firstStrongIsolate;
-    const QString isolated = isolate + visibleText(argument) + popDirectionalIsolate;
+    const QString isolated =
+        isolate + shortenedText(visibleText(argument), mostShownCharacters) + popDirectionalIsolate;
     return withArgument(pattern, isolated);
+}
+
+bool StatusMessage::isShortened() const
+{
+    return visibleText(argument).size() > mostShownCharacters;
 }
 
 StatusLabel::StatusLabel(QWidget *parent)
@@ -47,20 +81,57 @@ void StatusLabel::showMessage(const StatusMessage &message)
     setText(message.text());
 }
 
+/// Otherwise the label has some other text, which it shows as it stands.
+bool StatusLabel::showsMessage() const
+{
+    return !m_message.argument.isEmpty() && text() == m_message.text();
+}
+
+QSize StatusLabel::sizeHint() const
+{
+    constexpr int usualLineLength = 60;
+    if (!showsMessage())
+        return QLabel::sizeHint();
+    const int width = usualLineLength * fontMetrics().averageCharWidth();
+    return {width, heightForWidth(width)};
+}
+
+QSize StatusLabel::minimumSizeHint() const
+{
+    return showsMessage() ? QSize(0, fontMetrics().height()) : QLabel::minimumSizeHint();
+}
+
+int StatusLabel::heightForWidth(int width) const
+{
+    if (!showsMessage())
+        return QLabel::heightForWidth(width);
+    QTextLayout layout(m_message.isolatedText(), font());
+    layOut(layout, width, alignment());
+    return static_cast<int>(std::ceil(layout.boundingRect().height()));
+}
+
+bool StatusLabel::event(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QLabel::event(event);
+    if (showsMessage() && m_message.isShortened()) {
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
+                           visibleToolTip(m_message.argument), this);
+    }
+    return true;
+}
+
 void StatusLabel::paintEvent(QPaintEvent *event)
 {
-    if (m_message.argument.isEmpty() || text() != m_message.text()) {
+    if (!showsMessage()) {
         QLabel::paintEvent(event);
         return;
     }
-    const QString drawn = m_message.isolatedText();
-    const bool rightToLeft = drawn.isRightToLeft();
-    const auto direction = rightToLeft ? Qt::RightToLeft : Qt::LeftToRight;
-    const int flags = int(QStyle::visualAlignment(direction, alignment())) | Qt::TextWordWrap
-                      | (rightToLeft ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight);
+    QTextLayout layout(m_message.isolatedText(), font());
+    layOut(layout, width(), alignment());
     QPainter painter(this);
-    style()->drawItemText(&painter, contentsRect(), flags, palette(), isEnabled(), drawn,
-                          foregroundRole());
+    painter.setPen(palette().color(foregroundRole()));
+    layout.draw(&painter, {0, (height() - layout.boundingRect().height()) / 2});
 }
 
 } // namespace tarn::console

@@ -15,12 +15,15 @@ struct StatusMessage
     /// The whole sentence.
     QString text() const;
     /// The same with the argument as a bidirectional isolate (UAX #9, section 2.4), so that a path
-    /// in an Arabic sentence keeps its order on the screen, and with its controls escaped.
+    /// in an Arabic sentence keeps its order on the screen, with its controls escaped, and with its
+    /// middle left out when it is very long.
     QString isolatedText() const;
+    bool isShortened() const;
 };
 
 /// Shows a status as plain text, wrapped at words. text() is the sentence; what is drawn has the
-/// argument of the message isolated, until another text is set.
+/// argument of the message isolated, until another text is set. However long that argument is, the
+/// label takes some lines only; then a tool tip has it all.
 class StatusLabel : public QLabel
 {
 public:
@@ -28,10 +31,17 @@ public:
 
     void showMessage(const StatusMessage &message);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    int heightForWidth(int width) const override;
+
 protected:
+    bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    bool showsMessage() const;
+
     StatusMessage m_message;
 };
 

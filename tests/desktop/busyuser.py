@@ -42,9 +42,9 @@ class BusyUser:
         subprocess.run(["xdotool", *[str(word) for step in steps for word in step]], check=True)
         self.wait_for_answer()
 
-    def _place(self):
-        """Moves the mouse somewhere over the transcript."""
-        x, y = self.chance.randint(100, 600), self.chance.randint(150, 270)
+    def _place(self, lowest=190):
+        """Moves the mouse somewhere over the transcript, which is low in a small window."""
+        x, y = self.chance.randint(100, 600), self.chance.randint(155, lowest)
         return ["mousemove", "--window", self.console.window, x, y]
 
     def act_resize(self):
@@ -74,7 +74,8 @@ class BusyUser:
         self.press("ctrl+1", "ctrl+End", "shift+Prior", "shift+Prior", "shift+Right")
 
     def act_select_by_mouse(self):
-        self._mouse(self._place(), ["mousedown", 1], self._place(), self._place(), ["mouseup", 1])
+        self._mouse(self._place(), ["mousedown", 1], self._place(400), self._place(400),
+                    ["mouseup", 1])
 
     def act_select_a_line(self):
         self._mouse(self._place(), ["click", "--repeat", 3, "--delay", 30, 1])

@@ -192,6 +192,22 @@ def clear_output(console):
     console.quit()
 
 
+@scenario
+def drag_out(console):
+    """A selection that is dragged to where it cannot be dropped; then the keys work as before."""
+    console.open(console.script("print one\nprint two\nprint three\n"))
+    console.run()
+    console.wait_for_text("three\n")
+    console.wait_until_idle()
+    press("ctrl+1", "ctrl+a")
+    # The first movement already leaves the transcript.
+    for step in ["mousemove --window {0} 30 170", "mousedown 1", "mousemove --window {0} 700 60",
+                 "mousemove --window {0} 720 60", "mouseup 1"]:
+        subprocess.run(["xdotool", *step.format(console.window).split()], check=True)
+    check(console.transcript() == "one\ntwo\nthree\n", "the keys are lost")
+    console.quit()
+
+
 def path(text):
     return pathlib.Path(text).absolute()
 

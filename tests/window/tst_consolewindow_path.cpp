@@ -40,7 +40,8 @@ private Q_SLOTS:
     void longPathShowsTheFileName();
 };
 
-/// What a user reads when the mouse rests on the widget; tool tips guess rich text.
+/// What a user reads when the mouse rests on the widget, without the folds of long texts; tool tips
+/// guess rich text.
 QString TestConsoleWindowPath::hoverText(QWidget *widget)
 {
     const QPoint place = widget->rect().center();
@@ -48,7 +49,9 @@ QString TestConsoleWindowPath::hoverText(QWidget *widget)
     QCoreApplication::sendEvent(widget, &event);
     const QString text = QToolTip::text();
     QToolTip::hideText();
-    return Qt::mightBeRichText(text) ? QTextDocumentFragment::fromHtml(text).toPlainText() : text;
+    if (!Qt::mightBeRichText(text))
+        return text;
+    return QTextDocumentFragment::fromHtml(text).toPlainText().remove(u'\n');
 }
 
 void TestConsoleWindowPath::pathStaysLeftToRight_data()
