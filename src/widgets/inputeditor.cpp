@@ -72,7 +72,7 @@ void InputEditor::keyPressEvent(QKeyEvent *event)
     }
     // Whatever happens, Enter never inserts a line break.
     if (!m_composing) {
-        // "Exactly no modifier" includes the keypad's: its Enter is refused like Shift+Enter.
+        // The keypad's Enter has a modifier of its own, and is refused like Shift+Enter.
         const bool plain = event->modifiers() == Qt::NoModifier;
         const auto &handler = plain && m_submitHandler ? m_submitHandler : m_rejectedPasteHandler;
         if (handler)

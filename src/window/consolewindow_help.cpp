@@ -1,7 +1,8 @@
 #include "window/consolewindow.h"
 
+#include "window/dialogbuttons.h"
+
 #include <QMessageBox>
-#include <QPushButton>
 
 namespace tarn::console {
 
@@ -13,8 +14,7 @@ void ConsoleWindow::showHelp()
            "Use the input field for one program line at a time. Output stays selectable and "
            "copyable after the program exits."),
         QMessageBox::Ok, this);
-    // Beside an icon, Qt's own style draws right-to-left texts against the border of the button.
-    box.button(QMessageBox::Ok)->setIcon({});
+    removeButtonIcons(&box);
     box.exec();
 }
 

@@ -1,6 +1,7 @@
 #include "window/consolewindow.h"
 
-#include <QAbstractButton>
+#include "window/dialogbuttons.h"
+
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -145,14 +146,12 @@ void ConsoleWindow::showSettings()
     form->addRow(tr("Interface font"), family);
     form->addRow(tr("Font size"), size);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-    // Beside an icon, Qt's own style draws right-to-left texts against the border of the button.
-    for (QAbstractButton *button : buttons->buttons())
-        button->setIcon({});
     connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
     auto *layout = new QVBoxLayout(&dialog);
     layout->addLayout(form);
     layout->addWidget(buttons);
+    removeButtonIcons(&dialog);
 
     if (dialog.exec() != QDialog::Accepted)
         return;

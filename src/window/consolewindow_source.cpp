@@ -2,9 +2,11 @@
 
 #include "session/executableresolver.h"
 #include "widgets/transcriptview.h"
+#include "window/dialogbuttons.h"
 #include "window/pathlabel.h"
 #include "window/statuslabel.h"
 
+#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
@@ -33,12 +35,24 @@ void listSourceFiles(QFileDialog *dialog)
     apply(dialog->selectedNameFilter());
 }
 
+/// Qt's own dialog, which is shown where the desktop has none, in both directions.
+void fitDirection(const QFileDialog *dialog)
+{
+    removeButtonIcons(dialog);
+    // A path is read from its root, whatever the direction of the dialog.
+    if (auto *directory = dialog->findChild<QComboBox *>(u"lookInCombo"_s))
+        directory->setLayoutDirection(Qt::LeftToRight);
+}
+
 } // namespace
 
 void ConsoleWindow::updateSourcePathLabel()
 {
     if (!m_sourcePathLabel)
         return;
+    // Next to its own label, though its text is left to right in both languages.
+    const Qt::Alignment side = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
+    m_sourcePathLabel->setAlignment(side | Qt::AlignVCenter);
     if (m_sourcePath.isEmpty())
         m_sourcePathLabel->showRemark(tr("No source selected"));
     else
@@ -51,6 +65,7 @@ void ConsoleWindow::chooseSource()
                        tr("TARN source (*.tarn *.ترن);;All files (*)"));
     dialog.setFileMode(QFileDialog::ExistingFile);
     listSourceFiles(&dialog);
+    fitDirection(&dialog);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     selectSource(dialog.selectedFiles().constFirst());
@@ -69,11 +84,15 @@ void ConsoleWindow::selectSource(const QString &path)
 void ConsoleWindow::chooseTarn()
 {
     const QString start = m_tarnExecutable.isEmpty() ? m_lastSourceDirectory : m_tarnExecutable;
-    const QString chosen = QFileDialog::getOpenFileName(this, tr("Choose TARN executable"), start,
-                                                        tr("Executable files (*)"));
-    if (chosen.isEmpty())
+    QFileDialog dialog(this, tr("Choose TARN executable"), start, tr("Executable files (*)"));
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    // In the name field only: a selection in the list would go before a name that is typed.
+    if (!m_tarnExecutable.isEmpty())
+        dialog.selectFile(QFileInfo(m_tarnExecutable).fileName());
+    fitDirection(&dialog);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
-    m_tarnExecutable = QFileInfo(chosen).absoluteFilePath();
+    m_tarnExecutable = QFileInfo(dialog.selectedFiles().constFirst()).absoluteFilePath();
     m_runStatus->setText(tr("TARN executable selected"));
     savePreferences();
 }

@@ -89,10 +89,12 @@ void PathLabel::paintEvent(QPaintEvent *event)
     if (visible == text())
         QLabel::paintEvent(event);
     QPainter painter(this);
+    // Otherwise the interface decides the order of the path.
+    painter.setLayoutDirection(layoutDirection());
     if (visible != text()) {
         // What is copied is the path; what is seen must not be able to look like another one.
-        style()->drawItemText(&painter, contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, palette(),
-                              isEnabled(), visible, foregroundRole());
+        style()->drawItemText(&painter, contentsRect(), int(alignment()), palette(), isEnabled(),
+                              visible, foregroundRole());
     }
     if (!isCut())
         return;

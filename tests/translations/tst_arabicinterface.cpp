@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -97,6 +98,11 @@ void TestArabicInterface::checkFileDialog(QDialog *dialog)
     });
     QCOMPARE(textsWithScript(QChar::Script_Latin, texts).join(u'\n'), QString());
     QVERIFY(textsWithScript(QChar::Script_Arabic, texts).size() >= 20);
+    // A path is read from its root; beside an icon, the texts of buttons would be cut.
+    QCOMPARE(dialog->findChild<QComboBox *>(u"lookInCombo"_s)->layoutDirection(), Qt::LeftToRight);
+    const auto *box = dialog->findChild<QDialogButtonBox *>();
+    for (const QAbstractButton *button : box->buttons())
+        QVERIFY2(button->icon().isNull(), qPrintable(button->text()));
 
     const auto *view = dialog->findChild<QTreeView *>(u"treeView"_s);
     const auto kind = [=] {

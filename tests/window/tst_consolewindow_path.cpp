@@ -18,10 +18,13 @@ class TestConsoleWindowPath : public QObject
 
 private:
     static QString hoverText(QWidget *widget);
+    static QPair<int, int> emptySides(QWidget *widget);
 
 private Q_SLOTS:
     void pathStaysLeftToRight_data();
     void pathStaysLeftToRight();
+    void pathStandsNextToItsLabel_data();
+    void pathStandsNextToItsLabel();
     void pathIsSelectable();
     void pathIsShownLiterally_data();
     void pathIsShownLiterally();
@@ -54,6 +57,24 @@ QString TestConsoleWindowPath::hoverText(QWidget *widget)
     return QTextDocumentFragment::fromHtml(text).toPlainText().remove(u'\n');
 }
 
+/// How many columns at the left and at the right of a widget show only its background.
+QPair<int, int> TestConsoleWindowPath::emptySides(QWidget *widget)
+{
+    const QImage picture = widget->grab().toImage();
+    const QRgb background = picture.pixel(picture.width() / 2, 0);
+    int first = picture.width();
+    int last = -1;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixel(x, y) == background)
+                continue;
+            first = qMin(first, x);
+            last = qMax(last, x);
+        }
+    }
+    return {first, picture.width() - 1 - last};
+}
+
 void TestConsoleWindowPath::pathStaysLeftToRight_data()
 {
     addInterfaceLanguages();
@@ -67,6 +88,32 @@ void TestConsoleWindowPath::pathStaysLeftToRight()
     fixture.trigger("arabicLanguageAction");
     QCOMPARE(fixture.find<QLabel>("sourcePath")->layoutDirection(), Qt::LeftToRight);
     QCOMPARE(fixture.find<QLabel>("sourceLabel")->layoutDirection(), Qt::RightToLeft);
+}
+
+void TestConsoleWindowPath::pathStandsNextToItsLabel_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QString>("name");
+    for (const QString &language : {u"en"_s, u"ar"_s}) {
+        const QByteArray tag = language.toLatin1();
+        QTest::addRow("%s, Latin", tag.constData()) << language << u"plain.tarn"_s;
+        QTest::addRow("%s, Arabic", tag.constData()) << language << u"برنامج.ترن"_s;
+        QTest::addRow("%s, with a control", tag.constData()) << language << u"bell\a.tarn"_s;
+    }
+}
+
+void TestConsoleWindowPath::pathStandsNextToItsLabel()
+{
+    QFETCH(QString, name);
+    ConsoleStartupOptions options = optionsInRowLanguage();
+    options.sourcePath = u"/tmp/"_s + name;
+    const ConsoleWindowFixture fixture(options);
+    QVERIFY(fixture.show());
+    const auto [left, right] = emptySides(fixture.find<QLabel>("sourcePath"));
+    constexpr int aLetter = 10;
+    const bool arabic = options.interfaceLanguage == "ar"_L1;
+    QCOMPARE(left < aLetter, !arabic);
+    QCOMPARE(right < aLetter, arabic);
 }
 
 void TestConsoleWindowPath::pathIsSelectable()
