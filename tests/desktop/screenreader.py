@@ -37,6 +37,8 @@ CONTROLS = [
     ("push button", "Send", "أرسل"),
     ("push button", "Close input", "أغلق الإدخال"),
 ]
+LABELLED = list(zip(*[names for role, *names in CONTROLS if role == "label"]))
+TAB_ORDER = [names for role, *names in CONTROLS[4:] if role != "label"]
 MENUS = [("File", "ملف"), ("Edit", "تحرير"), ("View", "عرض"), ("Language", "اللغة"),
          ("Help", "مساعدة")]
 
@@ -74,21 +76,19 @@ class Reader:
 
     def open(self, source):
         self._console.open(source)
-        self.window = self.wait_for(self._find_window, "the console on the accessibility bus")
+        self.application = self.wait_for(self._find, "the console on the accessibility bus")
 
-    def _find_window(self):
+    def _find(self):
         desktop = Atspi.get_desktop(0)
         for number in range(desktop.get_child_count()):
             application = desktop.get_child_at_index(number)
             if application and application.get_process_id() == self._console.process.pid:
-                return application.get_child_at_index(0)
+                return application
         return None
 
     def all(self, within=None):
-        """Every object of the window, in reading order."""
-        if not within:
-            yield self.window
-        parent = within or self.window
+        """Every object of the console's windows, in reading order."""
+        parent = within or self.application
         for number in range(parent.get_child_count()):
             child = parent.get_child_at_index(number)
             if child:
@@ -101,6 +101,13 @@ class Reader:
             lambda: next((o for o in self.all()
                           if o.get_role_name() == role and o.get_name() == name), None),
             f"{role} {name!r}")
+
+    def labelled_by(self, label):
+        """The field that a label belongs to."""
+        for relation in self.named("label", label).get_relation_set():
+            if relation.get_relation_type() == Atspi.RelationType.LABEL_FOR:
+                return relation.get_target(0)
+        raise Failure(f"{label!r} labels nothing")
 
     def do(self, role, name):
         """Does what activating the object does."""
@@ -122,6 +129,10 @@ class Reader:
         self.wait_for(lambda: any(kind == "object:property-change:accessible-name" and name == text
                                   for kind, _, name, _, _ in self.told),
                       f"the announcement of {text!r}")
+
+    def texts_with(self, part):
+        """What is shown of a text, wherever it stands."""
+        return [o.get_name() for o in self.all() if part in o.get_name()]
 
     def focus(self):
         focused = [o for o in self.all() if has(o, Atspi.StateType.FOCUSED)]
@@ -169,21 +180,22 @@ def names_and_roles(console, reader):
 
 @scenario
 def labels_and_tab_order(console, reader):
-    """Labels belong to their fields, and the Tab key goes in reading order."""
+    """Labels belong to their fields, and the Tab key goes in reading order, in both languages."""
     reader.open(console.script("lines -> line\nend\n"))
-    for label, of in [("Source file", str(console.source)), ("Program input", "Program input")]:
-        targets = [relation.get_target(0).get_name()
-                   for relation in reader.named("label", label).get_relation_set()
-                   if relation.get_relation_type() == Atspi.RelationType.LABEL_FOR]
-        check(targets == [of], f"{label!r} labels {targets}")
     console.run()
     reader.wait_for_status("Running")
-    press("ctrl+1")
-    reader.wait_for(lambda: reader.focus() == "Program output", "the focus in the output")
-    for name in ["Content direction", "Language", "Choose TARN", "Clear output", "Find output",
-                 "Find", "Program input", "Send", "Close input"]:
-        press("Tab")
-        reader.wait_for(lambda wanted=name: reader.focus() == wanted, f"the focus on {name!r}")
+    for language, key in enumerate(["ctrl+shift+8", "ctrl+shift+7"]):
+        press(key)
+        # The label and the field it belongs to, which has a name of its own.
+        source, program_input = LABELLED[language]
+        for label, of in [(source, str(console.source)), (program_input, program_input)]:
+            field = reader.labelled_by(label)
+            check(field.get_name() == of, f"{label!r} labels {field.get_name()!r}")
+        press("ctrl+1")
+        for names in TAB_ORDER:
+            wanted = names[language]
+            reader.wait_for(lambda name=wanted: reader.focus() == name, f"the focus on {wanted!r}")
+            press("Tab")
     press("ctrl+period")
     console.wait_until_idle()
     console.quit()
@@ -243,6 +255,42 @@ def in_arabic(console, reader):
     reader.wait_for_status("انتهى البرنامج بالحالة 0")
     check("أهلا يا سلمى" in reader.output("مخرجات البرنامج"), "no answer")
     console.quit()
+
+
+@scenario
+def settings_by_keyboard(console, reader):
+    """The settings say what they are, and switch the language."""
+    reader.open(console.demo_programs / "greeting.tarn")
+    press("ctrl+shift+comma")
+    for role, label in [("combo box", "Interface language"), ("combo box", "Interface font"),
+                        ("spin button", "Font size")]:
+        field = reader.labelled_by(label)
+        check(field.get_role_name() == role, f"{label!r} labels a {field.get_role_name()}")
+    language = reader.labelled_by("Interface language")
+    reader.wait_for(lambda: has(language, Atspi.StateType.FOCUSED), "the focus on the language")
+    press("Home")
+    reader.wait_for(lambda: language.get_name() == "العربية", "the other language")
+    press("Return")
+    reader.named("frame", "طرفية TARN")
+    check_controls(reader, 1)
+    console.quit()
+
+
+@scenario
+def help_and_the_question(console, reader):
+    """Dialogs can be read, and answered without a mouse."""
+    reader.open(console.script("lines -> line\nend\n"))
+    press("F1")
+    reader.wait_for(lambda: reader.texts_with("choose the TARN executable"), "the text of the help")
+    press("Escape")
+    console.run()
+    reader.wait_for_status("Running")
+    press("ctrl+q")
+    reader.wait_for(lambda: reader.texts_with("A program is still running."), "the question")
+    reader.wait_for(lambda: reader.focus() == "Cancel", "the focus on what does no harm")
+    reader.do("push button", "Stop and close")
+    wait_for(lambda: console.process.poll() is not None, "the console to end")
+    check(console.process.returncode == 0, console.log())
 
 
 def main():
