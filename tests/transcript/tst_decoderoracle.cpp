@@ -3,6 +3,7 @@
 #include "support/decodercheck.h"
 #include "support/nastybytes.h"
 #include "support/plaindecoder.h"
+#include "support/seededrounds.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -200,19 +201,9 @@ void TestDecoderOracle::everyBorderSequenceOfFourBytes()
     }
 }
 
-/// TARN_TEST_SEED=n TARN_TEST_ROUNDS=m plays the rounds n to n + m - 1 instead of the fixed ones.
 void TestDecoderOracle::randomBytesGiveTheSameFragments_data()
 {
-    QTest::addColumn<quint32>("firstSeed");
-    QTest::addColumn<int>("rounds");
-    const int rounds = qEnvironmentVariableIntValue("TARN_TEST_ROUNDS");
-    if (rounds > 0) {
-        const uint seed = qEnvironmentVariable("TARN_TEST_SEED").toUInt();
-        QTest::addRow("seed %u", seed) << quint32(seed) << rounds;
-        return;
-    }
-    for (const quint32 first : {1u, 1000u, 2000u, 3000u})
-        QTest::addRow("seed %u", first) << first << 150;
+    addSeededRounds({1, 1000, 2000, 3000}, 150);
 }
 
 void TestDecoderOracle::randomBytesGiveTheSameFragments()

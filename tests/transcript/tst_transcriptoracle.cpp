@@ -2,6 +2,7 @@
 
 #include "support/nastybytes.h"
 #include "support/plaintranscript.h"
+#include "support/seededrounds.h"
 #include "support/transcriptcomparison.h"
 #include "support/transcripthistory.h"
 #include "support/transcriptscript.h"
@@ -14,6 +15,7 @@ using namespace tarn::console;
 
 namespace {
 
+constexpr auto firstSeeds = {1u, 1000u, 2000u, 3000u, 4000u, 5000u, 6000u, 7000u, 8000u, 9000u};
 constexpr int StepsPerRound = 60;
 constexpr int StepsPerScript = 500;
 
@@ -50,31 +52,11 @@ private Q_SLOTS:
     void historiesEndAlike();
     void scriptsEndAlike_data();
     void scriptsEndAlike();
-
-private:
-    static void addRounds(int rounds);
 };
-
-/// TARN_TEST_SEED=n TARN_TEST_ROUNDS=m plays the rounds n to n + m - 1 instead of ten times the
-/// given number.
-void TestTranscriptOracle::addRounds(int rounds)
-{
-    QTest::addColumn<quint32>("firstSeed");
-    QTest::addColumn<int>("rounds");
-    bool given = false;
-    const uint seed = qEnvironmentVariable("TARN_TEST_SEED").toUInt(&given);
-    const int wanted = qEnvironmentVariableIntValue("TARN_TEST_ROUNDS");
-    if (given || wanted > 0) {
-        QTest::addRow("seed %u", seed) << quint32(seed) << qMax(wanted, 1);
-        return;
-    }
-    for (const quint32 first : {1u, 1000u, 2000u, 3000u, 4000u, 5000u, 6000u, 7000u, 8000u, 9000u})
-        QTest::addRow("seed %u", first) << first << rounds;
-}
 
 void TestTranscriptOracle::historiesEndAlike_data()
 {
-    addRounds(65);
+    addSeededRounds(firstSeeds, 65);
 }
 
 void TestTranscriptOracle::historiesEndAlike()
@@ -90,7 +72,7 @@ void TestTranscriptOracle::historiesEndAlike()
 /// A million short calls, compared by their results and counts, and as a whole at the end.
 void TestTranscriptOracle::scriptsEndAlike_data()
 {
-    addRounds(200);
+    addSeededRounds(firstSeeds, 200);
 }
 
 void TestTranscriptOracle::scriptsEndAlike()
