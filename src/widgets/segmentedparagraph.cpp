@@ -47,6 +47,23 @@ bool sameLayout(const QTextOption &a, const QTextOption &b)
            && a.tabStopDistance() == b.tabStopDistance();
 }
 
+/// Of the widest of the first lines.
+qreal widthOf(const QTextLayout &layout, int lines)
+{
+    qreal width = 0;
+    for (int i = 0; i < lines; ++i)
+        width = std::max(width, layout.lineAt(i).naturalTextWidth());
+    return width;
+}
+
+/// A layout cannot give lines back, but it does not draw them below everything.
+void moveOutOfSight(const QTextLayout &layout, int firstLine)
+{
+    constexpr qreal belowEverything = 30'000'000;
+    for (int i = firstLine; i < layout.lineCount(); ++i)
+        layout.lineAt(i).setPosition(QPointF(0, belowEverything));
+}
+
 } // namespace
 
 struct SegmentedParagraph::Segment
@@ -145,16 +162,17 @@ bool SegmentedParagraph::cutOff(Segment *segment) const
 {
     // The text of the last lines goes on: they may break elsewhere.
     constexpr int unsureLines = 2;
-    for (int line = segment->layout->lineCount() - unsureLines; line > 0; --line) {
-        const QTextLine next = segment->layout->lineAt(line);
+    const QTextLayout &layout = *segment->layout;
+    for (int line = layout.lineCount() - unsureLines; line > 0; --line) {
+        const QTextLine next = layout.lineAt(line);
         if (!isCut(segment->start + next.textStart()))
             continue;
+        const QTextLine last = layout.lineAt(line - 1);
         segment->length = next.textStart();
-        const qreal top = next.y();
-        segment->size =
-            shapeParagraph(segment->layout.get(), m_setting.option, m_setting.lineWidth, line);
+        segment->size = {.height = static_cast<int>(next.y()), .width = widthOf(layout, line)};
+        moveOutOfSight(layout, line);
         // Lines that overlap would not fit together.
-        return segment->size.height == std::lround(top);
+        return last.y() + last.height() <= segment->size.height;
     }
     return false;
 }
