@@ -121,7 +121,8 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
 {
     if (!isLaidOut() || !block.isValid())
         return QRectF();
-    shapeOnDemand(block);
+    if (m_shapesLongBlocks || block.length() <= shortBlock)
+        shapeOnDemand(block);
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
     return rect;
@@ -262,8 +263,7 @@ void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) co
 {
     if (block.lineCount() == heightBefore)
         return;
-    m_heightsMoved = true;
-    afterwards({});
+    m_moveTimer.start(0, const_cast<LazyDocumentLayout *>(this));
 }
 
 void LazyDocumentLayout::release(int block) const

@@ -49,6 +49,10 @@ public:
     /// Where a block begins, as far as the heights before it are known.
     int topOf(const QTextBlock &block) const;
 
+    /// Whether blockBoundingRect() shapes a long block. It is asked wherever a text cursor is put;
+    /// without shaping, the rectangle may be empty or another.
+    void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
+
     /// Emits documentSizeChanged().
     void reportSize();
 
@@ -67,7 +71,8 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
-    /// Up to this length, in characters, a block is shaped in one piece, and at once.
+    /// Up to this length, in characters, a block is shaped in one piece, and at once. More takes
+    /// milliseconds.
     static constexpr int shortBlock = 2048;
 
     bool isLaidOut() const;
@@ -76,14 +81,14 @@ private:
 
     bool hasNewFont();
     void changeEverything(bool sameTexts);
-    QTextBlock changeBlocks(int from, int charsAdded);
+    QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
     void guess(QTextBlock block, const CharacterExtents::Line &line);
     static bool setHeight(QTextBlock *block, BlockMeasure measure, int height);
     bool measureAlone(QTextBlock block);
     bool measureGuesses();
-    void afterwards(std::chrono::milliseconds delay) const;
+    void measureGuessesAfter(std::chrono::milliseconds delay);
 
     void shape(QTextBlock block) const;
     SegmentedParagraph *shapeSegments(QTextBlock block) const;
@@ -105,8 +110,9 @@ private:
     mutable ShapedBlocks m_shaped;
     mutable SegmentedParagraphs m_segmented;
     mutable qreal m_widestLine = 0;
-    mutable bool m_heightsMoved = false; ///< by looking at a block, not reported yet
-    mutable QBasicTimer m_idleTimer;
+    bool m_shapesLongBlocks = true;
+    mutable QBasicTimer m_moveTimer; ///< active when looking at a block gave it another height
+    QBasicTimer m_idleTimer;
 };
 
 } // namespace tarn::console

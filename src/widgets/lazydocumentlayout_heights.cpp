@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <utility>
 
 namespace tarn::console {
 
@@ -23,8 +22,9 @@ namespace {
 /// transcripts.
 constexpr int promptCharacters = 16 * 1024;
 
-/// Guesses wait until a flood of changes is over; then they are measured in slices.
-constexpr auto idleDelay = 20ms;
+/// Guesses wait until a flood of changes is over, even if it comes in bursts; then they are
+/// measured in slices.
+constexpr auto idleDelay = 100ms;
 constexpr auto idleSlice = 4ms;
 
 bool sameLayout(const QTextOption &a, const QTextOption &b)
@@ -49,14 +49,14 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     if (noHeights || newFont || wholeDocument)
         changeEverything(!noHeights && !newFont && charsRemoved == 0);
     else
-        top = topOf(changeBlocks(from, charsAdded));
+        top = topOf(changeBlocks(from, charsRemoved, charsAdded));
     m_blockCount = document()->blockCount();
 
     constexpr qreal endless = std::numeric_limits<int>::max();
     reportSize();
     Q_EMIT update(QRectF(0, top, endless, endless));
     if (!isExact())
-        afterwards(idleDelay);
+        measureGuessesAfter(idleDelay);
 }
 
 void LazyDocumentLayout::reportSize()
@@ -95,12 +95,17 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
 }
 
 /// Returns the first block that changed.
-QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsAdded)
+QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int charsAdded)
 {
     const int added = document()->blockCount() - m_blockCount;
     // An inserted line break moves what follows it into a block of its own.
     const int end = added > 0 ? from + charsAdded : std::max(from, from + charsAdded - 1);
-    const QTextBlock first = document()->findBlock(from);
+    QTextBlock first = document()->findBlock(from);
+    // Blocks inserted after a text leave it as it is.
+    const bool isAfterText =
+        from > first.position() && from == first.position() + first.length() - 1;
+    if (charsRemoved == 0 && added > 0 && isAfterText)
+        first = first.next();
     QTextBlock last = document()->findBlock(end);
     if (!last.isValid())
         last = document()->lastBlock();
@@ -151,7 +156,8 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
                   line.height);
     } else if (text.size() <= *promptCharacters) {
         *promptCharacters -= static_cast<int>(text.size());
-        measureAlone(block);
+        if (!shapeSegments(block))
+            measureAlone(block);
     } else {
         guess(block, line);
     }
@@ -220,26 +226,29 @@ bool LazyDocumentLayout::measureGuesses()
     return moved;
 }
 
-void LazyDocumentLayout::afterwards(std::chrono::milliseconds delay) const
+void LazyDocumentLayout::measureGuessesAfter(std::chrono::milliseconds delay)
 {
-    m_idleTimer.start(static_cast<int>(delay.count()), const_cast<LazyDocumentLayout *>(this));
+    m_idleTimer.start(static_cast<int>(delay.count()), this);
 }
 
 void LazyDocumentLayout::timerEvent(QTimerEvent *event)
 {
-    if (event->timerId() != m_idleTimer.timerId()) {
+    bool moved = false;
+    if (event->timerId() == m_moveTimer.timerId()) {
+        m_moveTimer.stop();
+        moved = true;
+    } else if (event->timerId() == m_idleTimer.timerId()) {
+        m_idleTimer.stop();
+        moved = measureGuesses();
+        if (!isExact())
+            measureGuessesAfter(0ms);
+    } else {
         QAbstractTextDocumentLayout::timerEvent(event);
-        return;
     }
-    m_idleTimer.stop();
-    const bool guessesMoved = measureGuesses();
-    const bool shapesMoved = std::exchange(m_heightsMoved, false);
-    if (guessesMoved || shapesMoved) {
+    if (moved) {
         reportSize();
         Q_EMIT update();
     }
-    if (!isExact())
-        afterwards(0ms);
 }
 
 } // namespace tarn::console

@@ -27,13 +27,6 @@
 
 namespace tarn::console {
 
-namespace {
-
-/// In characters; shaping more than this takes milliseconds.
-constexpr int longParagraph = 2048;
-
-} // namespace
-
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     : QTextEdit(parent)
     , m_transcript(transcript)
@@ -209,17 +202,14 @@ void TranscriptView::restoreCursor(int anchor, int position)
     const int last = document()->characterCount() - 1;
     anchor = std::clamp(anchor, 0, last);
     position = std::clamp(position, 0, last);
-    // In a long paragraph, which may just be growing, the same once more would shape all of it.
-    const QTextCursor current = textCursor();
-    const bool same = current.anchor() == anchor && current.position() == position;
-    if (same && position == m_restoredCursor && current.block().length() > longParagraph)
-        return;
     // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
     QTextCursor cursor(document());
+    // Nobody asks where it is on the screen, and its paragraph may be one that is growing.
+    m_layout->setShapesLongBlocks(false);
     cursor.setPosition(anchor);
     cursor.setPosition(position, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
-    m_restoredCursor = position;
+    m_layout->setShapesLongBlocks(true);
 }
 
 void TranscriptView::updateDocument()

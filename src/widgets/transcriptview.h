@@ -107,8 +107,7 @@ private:
     LazyDocumentLayout *m_layout; ///< the document's
     bool m_followEnd = true;
     bool m_settling = false;
-    int m_restoredCursor = -1; ///< where the last refresh put the cursor
-    Place m_place;             ///< of the reader, while nothing is changing
+    Place m_place; ///< of the reader, while nothing is changing
     bool m_applyingDraftPresentation = false;
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first refresh.

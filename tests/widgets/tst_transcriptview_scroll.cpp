@@ -91,6 +91,7 @@ private Q_SLOTS:
     void manySlicesCostWhatTheyAdd();
     void anAppendTouchesOnlyWhatIsNew();
     void anExtensionTouchesOnlyItsParagraph();
+    void theCaretsLongParagraphIsNotShapedWhole();
     void clearShrinksTheRange();
 };
 
@@ -185,7 +186,7 @@ void TestTranscriptViewScroll::aReaderWithinAWrappedParagraphKeepsHisPlace()
     ShownView shown;
     shown.print(QByteArray("words ").repeated(400) + '\n');
     shown.print(numberedLines(1, 50));
-    const int middle = shown.view.document()->firstBlock().layout()->boundingRect().height() / 2;
+    const int middle = (shown.topOf(1) - shown.topOf(0)) / 2;
     shown.scrollTo(middle);
     QCOMPARE(shown.topBlock(), 0);
     const TranscriptView::ScrollAnchor anchor = shown.view.scrollAnchor();
@@ -533,6 +534,20 @@ void TestTranscriptViewScroll::anExtensionTouchesOnlyItsParagraph()
         const int from = arguments.at(0).toInt();
         QVERIFY((from >= start && from <= start + 9) || from >= end - 10);
         QVERIFY(arguments.at(2).toInt() <= 12);
+    }
+}
+
+void TestTranscriptViewScroll::theCaretsLongParagraphIsNotShapedWhole()
+{
+    ShownView shown;
+    const QByteArray words = QByteArray("words ").repeated(1000);
+    shown.print(words);
+    const QTextBlock block = shown.view.document()->firstBlock();
+    for (const int position : {0, int(words.size())}) {
+        shown.select(position, position);
+        shown.print(words);
+        QCOMPARE(shown.view.textCursor().position(), position);
+        QCOMPARE(block.layout()->lineCount(), 0);
     }
 }
 
