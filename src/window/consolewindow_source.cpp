@@ -6,7 +6,6 @@
 #include "window/pathlabel.h"
 #include "window/statuslabel.h"
 
-#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
@@ -35,15 +34,6 @@ void listSourceFiles(QFileDialog *dialog)
     apply(dialog->selectedNameFilter());
 }
 
-/// Qt's own dialog, which is shown where the desktop has none, in both directions.
-void fitDirection(const QFileDialog *dialog)
-{
-    removeButtonIcons(dialog);
-    // A path is read from its root, whatever the direction of the dialog.
-    if (auto *directory = dialog->findChild<QComboBox *>(u"lookInCombo"_s))
-        directory->setLayoutDirection(Qt::LeftToRight);
-}
-
 } // namespace
 
 void ConsoleWindow::updateSourcePathLabel()
@@ -65,7 +55,7 @@ void ConsoleWindow::chooseSource()
                        tr("TARN source (*.tarn *.ترن);;All files (*)"));
     dialog.setFileMode(QFileDialog::ExistingFile);
     listSourceFiles(&dialog);
-    fitDirection(&dialog);
+    removeButtonIcons(&dialog);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     selectSource(dialog.selectedFiles().constFirst());
@@ -89,7 +79,7 @@ void ConsoleWindow::chooseTarn()
     // In the name field only: a selection in the list would go before a name that is typed.
     if (!m_tarnExecutable.isEmpty())
         dialog.selectFile(QFileInfo(m_tarnExecutable).fileName());
-    fitDirection(&dialog);
+    removeButtonIcons(&dialog);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return;
     m_tarnExecutable = QFileInfo(dialog.selectedFiles().constFirst()).absoluteFilePath();

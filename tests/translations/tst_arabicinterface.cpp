@@ -98,8 +98,7 @@ void TestArabicInterface::checkFileDialog(QDialog *dialog)
     });
     QCOMPARE(textsWithScript(QChar::Script_Latin, texts).join(u'\n'), QString());
     QVERIFY(textsWithScript(QChar::Script_Arabic, texts).size() >= 20);
-    // A path is read from its root; beside an icon, the texts of buttons would be cut.
-    QCOMPARE(dialog->findChild<QComboBox *>(u"lookInCombo"_s)->layoutDirection(), Qt::LeftToRight);
+    // Beside an icon, the texts of buttons would be cut.
     const auto *box = dialog->findChild<QDialogButtonBox *>();
     for (const QAbstractButton *button : box->buttons())
         QVERIFY2(button->icon().isNull(), qPrintable(button->text()));

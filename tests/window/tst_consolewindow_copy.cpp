@@ -9,7 +9,9 @@
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextCursor>
+#include <QTextLayout>
 
 using namespace Qt::StringLiterals;
 
@@ -62,6 +64,7 @@ private Q_SLOTS:
     void copyKeysCopyFromTheTranscript();
     void copyTakesTheTextOfTheProgram();
     void copyOverSeveralParagraphs();
+    void copyOfAWrappedLineIsOneLine();
     void copyWithoutASelectionLeavesTheClipboard();
     void copyFromTheDraft();
     void copyKeyInTheFindFieldCopiesFromIt();
@@ -192,6 +195,20 @@ void TestConsoleWindowCopy::copyOverSeveralParagraphs()
     fixture.press(Qt::Key_C, Qt::ControlModifier);
     QTRY_COMPARE(clipboardText(), u"one\nسل\n\\u{001B}[0m three\n"_s);
     QCOMPARE(formatsOtherThanText(), QStringList());
+}
+
+void TestConsoleWindowCopy::copyOfAWrappedLineIsOneLine()
+{
+    const QString line = u"words and كلمات "_s.repeated(60);
+    const ConsoleWindowFixture fixture("print " + line.toUtf8() + "\\n\n");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    const QTextBlock block = fixture.view()->document()->firstBlock();
+    QTRY_VERIFY(block.layout()->lineCount() > 2);
+    fixture.trigger("focusTranscriptAction");
+    fixture.press(Qt::Key_A, Qt::ControlModifier);
+    fixture.press(Qt::Key_C, Qt::ControlModifier);
+    QTRY_COMPARE(clipboardText(), line + u'\n');
 }
 
 void TestConsoleWindowCopy::copyWithoutASelectionLeavesTheClipboard()

@@ -1,18 +1,12 @@
-#include "widgets/inputeditor.h"
-#include "widgets/transcriptview.h"
 #include "window/consolewindow.h"
+#include "window/filechooser.h"
 
 #include <QAction>
 #include <QFile>
-#include <QFileDialog>
 #include <QLabel>
-#include <QLineEdit>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
-#include <QtTest/qtestspontaneevent.h>
-#include <QWheelEvent>
 
 #include <memory>
 
@@ -49,18 +43,6 @@ QVariant stored(const QString &key)
     return QSettings().value(key);
 }
 
-/// What a user does in the file chooser that is about to open: types a path and confirms.
-void chooseInNextFileDialog(const QString &path)
-{
-    QTimer::singleShot(0, qApp, [path] {
-        QTRY_VERIFY(qobject_cast<QFileDialog *>(QApplication::activeModalWidget()));
-        QWidget *dialog = QApplication::activeModalWidget();
-        auto *name = dialog->findChild<QLineEdit *>(u"fileNameEdit"_s);
-        name->setText(path);
-        QTest::keyClick(name, Qt::Key_Return);
-    });
-}
-
 } // namespace
 
 /// What the window remembers, when it writes it, and how it survives a store that is broken.
@@ -88,12 +70,6 @@ private Q_SLOTS:
     void putsTheArabicFaceBeforeTheLatinOne();
     void putsTheChosenFamilyFirst();
     void anUninstalledFamilyIsHarmless();
-    void zoomsInStepsOfTen();
-    void roundsTheZoomedSize_data();
-    void roundsTheZoomedSize();
-    void theTitleStaysThreePointsLarger();
-    void controlAndWheelZoomTheWholeWindow_data();
-    void controlAndWheelZoomTheWholeWindow();
 
     void restoresTheGeometry();
     void ignoresACorruptGeometry();
@@ -244,8 +220,8 @@ void TestConsoleWindowPreferences::writesAtOnceWhenTheLanguageIsChosen()
 void TestConsoleWindowPreferences::writesAtOnceWhenAnInterpreterIsChosen()
 {
     const auto window = showWindow();
-    chooseInNextFileDialog(QStringLiteral(TARN_SCRIPTED_CHILD));
-    trigger(*window, u"chooseTarnAction"_s);
+    QVERIFY(chooseFile([&] { trigger(*window, u"chooseTarnAction"_s); },
+                       QStringLiteral(TARN_SCRIPTED_CHILD)));
     QCOMPARE(stored(u"tarnExecutable"_s), QStringLiteral(TARN_SCRIPTED_CHILD));
     QCOMPARE(QSettings().allKeys(), allKeys);
 }
@@ -256,8 +232,7 @@ void TestConsoleWindowPreferences::doesNotWriteWhenASourceIsChosen()
     QFile source(sources.filePath(u"مصدر.ترن"_s));
     QVERIFY(source.open(QIODevice::WriteOnly));
     const auto window = showWindow();
-    chooseInNextFileDialog(source.fileName());
-    trigger(*window, u"openAction"_s);
+    QVERIFY(chooseFile([&] { trigger(*window, u"openAction"_s); }, source.fileName()));
     QCOMPARE(window->findChild<QLabel *>(u"sourcePath"_s)->text(), source.fileName());
     QVERIFY(!QFile::exists(settingsFile()));
     QVERIFY(window->close());
@@ -303,100 +278,6 @@ void TestConsoleWindowPreferences::anUninstalledFamilyIsHarmless()
     QCOMPARE(window->font().pointSize(), 11);
     QVERIFY(window->close());
     QCOMPARE(stored(u"fontFamily"_s), u"No Such Family <b>\n\u202E"_s);
-}
-
-void TestConsoleWindowPreferences::zoomsInStepsOfTen()
-{
-    const auto window = showWindow();
-    const auto *zoomIn = action(*window, u"zoomInAction"_s);
-    const auto *zoomOut = action(*window, u"zoomOutAction"_s);
-    for (const int size : {10, 9, 8, 7, 7}) {
-        QVERIFY(zoomOut->isEnabled());
-        trigger(*window, u"zoomOutAction"_s);
-        QCOMPARE(window->font().pointSize(), size);
-    }
-    QVERIFY(!zoomOut->isEnabled());
-    QVERIFY(zoomIn->isEnabled());
-    trigger(*window, u"zoomResetAction"_s);
-    QCOMPARE(window->font().pointSize(), 11);
-    QVERIFY(zoomOut->isEnabled());
-    for (const int size : {12, 13, 14, 15, 17, 18, 19, 20, 21, 22}) {
-        QVERIFY(zoomIn->isEnabled());
-        trigger(*window, u"zoomInAction"_s);
-        QCOMPARE(window->font().pointSize(), size);
-    }
-    QVERIFY(!zoomIn->isEnabled());
-    window->zoomBy(1000);
-    QCOMPARE(window->font().pointSize(), 22);
-    window->zoomBy(-1000);
-    QCOMPARE(window->font().pointSize(), 7);
-}
-
-void TestConsoleWindowPreferences::roundsTheZoomedSize_data()
-{
-    QTest::addColumn<int>("pointSize");
-    QTest::addColumn<int>("zoomSteps");
-    QTest::addColumn<int>("zoomed");
-    QTest::newRow("never below seven") << 7 << -5 << 7;
-    QTest::newRow("a half goes up") << 15 << -5 << 8;
-    QTest::newRow("below a half goes down") << 11 << 1 << 12;
-    QTest::newRow("above a half goes up") << 11 << -1 << 10;
-    QTest::newRow("the largest of all") << 36 << 10 << 72;
-}
-
-void TestConsoleWindowPreferences::roundsTheZoomedSize()
-{
-    QFETCH(int, pointSize);
-    QFETCH(int, zoomSteps);
-    QFETCH(int, zoomed);
-    QSettings().setValue("fontPointSize", pointSize);
-    const auto window = showWindow();
-    window->zoomBy(10 * zoomSteps);
-    QCOMPARE(window->font().pointSize(), zoomed);
-    QCOMPARE(window->findChild<QWidget *>(u"transcript"_s)->font().pointSize(), zoomed);
-    QCOMPARE(window->findChild<QWidget *>(u"inputDraft"_s)->font().pointSize(), zoomed);
-}
-
-void TestConsoleWindowPreferences::theTitleStaysThreePointsLarger()
-{
-    const auto window = showWindow();
-    const auto *title = window->findChild<QLabel *>(u"consoleTitle"_s);
-    for (const int delta : {0, 50, 50, -150}) {
-        window->zoomBy(delta);
-        QCOMPARE(title->font().pointSize(), window->font().pointSize() + 3);
-        QCOMPARE(title->font().weight(), 700);
-    }
-}
-
-void TestConsoleWindowPreferences::controlAndWheelZoomTheWholeWindow_data()
-{
-    QTest::addColumn<QString>("widget");
-    QTest::newRow("over the transcript") << u"transcript"_s;
-    QTest::newRow("over the draft") << u"inputDraft"_s;
-}
-
-void TestConsoleWindowPreferences::controlAndWheelZoomTheWholeWindow()
-{
-    QFETCH(QString, widget);
-    const auto window = showWindow();
-    QWidget *target = window->findChild<QTextEdit *>(widget)->viewport();
-    const auto turn = [&](int angle) {
-        const QPointF middle = target->rect().center();
-        QWheelEvent event(middle, target->mapToGlobal(middle), {}, {0, angle}, Qt::NoButton,
-                          Qt::ControlModifier, Qt::NoScrollPhase, false);
-        // Only what comes from outside is handed on to the parents.
-        QSpontaneKeyEvent::setSpontaneous(&event);
-        qApp->notify(target, &event);
-    };
-    turn(120);
-    QCOMPARE(window->font().pointSize(), 12);
-    QCOMPARE(window->findChild<QWidget *>(u"transcript"_s)->font().pointSize(), 12);
-    QCOMPARE(window->findChild<QWidget *>(u"inputDraft"_s)->font().pointSize(), 12);
-    turn(-120);
-    turn(-120);
-    QCOMPARE(window->font().pointSize(), 10);
-    turn(0);
-    QCOMPARE(window->font().pointSize(), 10);
 }
 
 void TestConsoleWindowPreferences::restoresTheGeometry()

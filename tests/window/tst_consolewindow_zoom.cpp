@@ -1,0 +1,139 @@
+#include "window/consolewindowfixture.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtTest/qtestspontaneevent.h>
+#include <QWheelEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+/// Zooming, by commands and by the wheel: all texts keep one size.
+class TestConsoleWindowZoom : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void zoomsInStepsOfTen();
+    void roundsTheZoomedSize_data();
+    void roundsTheZoomedSize();
+    void theTitleStaysThreePointsLarger();
+    void controlAndWheelZoomTheWholeWindow_data();
+    void controlAndWheelZoomTheWholeWindow();
+};
+
+void TestConsoleWindowZoom::initTestCase()
+{
+    QCoreApplication::setOrganizationName(u"TARN"_s);
+    QCoreApplication::setApplicationName(u"TARN Console"_s);
+}
+
+void TestConsoleWindowZoom::zoomsInStepsOfTen()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    const auto *zoomIn = fixture.action("zoomInAction");
+    const auto *zoomOut = fixture.action("zoomOutAction");
+    for (const int size : {10, 9, 8, 7, 7}) {
+        QVERIFY(zoomOut->isEnabled());
+        fixture.trigger("zoomOutAction");
+        QCOMPARE(fixture.window->font().pointSize(), size);
+    }
+    QVERIFY(!zoomOut->isEnabled());
+    QVERIFY(zoomIn->isEnabled());
+    fixture.trigger("zoomResetAction");
+    QCOMPARE(fixture.window->font().pointSize(), 11);
+    QVERIFY(zoomOut->isEnabled());
+    for (const int size : {12, 13, 14, 15, 17, 18, 19, 20, 21, 22}) {
+        QVERIFY(zoomIn->isEnabled());
+        fixture.trigger("zoomInAction");
+        QCOMPARE(fixture.window->font().pointSize(), size);
+    }
+    QVERIFY(!zoomIn->isEnabled());
+    fixture.window->zoomBy(1000);
+    QCOMPARE(fixture.window->font().pointSize(), 22);
+    fixture.window->zoomBy(-1000);
+    QCOMPARE(fixture.window->font().pointSize(), 7);
+}
+
+void TestConsoleWindowZoom::roundsTheZoomedSize_data()
+{
+    QTest::addColumn<int>("pointSize");
+    QTest::addColumn<int>("zoomSteps");
+    QTest::addColumn<int>("zoomed");
+    QTest::newRow("never below seven") << 7 << -5 << 7;
+    QTest::newRow("a half goes up") << 15 << -5 << 8;
+    QTest::newRow("below a half goes down") << 11 << 1 << 12;
+    QTest::newRow("above a half goes up") << 11 << -1 << 10;
+    QTest::newRow("the largest of all") << 36 << 10 << 72;
+}
+
+void TestConsoleWindowZoom::roundsTheZoomedSize()
+{
+    QFETCH(int, pointSize);
+    QFETCH(int, zoomSteps);
+    QFETCH(int, zoomed);
+    const QTemporaryDir directory;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, directory.path());
+    QSettings().setValue("fontPointSize", pointSize);
+    ConsoleStartupOptions options = englishOptions();
+    options.usePersistentSettings = true;
+    const ConsoleWindowFixture fixture(options);
+    QVERIFY(fixture.show());
+    fixture.window->zoomBy(10 * zoomSteps);
+    QCOMPARE(fixture.window->font().pointSize(), zoomed);
+    QCOMPARE(fixture.find<QWidget>("transcript")->font().pointSize(), zoomed);
+    QCOMPARE(fixture.find<QWidget>("inputDraft")->font().pointSize(), zoomed);
+}
+
+void TestConsoleWindowZoom::theTitleStaysThreePointsLarger()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    const auto *title = fixture.find<QLabel>("consoleTitle");
+    for (const int delta : {0, 50, 50, -150}) {
+        fixture.window->zoomBy(delta);
+        QCOMPARE(title->font().pointSize(), fixture.window->font().pointSize() + 3);
+        QCOMPARE(title->font().weight(), 700);
+    }
+}
+
+void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::newRow("over the transcript") << "transcript"_ba;
+    QTest::newRow("over the draft") << "inputDraft"_ba;
+}
+
+void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow()
+{
+    QFETCH(QByteArray, name);
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QWidget *target = fixture.find<QTextEdit>(name.constData())->viewport();
+    const auto turn = [&](int angle) {
+        const QPointF middle = target->rect().center();
+        QWheelEvent event(middle, target->mapToGlobal(middle), {}, {0, angle}, Qt::NoButton,
+                          Qt::ControlModifier, Qt::NoScrollPhase, false);
+        // Only what comes from outside is handed on to the parents.
+        QSpontaneKeyEvent::setSpontaneous(&event);
+        qApp->notify(target, &event);
+    };
+    turn(120);
+    QCOMPARE(fixture.window->font().pointSize(), 12);
+    QCOMPARE(fixture.find<QWidget>("transcript")->font().pointSize(), 12);
+    QCOMPARE(fixture.find<QWidget>("inputDraft")->font().pointSize(), 12);
+    turn(-120);
+    turn(-120);
+    QCOMPARE(fixture.window->font().pointSize(), 10);
+    turn(0);
+    QCOMPARE(fixture.window->font().pointSize(), 10);
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestConsoleWindowZoom)
+#include "tst_consolewindow_zoom.moc"
