@@ -66,6 +66,11 @@ public:
     int cursorWidth() const { return m_cursorWidth; }
     void setCursorWidth(int width) { m_cursorWidth = width; }
 
+Q_SIGNALS:
+    /// Heights turned out to be others than guessed, without a change of the document. The new
+    /// size is reported next, which may move the scroll bar.
+    void heightsMeasured();
+
 protected:
     void documentChanged(int from, int charsRemoved, int charsAdded) override;
     void timerEvent(QTimerEvent *event) override;

@@ -246,6 +246,7 @@ void LazyDocumentLayout::timerEvent(QTimerEvent *event)
         QAbstractTextDocumentLayout::timerEvent(event);
     }
     if (moved) {
+        Q_EMIT heightsMeasured();
         reportSize();
         Q_EMIT update();
     }

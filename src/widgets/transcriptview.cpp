@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace tarn::console {
 
@@ -47,8 +48,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
         if (m_followEnd)
             bar->setValue(bar->maximum());
     });
-    // After the base class, which sets the scroll range.
-    connect(m_layout, &LazyDocumentLayout::documentSizeChanged, this, [this] { showMeasured(); });
+    connect(m_layout, &LazyDocumentLayout::heightsMeasured, this, [this] { showMeasured(); });
 }
 
 TranscriptView::~TranscriptView() = default;
@@ -88,7 +88,9 @@ void TranscriptView::restoreScrollAnchor(ScrollAnchor anchor)
 void TranscriptView::keepPlace(const std::function<void()> &change)
 {
     const bool followed = m_followEnd;
-    const Place place{.atEnd = followed, .anchor = scrollAnchor()};
+    // Guessed heights may keep the reader from the place for a while.
+    const Place place{.atEnd = followed,
+                      .anchor = m_layout->isExact() ? scrollAnchor() : m_place.anchor};
     const QScopedValueRollback guard(m_settling, true);
     change();
     settle(place);
@@ -113,12 +115,15 @@ void TranscriptView::settle(const Place &place)
             && bar->maximum() == std::max(0, overflow))
             break;
     }
-    notePlace();
+    if (m_layout->isExact())
+        notePlace();
+    else
+        m_place = place;
 }
 
 void TranscriptView::notePlace()
 {
-    m_place = {.atEnd = followsEnd(), .anchor = scrollAnchor()};
+    m_place = {.atEnd = m_followEnd, .anchor = scrollAnchor()};
 }
 
 /// What comes into view by scrolling is measured; what was in its place there stays.

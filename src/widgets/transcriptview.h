@@ -107,7 +107,7 @@ private:
     LazyDocumentLayout *m_layout; ///< the document's
     bool m_followEnd = true;
     bool m_settling = false;
-    Place m_place; ///< of the reader, while nothing is changing
+    Place m_place; ///< where the reader is, or will be once all heights are known
     bool m_applyingDraftPresentation = false;
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first refresh.

@@ -262,10 +262,10 @@ void TestLazyDocumentLayout::hugeParagraphs_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("words") << u"words of one very long paragraph "_s.repeated(1986).left(65536);
-    QTest::newRow("one word") << QString(65536, u'x');
+    QTest::newRow("one word") << QString(20'000, u'x');
     QTest::newRow("Arabic") << QString(arabic + u' ').repeated(1200).left(65536);
-    QTest::newRow("punctuation") << u"....==>"_s.repeated(9363).left(65536);
-    QTest::newRow("mixed") << QString(arabic + u" and English, ").repeated(1000).left(65536);
+    QTest::newRow("punctuation") << u"....==>"_s.repeated(2500);
+    QTest::newRow("mixed") << QString(arabic + u" and English, ").repeated(1000).left(20'000);
 }
 
 void TestLazyDocumentLayout::hugeParagraphs()
@@ -291,7 +291,7 @@ void TestLazyDocumentLayout::manyParagraphsBecomeExact()
 {
     TwinEdits twins;
     twins.show({300, 300});
-    twins.setText(numbered(20'000, arabic + u" mixed with English"));
+    twins.setText(numbered(5'000, arabic + u" mixed with English"));
     QCOMPARE(twins.difference(), QString());
     twins.both([](QTextEdit &edit) {
         edit.verticalScrollBar()->setValue(edit.verticalScrollBar()->maximum());

@@ -5,10 +5,7 @@
 #include <QApplication>
 #include <QTest>
 
-#include <chrono>
-
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 using namespace tarn::console;
 
 namespace {
@@ -45,8 +42,8 @@ private Q_SLOTS:
 
 void TestTranscriptViewOracle::initTestCase()
 {
-    // A second press counts for as long as a run takes, so that no clock decides what is selected.
-    QApplication::setDoubleClickInterval(int(std::chrono::milliseconds(1h).count()));
+    // No clock decides what is selected: a press after a double click is never a third one.
+    QApplication::setDoubleClickInterval(0);
 }
 
 void TestTranscriptViewOracle::looksLikeAFullRebuild_data()
@@ -55,7 +52,7 @@ void TestTranscriptViewOracle::looksLikeAFullRebuild_data()
     const quint32 first = qEnvironmentVariableIntValue("TARN_TEST_SEED");
     const int rounds = qEnvironmentVariableIntValue("TARN_TEST_ROUNDS");
     const quint32 start = first == 0 ? 1 : first;
-    const quint32 count = rounds > 0 ? rounds : first == 0 ? 16 : 1;
+    const quint32 count = rounds > 0 ? rounds : first == 0 ? 8 : 1;
     for (quint32 seed = start; seed < start + count; ++seed)
         QTest::addRow("seed %u", seed) << seed;
 }

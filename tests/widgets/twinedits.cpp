@@ -143,11 +143,13 @@ bool TwinEdits::settle()
     QTextDocument *document = stock().document();
     document->markContentsDirty(0, document->characterCount());
     complete(stock());
-    return QTest::qWaitFor([&] {
+    const auto isSettled = [&] {
         return layout.isExact()
                && (!m_lazy.window.isVisible()
                    || lazy().verticalScrollBar()->maximum() == expectedMaximum(lazy()));
-    });
+    };
+    constexpr int patience = 60'000;
+    return QTest::qWaitFor(isSettled, patience);
 }
 
 QString TwinEdits::difference()

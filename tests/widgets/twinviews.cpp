@@ -181,7 +181,8 @@ bool TwinViews::isSettled() const
 
 bool TwinViews::settle()
 {
-    return QTest::qWaitFor([this] { return isSettled(); });
+    constexpr int patience = 60'000;
+    return QTest::qWaitFor([this] { return isSettled(); }, patience);
 }
 
 template<typename View>

@@ -48,6 +48,17 @@ const char *const tokens[] = {
     "\xF0\x90\xA4\x80", // Phoenician
 };
 
+/// What a program may repeat without an end of line. Qt shapes 4,096 characters at a time, whatever
+/// it tears apart: lengths that divide this number keep joined letters together.
+const char *const progress[] = {
+    ".",
+    "12 of 345 done. ",
+    "[\\|/-] ",
+    "word\t",
+    "\xD8\xAE\xD8\xB7\xD9\x88\xD8\xA9 \xD8\xA8\xD8\xB9 ", // Arabic
+    "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D 1, ",               // Hebrew
+};
+
 const char *const searched[] = {"word", "x", "\xD9\x85\xD8\xB1", "\n", "\xE2\x80\xA9", "no such"};
 
 const Qt::Key keys[] = {Qt::Key_Left, Qt::Key_Right, Qt::Key_Up,       Qt::Key_Down,
@@ -69,6 +80,7 @@ const ViewHistory::Step ViewHistory::steps[] = {
     {1, "print a flood", &ViewHistory::printFlood},
     {2, "print a long line", &ViewHistory::printLongLine},
     {8, "grow a line", &ViewHistory::growLine},
+    {2, "show progress", &ViewHistory::showProgress},
     {4, "echo", &ViewHistory::echo},
     {2, "end streams", &ViewHistory::endStreams},
     {1, "clear", &ViewHistory::clear},
@@ -167,6 +179,15 @@ void ViewHistory::growLine()
     append(QByteArray("...").repeated(between(1, 3)));
     append(output(1));
     append(output(1));
+}
+
+/// One line that gets as long as no other.
+void ViewHistory::showProgress()
+{
+    const QByteArray shown = progress[below(std::size(progress))];
+    append("\n");
+    for (int i = between(2, 5); i > 0; --i)
+        append(shown.repeated(between(1, 3000 / int(shown.size()))));
 }
 
 void ViewHistory::echo()
@@ -297,9 +318,15 @@ void ViewHistory::doubleClickSomewhere()
     release(point);
 }
 
-/// After a plain click: after a double click the widget would go on selecting whole words.
+/// After a plain click, and none on a selection: after a double click the widget would go on
+/// selecting whole words, which a rebuild makes it forget.
 void ViewHistory::shiftClickSomewhere()
 {
+    m_views.both([](auto &, QTextEdit &view, auto &) {
+        QTextCursor cursor = view.textCursor();
+        cursor.clearSelection();
+        view.setTextCursor(cursor);
+    });
     click(anyPoint());
     if (chance(50))
         refreshForNothing();

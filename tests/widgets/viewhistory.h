@@ -38,6 +38,7 @@ private:
     void printFlood();
     void printLongLine();
     void growLine();
+    void showProgress();
     void echo();
     void endStreams();
     void clear();
