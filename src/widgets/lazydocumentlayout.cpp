@@ -109,7 +109,12 @@ int LazyDocumentLayout::topOf(const QTextBlock &block) const
 QTextBlock LazyDocumentLayout::blockAt(qreal y) const
 {
     const int row = static_cast<int>(std::ceil(y - margin())) - 1;
-    return document()->findBlockByLineNumber(std::clamp(row, 0, document()->lineCount() - 1));
+    // The first and the last one may have no height, and then no line has their number.
+    if (row < 0)
+        return document()->firstBlock();
+    if (row >= document()->lineCount())
+        return document()->lastBlock();
+    return document()->findBlockByLineNumber(row);
 }
 
 bool LazyDocumentLayout::isExact(const QTextBlock &block)

@@ -24,7 +24,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <utility>
 
 namespace tarn::console {
 

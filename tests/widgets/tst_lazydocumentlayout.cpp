@@ -79,6 +79,7 @@ private Q_SLOTS:
     void looksLikeQtsLayoutAfterAChange();
     void undoAndRedoGoBackAndForth_data();
     void undoAndRedoGoBackAndForth();
+    void blocksWithoutHeight();
     void everyWidthLooksLikeQtsLayout();
     void aWidgetThatWasNeverShownHasNoGeometry();
     void aWidgetIsRightOnceItIsShown();
@@ -208,6 +209,17 @@ void TestLazyDocumentLayout::undoAndRedoGoBackAndForth()
     QCOMPARE(twins.difference(), QString());
     twins.both([](QTextEdit &edit) { edit.redo(); });
     QCOMPARE(twins.difference(), QString());
+}
+
+/// Qt gives an object replacement character no size.
+void TestLazyDocumentLayout::blocksWithoutHeight()
+{
+    for (const QString &text : {u"\uFFFC"_s, u"a\n\uFFFC"_s, u"\uFFFC\na"_s, u"a\n\uFFFC\nb"_s}) {
+        TwinEdits twins;
+        twins.show({300, 200});
+        twins.setText(text);
+        QCOMPARE(twins.difference(), QString());
+    }
 }
 
 void TestLazyDocumentLayout::everyWidthLooksLikeQtsLayout()
