@@ -40,6 +40,11 @@ void InputEditor::setRejectedPasteHandler(std::function<void()> handler)
     m_rejectedPasteHandler = std::move(handler);
 }
 
+void InputEditor::setOversizedPasteHandler(std::function<void()> handler)
+{
+    m_oversizedPasteHandler = std::move(handler);
+}
+
 void InputEditor::setSubmitHandler(std::function<void()> handler)
 {
     m_submitHandler = std::move(handler);
@@ -95,6 +100,11 @@ void InputEditor::insertFromMimeData(const QMimeData *source)
     if (text.contains(u'\r') || text.contains(u'\n')) {
         if (m_rejectedPasteHandler)
             m_rejectedPasteHandler();
+        return;
+    }
+    if (text.size() > maximumLength - document()->characterCount()) {
+        if (m_oversizedPasteHandler)
+            m_oversizedPasteHandler();
         return;
     }
     // The text alone: Qt 6.4 takes Markdown for rich text even when that is off, and crashes on

@@ -13,11 +13,17 @@ namespace tarn::console {
 class InputEditor : public QTextEdit
 {
 public:
+    /// No insertion makes the text longer than this, in UTF-16 units: twice what a line of program
+    /// input can have. Laying out a line takes far longer the longer it is.
+    static constexpr int maximumLength = 128 * 1024;
+
     explicit InputEditor(QWidget *parent = nullptr);
     ~InputEditor() override;
 
     /// Called when an insertion or an Enter is refused; nothing has changed then.
     void setRejectedPasteHandler(std::function<void()> handler);
+    /// Called when an insertion is refused because of its length; nothing has changed then.
+    void setOversizedPasteHandler(std::function<void()> handler);
     /// Called when plain Enter asks to submit the text.
     void setSubmitHandler(std::function<void()> handler);
 
@@ -36,6 +42,7 @@ private:
     int heightForText() const;
 
     std::function<void()> m_rejectedPasteHandler;
+    std::function<void()> m_oversizedPasteHandler;
     std::function<void()> m_submitHandler;
     bool m_composing = false;
 };

@@ -139,6 +139,7 @@ private:
     void beginRun(const QString &executable);
     void showRunProblem(const StatusMessage &problem);
     void showRunState(ProgramSessionState state);
+    void showInputTooLong();
     void echoInput(const QByteArray &line);
     void handleLimit(const TranscriptAppendResult &result);
     StatusMessage outcomeMessage(const ProgramOutcome &outcome) const;

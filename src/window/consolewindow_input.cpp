@@ -23,7 +23,7 @@ void ConsoleWindow::sendDraft()
         m_inputStatus->setText(tr("Program input must be one line."));
         return;
     case InputSendResult::TooLong:
-        m_inputStatus->setText(tr("Program input exceeds the 65,536-byte limit."));
+        showInputTooLong();
         return;
     default:
         break;
@@ -46,6 +46,11 @@ void ConsoleWindow::sendDraft()
         break;
     }
     updateInputControls();
+}
+
+void ConsoleWindow::showInputTooLong()
+{
+    m_inputStatus->setText(tr("Program input exceeds the 65,536-byte limit."));
 }
 
 void ConsoleWindow::echoInput(const QByteArray &line)

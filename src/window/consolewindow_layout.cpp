@@ -149,6 +149,7 @@ void ConsoleWindow::connectUi()
     m_transcriptView->setDraftEditor(m_draftEditor);
     m_transcriptView->setCopyAction(m_copyAction);
     m_draftEditor->setRejectedPasteHandler([this] { rejectMultilinePaste(); });
+    m_draftEditor->setOversizedPasteHandler([this] { showInputTooLong(); });
     m_draftEditor->setSubmitHandler([this] {
         if (m_sendAction->isEnabled())
             m_sendAction->activate(QAction::Trigger);

@@ -35,6 +35,8 @@ private Q_SLOTS:
     void pasteKeyInTheFindFieldPastesThere();
     void pasteOfMarkdownIsPlainText();
     void pasteOfSeveralLinesOfMarkdownIsRefused();
+    void pasteOfMegabytesIsRefused();
+    void pasteBeyondTheLimitOfALineIsKeptButNotSent();
     void pasteKeyWithNothingToPaste_data();
     void pasteKeyWithNothingToPaste();
 };
@@ -188,6 +190,43 @@ void TestConsoleWindowPaste::pasteOfSeveralLinesOfMarkdownIsRefused()
     fixture.trigger("focusDraftAction");
     fixture.press(Qt::Key_V, Qt::ControlModifier);
     QCOMPARE(fixture.window->draftText(), QString());
+}
+
+void TestConsoleWindowPaste::pasteOfMegabytesIsRefused()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    fixture.draft()->setPlainText(u"draft"_s);
+    for (const QString &text : {u"x"_s.repeated(5'000'000), u"س"_s.repeated(128 * 1024)}) {
+        fixture.find<QLabel>("inputStatus")->clear();
+        QApplication::clipboard()->setText(text);
+        QTRY_VERIFY(fixture.action("pasteAction")->isEnabled());
+        fixture.trigger("pasteAction");
+        QCOMPARE(fixture.inputStatus(), u"Program input exceeds the 65,536-byte limit."_s);
+        QCOMPARE(fixture.window->draftText(), u"draft"_s);
+    }
+    // However often one tries, the draft does not become too long to be laid out.
+    QApplication::clipboard()->setText(u"x"_s.repeated(60'000));
+    for (int i = 0; i < 4; ++i)
+        fixture.trigger("pasteAction");
+    QCOMPARE(fixture.window->draftText().size(), 2 * 60'000 + 5);
+}
+
+void TestConsoleWindowPaste::pasteBeyondTheLimitOfALineIsKeptButNotSent()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    const QString text = u"x"_s.repeated(64 * 1024 + 1);
+    QApplication::clipboard()->setText(text);
+    QTRY_VERIFY(fixture.action("pasteAction")->isEnabled());
+    fixture.trigger("pasteAction");
+    QCOMPARE(fixture.window->draftText(), text);
+    QCOMPARE(fixture.inputStatus(), QString());
+    fixture.press(Qt::Key_Return);
+    QCOMPARE(fixture.inputStatus(), u"Program input exceeds the 65,536-byte limit."_s);
+    QCOMPARE(fixture.window->draftText(), text);
 }
 
 void TestConsoleWindowPaste::pasteKeyWithNothingToPaste_data()
