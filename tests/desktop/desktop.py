@@ -99,6 +99,13 @@ class Console:
         self.interpreter = interpreter
         self.language = "en"
         self.pictures = pictures
+        # For what is not as usual: more environment, a command that starts the console, what to do
+        # in its process and what to do here just before, and whether there is a window manager.
+        self.environment = {}
+        self.wrapper = []
+        self.before_start = None
+        self.prepare = None
+        self.managed = True
         self.process = None
         self.source = None
         self.window = None
@@ -120,20 +127,25 @@ class Console:
         settings = self.settings()
         settings.parent.mkdir(parents=True, exist_ok=True)
         settings.write_text(f"[General]\ninterfaceLanguage={self.language}\n")
-        command = [str(self.executable), "--tarn", str(self.interpreter)]
+        if self.prepare:
+            self.prepare()
+        command = [*self.wrapper, str(self.executable), "--tarn", str(self.interpreter)]
         command += [str(source)] if source else []
         environment = os.environ | {
             "QT_QPA_PLATFORM": "xcb",
             "HOME": str(self.home),
             "XDG_CONFIG_HOME": str(self.home / "config"),
             "TARN_DEMO_JOURNAL": str(self._journal),
-        }
+        } | self.environment
         with self._log.open("wb") as log:
             self.process = subprocess.Popen(
                 command, env=environment, cwd=self.directory, stdin=subprocess.DEVNULL,
-                stdout=log, stderr=log)
+                stdout=log, stderr=log, preexec_fn=self.before_start)
         self.window = wait_for(self._find_window, "the console's window")
-        wait_for(lambda: xdotool("getactivewindow") == self.window, "the window to be active")
+        if self.managed:
+            wait_for(lambda: xdotool("getactivewindow") == self.window, "the window to be active")
+        else:
+            xdotool("windowfocus", "--sync", self.window)
 
     def settings(self):
         return self.home / "config" / "TARN" / "TARN Console.conf"
