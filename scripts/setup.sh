@@ -20,8 +20,10 @@ packages_of() {
     display) # A virtual display: X server, window manager, keys, screenshots.
         printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
         ;;
-    test) # What only the tests need: Unicode as others read it, clipboard and window as others see them.
-        printf '%s\n' libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi
+    test) # What only the tests need: Unicode as others read it, clipboard and window as others see
+        # them, and a Wayland display.
+        printf '%s\n' libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi \
+            qt6-wayland util-linux weston
         ;;
     check) # The checks of sources, scripts and desktop files.
         printf '%s\n' appstream clang-format-14 codespell cppcheck desktop-file-utils \
