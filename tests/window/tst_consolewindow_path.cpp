@@ -33,7 +33,6 @@ private Q_SLOTS:
     void hoverShowsControlsAsEscapes();
     void pathsNeverLookLikeEachOther_data();
     void pathsNeverLookLikeEachOther();
-    void escapedPathsAreReadFromTheirRoot();
     void statusesNeverLookLikeEachOther_data() { pathsNeverLookLikeEachOther_data(); }
     void statusesNeverLookLikeEachOther();
     void statusesShowMarkupAsItIs();
@@ -215,21 +214,6 @@ void TestConsoleWindowPath::pathsNeverLookLikeEachOther()
     QVERIFY(controlled != plain);
     // Nor can it look like a path that is written the other way round.
     QVERIFY(controlled != picture(u"/tmp/anrat.cb"_s));
-}
-
-/// Also in the Arabic interface.
-void TestConsoleWindowPath::escapedPathsAreReadFromTheirRoot()
-{
-    ConsoleStartupOptions options = englishOptions();
-    options.sourcePath = u"/tmp/برنامج/a\u202Eb.tarn"_s;
-    const ConsoleWindowFixture fixture(options);
-    QVERIFY(fixture.show());
-    auto *label = fixture.find<QLabel>("sourcePath");
-    const QImage english = label->grab().toImage();
-    fixture.trigger("arabicLanguageAction");
-    const QRect text(0, 0, label->fontMetrics().horizontalAdvance(label->text()), label->height());
-    QVERIFY(english.rect().contains(text));
-    QCOMPARE(label->grab(text).toImage(), english.copy(text));
 }
 
 void TestConsoleWindowPath::statusesNeverLookLikeEachOther()
