@@ -21,7 +21,10 @@ files() {
 }
 
 check_format() {
-    files -name '*.cpp' -o -name '*.h' | xargs clang-format-14 --dry-run --Werror
+    files -name '*.cpp' -o -name '*.h' | xargs clang-format-14 --dry-run --Werror || {
+        echo 'Form the files anew: clang-format-14 -i FILE...'
+        return 1
+    }
 }
 
 check_scripts() {
@@ -48,8 +51,12 @@ check_catalogue() {
     cp $catalogue "$work"
     "$lupdate" src -silent -no-obsolete -locations none -source-language en -target-language ar \
         -ts "$work/tarn_console_ar.ts"
-    diff --unified $catalogue "$work/tarn_console_ar.ts"
-    ! grep --line-number 'type="unfinished"' $catalogue
+    if ! diff --unified $catalogue "$work/tarn_console_ar.ts" ||
+        grep --line-number 'type="unfinished"' $catalogue; then
+        echo 'Bring it up to date: cmake --build --preset dev --target update-translations'
+        echo "and translate what is unfinished in $catalogue"
+        return 1
+    fi
 }
 
 check_desktop_files() {
