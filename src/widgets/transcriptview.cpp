@@ -17,6 +17,7 @@
 #include <QResizeEvent>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -323,6 +324,8 @@ qint64 TranscriptView::appendRun(QTextCursor &cursor, qint64 first)
 
 void TranscriptView::applyParagraphFormats()
 {
+    // The text stays: a screen reader must not hear all of it once more.
+    const QSignalBlocker silence(document());
     QTextCursor edit(document());
     // Outside one edit block, every single format would be a layout pass of its own.
     edit.beginEditBlock();

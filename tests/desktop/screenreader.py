@@ -215,6 +215,17 @@ def a_conversation(console, reader):
         reader.do("push button", "Send")
     reader.wait_for_status("Returned status 0")
     reader.wait_for(lambda: "See you soon." in reader.heard(), "the last line")
+    # Nothing is told once more when the text changes sides or the interface its language.
+    output = reader.named("text", "Program output")
+    press("ctrl+shift+3")
+    reader.wait_for(
+        lambda: Atspi.Text.get_text_attribute_value(output, 0, "direction") == "rtl",
+        "the text to change sides")
+    reader.named("text", "Program output")
+    press("ctrl+shift+7")
+    reader.named("frame", "طرفية TARN")
+    press("ctrl+shift+8")
+    reader.named("frame", "TARN Console")
     check(words(reader.heard()) == words(reader.output()),
           f"heard {reader.heard()!r} of {reader.output()!r}")
     console.quit()

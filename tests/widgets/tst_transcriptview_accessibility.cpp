@@ -59,6 +59,7 @@ private Q_SLOTS:
     void anExtensionAnnouncesOnlyWhatIsNew();
     void aParagraphThatTurnsIsAnnouncedAlone();
     void refreshAloneAnnouncesNothing();
+    void aChangeOfDirectionAnnouncesNothing();
     void theWholeTextCanBeRead();
 };
 
@@ -120,6 +121,16 @@ void TestTranscriptViewAccessibility::refreshAloneAnnouncesNothing()
     shown.print(numberedLines(1, 100));
     const Announcements announced(shown.view.document());
     shown.view.refresh();
+    QCOMPARE(announced.events, 0);
+}
+
+void TestTranscriptViewAccessibility::aChangeOfDirectionAnnouncesNothing()
+{
+    ShownView shown;
+    shown.print("one\ntwo\n");
+    const Announcements announced(shown.view.document());
+    shown.view.setContentDirection(ContentDirection::RightToLeft);
+    QCOMPARE(sides(shown.view).left(2), u"RR"_s);
     QCOMPARE(announced.events, 0);
 }
 
