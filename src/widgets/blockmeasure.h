@@ -17,17 +17,23 @@ struct BlockMeasure
     };
 
     Height height = Height::Unknown;
-    int width = 0; ///< pixels; with OneLine, what the block needs to stay on one line
+    /// In pixels: what the block would need to be surely on one line, and the height of that line.
+    int width = 0;
+    int rowHeight = 0; ///< 0 when neither is known
 
     bool operator==(const BlockMeasure &) const = default;
 
     bool isExact() const { return height == Height::Exact || height == Height::OneLine; }
 
-    /// Widths beyond a quarter of the number range saturate.
+    /// Whether the width and the row height are known.
+    bool isSized() const { return rowHeight > 0; }
+
+    /// Widths that are too large for the number saturate; rows that are, are not known.
     int toUserState() const
     {
-        constexpr int maximumWidth = std::numeric_limits<int>::max() / 4;
-        return std::clamp(width, 0, maximumWidth) * 4 + static_cast<int>(height);
+        const int rows = rowHeight < rowHeights ? std::max(0, rowHeight) : 0;
+        return (std::clamp(width, 0, maximumWidth) * rowHeights + rows) * heights
+               + static_cast<int>(height);
     }
 
     /// A block's initial state, -1, is Unknown.
@@ -35,8 +41,14 @@ struct BlockMeasure
     {
         if (state < 0)
             return {};
-        return {.height = static_cast<Height>(state % 4), .width = state / 4};
+        return {.height = static_cast<Height>(state % heights),
+                .width = state / (heights * rowHeights),
+                .rowHeight = state / heights % rowHeights};
     }
+
+    static constexpr int heights = 4;      ///< how many values of Height there are
+    static constexpr int rowHeights = 256; ///< rows are lower than this
+    static constexpr int maximumWidth = std::numeric_limits<int>::max() / (heights * rowHeights);
 };
 
 } // namespace tarn::console

@@ -252,7 +252,7 @@ void LazyDocumentLayout::takeHeight(QTextBlock *block, const ParagraphSize &size
     m_widestLine = std::max(m_widestLine, size.width);
     BlockMeasure measure = BlockMeasure::fromUserState(block->userState());
     if (measure.height != BlockMeasure::Height::OneLine || block->lineCount() != size.height)
-        measure = {.height = BlockMeasure::Height::Exact};
+        measure.height = BlockMeasure::Height::Exact;
     setHeight(block, measure, size.height);
 }
 

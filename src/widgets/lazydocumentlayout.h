@@ -89,7 +89,7 @@ private:
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
-    void guess(QTextBlock block, const CharacterExtents::Line &line);
+    void guess(QTextBlock block, BlockMeasure measure);
     static bool setHeight(QTextBlock *block, BlockMeasure measure, int height);
     bool measureAlone(QTextBlock block);
     bool measureGuesses();

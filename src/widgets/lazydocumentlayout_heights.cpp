@@ -84,12 +84,15 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
     m_pageWidth = document()->pageSize().width();
     m_widestLine = 0;
     m_lastGuess = -1;
-    int prompt = promptCharacters;
+    int prompt = document()->characterCount() <= promptCharacters ? promptCharacters : 0;
     for (QTextBlock block = document()->firstBlock(); block.isValid(); block = block.next()) {
         const auto measure = BlockMeasure::fromUserState(block.userState());
-        const bool staysOnOneLine = sameTexts && measure.height == BlockMeasure::Height::OneLine
-                                    && measure.width <= lineWidth();
-        if (!staysOnOneLine)
+        const bool isNarrow = measure.width <= lineWidth();
+        if (sameTexts && measure.height == BlockMeasure::Height::OneLine && isNarrow)
+            continue;
+        if (sameTexts && measure.isSized() && !isNarrow && block.length() > prompt)
+            guess(block, measure);
+        else
             estimate(block, &prompt);
     }
 }
@@ -150,16 +153,18 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
     const QString text = block.text();
     const CharacterExtents::Line line = m_extents->lineOf(text);
     // Some room for kerning and for glyphs that reach over their advance.
-    const qreal width = line.width + line.height;
-    if (line.certain && width <= lineWidth()) {
-        setHeight(&block, {BlockMeasure::Height::OneLine, static_cast<int>(std::ceil(width))},
-                  line.height);
+    BlockMeasure measure{.width = static_cast<int>(std::ceil(line.width + line.height)),
+                         .rowHeight = line.height};
+    if (line.certain && measure.width <= lineWidth()) {
+        measure.height = BlockMeasure::Height::OneLine;
+        setHeight(&block, measure, line.height);
     } else if (text.size() <= *promptCharacters) {
         *promptCharacters -= static_cast<int>(text.size());
+        block.setUserState(measure.toUserState());
         if (!shapeSegments(block))
             measureAlone(block);
     } else {
-        guess(block, line);
+        guess(block, measure);
     }
 }
 
@@ -173,13 +178,14 @@ bool LazyDocumentLayout::setHeight(QTextBlock *block, BlockMeasure measure, int 
     return true;
 }
 
-void LazyDocumentLayout::guess(QTextBlock block, const CharacterExtents::Line &line)
+void LazyDocumentLayout::guess(QTextBlock block, BlockMeasure measure)
 {
-    const qreal lines = std::ceil(line.width / std::max(1.0, lineWidth()));
+    const qreal rows = std::ceil(measure.width / std::max(1.0, lineWidth()));
+    measure.height = BlockMeasure::Height::Guessed;
     // Never zero: a block without height would be at no y.
-    const int height = std::max(1, static_cast<int>(lines) * line.height);
-    setHeight(&block, {.height = BlockMeasure::Height::Guessed}, height);
-    m_lastGuess = std::max(m_lastGuess, block.blockNumber());
+    setHeight(&block, measure, std::max(1, static_cast<int>(rows) * measure.rowHeight));
+    // At the end at most: to find out where the block is would take as long as the guess.
+    m_lastGuess = document()->blockCount() - 1;
 }
 
 /// Measures a block without keeping its shaped text.
@@ -188,7 +194,9 @@ bool LazyDocumentLayout::measureAlone(QTextBlock block)
     QTextLayout layout(block.text(), m_font, paintDevice());
     const ParagraphSize size = shapeParagraph(&layout, paragraphOption(block), lineWidth());
     m_widestLine = std::max(m_widestLine, size.width);
-    return setHeight(&block, {.height = BlockMeasure::Height::Exact}, size.height);
+    auto measure = BlockMeasure::fromUserState(block.userState());
+    measure.height = BlockMeasure::Height::Exact;
+    return setHeight(&block, measure, size.height);
 }
 
 bool LazyDocumentLayout::measure(int top, int bottom)

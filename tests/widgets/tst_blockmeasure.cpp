@@ -16,6 +16,7 @@ private Q_SLOTS:
     void comesBackFromTheUserState();
     void aBlocksInitialStateIsUnknown();
     void widthsSaturate();
+    void rowsThatAreTooHighAreNotKnown();
     void onlyMeasuredHeightsAreExact();
 };
 
@@ -29,10 +30,13 @@ void TestBlockMeasure::comesBackFromTheUserState_data()
 void TestBlockMeasure::comesBackFromTheUserState()
 {
     QFETCH(int, height);
-    for (const int width : {0, 1, 2, 3, 4, 5, 799, 65536, std::numeric_limits<int>::max() / 4}) {
-        const BlockMeasure measure{.height = static_cast<Height>(height), .width = width};
-        QVERIFY(measure.toUserState() >= 0);
-        QVERIFY(BlockMeasure::fromUserState(measure.toUserState()) == measure);
+    for (const int width : {0, 1, 2, 3, 4, 5, 799, 65536, BlockMeasure::maximumWidth}) {
+        for (const int rowHeight : {0, 1, 32, 255}) {
+            const BlockMeasure measure{
+                .height = static_cast<Height>(height), .width = width, .rowHeight = rowHeight};
+            QVERIFY(measure.toUserState() >= 0);
+            QVERIFY(BlockMeasure::fromUserState(measure.toUserState()) == measure);
+        }
     }
 }
 
@@ -49,10 +53,21 @@ void TestBlockMeasure::widthsSaturate()
     const BlockMeasure wide{.height = Height::OneLine, .width = most};
     const auto back = BlockMeasure::fromUserState(wide.toUserState());
     QVERIFY(back.height == Height::OneLine);
-    QCOMPARE(back.width, most / 4);
+    QCOMPARE(back.width, BlockMeasure::maximumWidth);
     const BlockMeasure negative{.height = Height::OneLine, .width = -5};
     QVERIFY(BlockMeasure::fromUserState(negative.toUserState()).height == Height::OneLine);
     QCOMPARE(BlockMeasure::fromUserState(negative.toUserState()).width, 0);
+}
+
+void TestBlockMeasure::rowsThatAreTooHighAreNotKnown()
+{
+    for (const int rowHeight : {-1, 256, std::numeric_limits<int>::max()}) {
+        const BlockMeasure high{.height = Height::Exact, .width = 7, .rowHeight = rowHeight};
+        const auto back = BlockMeasure::fromUserState(high.toUserState());
+        QVERIFY(back.height == Height::Exact);
+        QCOMPARE(back.width, 7);
+        QVERIFY(!back.isSized());
+    }
 }
 
 void TestBlockMeasure::onlyMeasuredHeightsAreExact()
