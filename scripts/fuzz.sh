@@ -4,7 +4,7 @@
 set -euo pipefail
 
 usage='Usage: scripts/fuzz.sh [--seconds N] [TARGET...]   builds and runs fuzz targets, each for N seconds
-       (decoder, transcript, direction; default: all of them, 60 seconds each)'
+       (decoder, transcript, direction, view; default: all of them, 60 seconds each)'
 
 seconds=60
 targets=()
@@ -18,7 +18,7 @@ while [ $# -gt 0 ]; do
         seconds=${2:?$usage}
         shift
         ;;
-    decoder | transcript | direction) targets+=("$1") ;;
+    decoder | transcript | direction | view) targets+=("$1") ;;
     *)
         echo "$usage" >&2
         exit 2
@@ -27,7 +27,7 @@ while [ $# -gt 0 ]; do
     shift
 done
 if [ ${#targets[@]} -eq 0 ]; then
-    targets=(decoder transcript direction)
+    targets=(decoder transcript direction view)
 fi
 
 cd "$(dirname "$0")/.."
@@ -35,6 +35,8 @@ cd "$(dirname "$0")/.."
 cmake --preset fuzz
 cmake --build --preset fuzz --parallel "$(nproc)" --target "${targets[@]/#/fuzz-}"
 
+# Font libraries keep what they read until the end.
+export LSAN_OPTIONS=suppressions=$PWD/tests/support/leaks.supp:print_suppressions=0
 mkdir -p build/fuzz/findings
 for target in "${targets[@]}"; do
     corpus=build/fuzz/corpus/$target

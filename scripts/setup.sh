@@ -3,7 +3,7 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, check, lint, coverage, package, package-test, icons,
+       (build, wayland, display, test, check, lint, coverage, valgrind, package, package-test, icons,
        screenshots, benchmark, fuzz; default: build display test)'
 
 # Prints the packages of one group.
@@ -31,6 +31,9 @@ packages_of() {
         ;;
     lint) # Mistakes that compilers do not report.
         printf '%s\n' clang-tidy clazy
+        ;;
+    valgrind) # Memory errors that the sanitizers do not see.
+        printf '%s\n' valgrind
         ;;
     coverage) # Which lines the tests reach.
         printf '%s\n' gcovr
