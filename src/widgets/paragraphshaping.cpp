@@ -53,8 +53,7 @@ void keepShapedText(QTextLayout *layout, const QString &text)
     layout->setCacheEnabled(!text.contains(u'\t'));
 }
 
-ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth,
-                             int maximumLines)
+ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth)
 {
     QTextOption current = option;
     const bool mayBreakWords = option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere;
@@ -63,10 +62,7 @@ ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qre
     qreal bottom = 0;
     layout->setTextOption(option);
     layout->beginLayout();
-    for (int i = 0; i < maximumLines; ++i) {
-        QTextLine line = layout->createLine();
-        if (!line.isValid())
-            break;
+    for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
         line.setLeadingIncluded(true);
         setLineWidth(layout, &line, &current, mayBreakWords, lineWidth);
         line.setPosition(QPointF(0, y));

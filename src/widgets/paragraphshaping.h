@@ -2,8 +2,6 @@
 
 #include <QtGlobal>
 
-#include <limits>
-
 class QString;
 class QTextBlock;
 class QTextLayout;
@@ -27,9 +25,7 @@ QTextOption paragraphOption(const QTextBlock &block);
 /// that would show: painting gives the tabs at a line's start other widths than line breaking.
 void keepShapedText(QTextLayout *layout, const QString &text);
 
-/// Breaks a layout's text into lines of a width, as a text document does it; into a number of them
-/// at most.
-ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth,
-                             int maximumLines = std::numeric_limits<int>::max());
+/// Breaks a layout's text into lines of a width, as a text document does it.
+ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth);
 
 } // namespace tarn::console
