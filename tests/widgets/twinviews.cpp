@@ -120,6 +120,8 @@ void TwinViews::show(Side<View> &side, QSize size)
     side.view->setMinimumSize(60, 30);
     // Only one of the views could have the focus, and its caret blinks.
     side.draft->setFocus();
+    // A window manager may answer one of two resizes with an older size.
+    side.window.setWindowFlag(Qt::X11BypassWindowManagerHint);
     side.window.resize(size);
     side.window.show();
 }
