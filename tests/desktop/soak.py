@@ -22,6 +22,9 @@ FLOOD = "7600000 150000"
 PLAIN_FILL = "8000000 0"
 # How much longer than the longest turn of a plain fill nothing may keep the window from answering.
 STALL_FACTOR = 3
+# A switch of the direction formats every paragraph anew; it may take about as long as a plain text
+# widget takes to show such a text.
+DIRECTION_FACTOR = 4
 
 
 class Soak:
@@ -158,8 +161,9 @@ def soak(console, options):
     console.quit()
     check(not console.log(), console.log())
     if options.stalls:
-        allowed = STALL_FACTOR * max(run.plain_turns)
         for name, (busy, _) in run.stalls().items():
+            factor = DIRECTION_FACTOR if "direction" in name else STALL_FACTOR
+            allowed = factor * max(run.plain_turns)
             check(busy <= allowed, f"busy for {busy:.0f} ms after {name!r}, and not {allowed:.0f}")
 
 
