@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QString>
 
 #include <algorithm>
@@ -49,6 +50,21 @@ auto alternate(int repetitions, First first, Second second)
         results.second.push_back(second());
     }
     return results;
+}
+
+/// Runs this program again, in a process that no earlier measurement has left its mark on, and
+/// returns the numbers that it prints.
+inline std::vector<double> runAgain(const QStringList &arguments)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+    if (!process.waitForFinished(-1) || process.exitCode() != 0)
+        qFatal("the measured process failed");
+    std::vector<double> numbers;
+    for (const QByteArray &word : process.readAll().simplified().split(' '))
+        numbers.push_back(word.toDouble());
+    return numbers;
 }
 
 /// The figures of one benchmark program. Each is printed as soon as it is known.
