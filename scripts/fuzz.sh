@@ -4,7 +4,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/fuzz.sh [--seconds N] [TARGET...]   builds and runs fuzz targets, each for N seconds
-       (decoder, transcript, direction, view; default: all of them, 60 seconds each)'
+       (decoder, transcript, direction, view; default: all of them, 60 seconds each),
+       as many at a time as there are processors'
 
 seconds=60
 targets=()
@@ -37,12 +38,19 @@ cmake --build --preset fuzz --parallel "$(nproc)" --target "${targets[@]/#/fuzz-
 
 # Font libraries keep what they read until the end.
 export LSAN_OPTIONS=suppressions=$PWD/tests/support/leaks.supp:print_suppressions=0
-mkdir -p build/fuzz/findings
-for target in "${targets[@]}"; do
-    corpus=build/fuzz/corpus/$target
+mkdir -p build/fuzz/findings build/fuzz/logs
+
+# Runs one target; its output appears in one piece when it ends.
+fuzz() {
+    local target=$1 corpus=build/fuzz/corpus/$1 log=build/fuzz/logs/$1.txt status=0
     mkdir -p "$corpus"
-    echo "== $target, $seconds seconds"
     nice "build/fuzz/bin/fuzz-$target" -max_total_time="$seconds" -print_final_stats=1 \
         -verbosity=0 -max_len=1024 -artifact_prefix="build/fuzz/findings/$target-" \
-        "$corpus" "fuzz/corpus/$target" 2>&1 | sed '/Recommended dictionary/,/End of recommended/d'
-done
+        "$corpus" "fuzz/corpus/$target" >"$log" 2>&1 || status=$?
+    echo "== $target, $seconds seconds, status $status"
+    sed '/Recommended dictionary/,/End of recommended/d' "$log"
+    [ "$status" -eq 0 ]
+}
+export -f fuzz
+export seconds
+printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I '{}' bash -c 'fuzz {}'
