@@ -188,10 +188,10 @@ void Transcript::noteExtension(qint64 index)
 {
     if (m_changes.everything || index >= m_changes.firstNew)
         return;
-    auto at = m_changes.extended.begin();
-    while (at != m_changes.extended.end() && at->paragraph < index)
+    auto at = m_changes.extended.cbegin();
+    while (at != m_changes.extended.cend() && at->paragraph < index)
         ++at;
-    if (at == m_changes.extended.end() || at->paragraph != index)
+    if (at == m_changes.extended.cend() || at->paragraph != index)
         m_changes.extended.insert(
             at, {.paragraph = index, .shownLength = m_paragraphs[index].text.size()});
 }
