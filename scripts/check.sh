@@ -3,10 +3,19 @@
 # desktops will be given, code that nobody uses; and a report of the largest files and functions.
 set -euo pipefail
 
+usage='Usage: scripts/check.sh [--lint]   installs what is missing and checks sources, scripts, texts and desktop
+       files; with --lint also what scripts/lint.sh looks for, which takes minutes'
+lint=false
 case ${1:-} in
+'') ;;
 -h | --help)
-    echo 'Usage: scripts/check.sh   installs what is missing and checks sources, scripts, texts and desktop files'
+    echo "$usage"
     exit 0
+    ;;
+--lint) lint=true ;;
+*)
+    echo "$usage" >&2
+    exit 2
     ;;
 esac
 
@@ -113,7 +122,9 @@ run 'Arabic catalogue' check_catalogue
 run 'Desktop files' check_desktop_files
 run 'Manual pages' check_manual_pages
 run 'Unused functions' check_unused
-# Analysers that need a compilation (clang-tidy, clazy) go here, as functions of their own.
+if $lint; then
+    run 'Lint' ./scripts/lint.sh
+fi
 echo '== The largest files and functions'
 ./scripts/sizes.py
 
