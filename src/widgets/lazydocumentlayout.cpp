@@ -16,7 +16,11 @@ namespace tarn::console {
 namespace {
 
 /// About as much as a screen of text, several times over.
-constexpr qint64 maximumShapedCharacters = 64 * 1024;
+constexpr ShapedBlocks::Limits shapedLimits{
+    .characters = 64 * 1024,
+    .fewBlocks = 128,
+    .charactersOfFewBlocks = 1024 * 1024,
+};
 
 /// The parts of a block that the selections cover.
 QList<QTextLayout::FormatRange>
@@ -59,7 +63,7 @@ int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accur
 
 LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device)
     : QAbstractTextDocumentLayout(document)
-    , m_shaped(maximumShapedCharacters)
+    , m_shaped(shapedLimits)
 {
     setPaintDevice(device);
 }

@@ -27,10 +27,10 @@ constexpr int promptCharacters = 16 * 1024;
 constexpr auto idleDelay = 100ms;
 constexpr auto idleSlice = 4ms;
 
-bool sameLayout(const QTextOption &a, const QTextOption &b)
+/// The position behind a block's last character.
+int endOf(const QTextBlock &block)
 {
-    return a.wrapMode() == b.wrapMode() && a.flags() == b.flags() && a.alignment() == b.alignment()
-           && a.tabStopDistance() == b.tabStopDistance();
+    return block.position() + block.length() - 1;
 }
 
 } // namespace
@@ -45,8 +45,11 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
     const bool noHeights = m_pageWidth < 0;
     const bool newFont = hasNewFont();
+    // The wide line may be gone. A change of a format is no removal, it counts the same twice.
+    const bool maybeNarrower =
+        charsRemoved > 0 && charsRemoved != charsAdded && m_widestLine > lineWidth();
     qreal top = 0;
-    if (noHeights || newFont || wholeDocument)
+    if (noHeights || newFont || wholeDocument || maybeNarrower)
         changeEverything(!noHeights && !newFont && charsRemoved == 0);
     else
         top = topOf(changeBlocks(from, charsRemoved, charsAdded));
@@ -68,7 +71,7 @@ bool LazyDocumentLayout::hasNewFont()
 {
     const QFont font = document()->defaultFont();
     const QTextOption option = document()->defaultTextOption();
-    if (m_extents && font == m_font && sameLayout(option, m_option))
+    if (m_extents && font == m_font && breakAlike(option, m_option))
         return false;
     m_font = font;
     m_option = option;
@@ -104,14 +107,13 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
     // An inserted line break moves what follows it into a block of its own.
     const int end = added > 0 ? from + charsAdded : std::max(from, from + charsAdded - 1);
     QTextBlock first = document()->findBlock(from);
-    // Blocks inserted after a text leave it as it is.
-    const bool isAfterText =
-        from > first.position() && from == first.position() + first.length() - 1;
-    if (charsRemoved == 0 && added > 0 && isAfterText)
-        first = first.next();
     QTextBlock last = document()->findBlock(end);
     if (!last.isValid())
         last = document()->lastBlock();
+    // Blocks inserted after a text leave it as it is, unless they take a part of it with them.
+    const bool isAfterText = from > first.position() && from == endOf(first) && end == endOf(last);
+    if (charsRemoved == 0 && added > 0 && isAfterText)
+        first = first.next();
     const int count = last.blockNumber() - first.blockNumber() + 1;
     m_shaped.replace(first.blockNumber(), count - added, count);
     m_segmented.replace(first.blockNumber(), count - added, count);

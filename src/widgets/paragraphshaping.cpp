@@ -48,6 +48,12 @@ QTextOption paragraphOption(const QTextBlock &block)
     return option;
 }
 
+bool breakAlike(const QTextOption &a, const QTextOption &b)
+{
+    return a.alignment() == b.alignment() && a.wrapMode() == b.wrapMode() && a.flags() == b.flags()
+           && a.tabStopDistance() == b.tabStopDistance();
+}
+
 void keepShapedText(QTextLayout *layout, const QString &text)
 {
     layout->setCacheEnabled(!text.contains(u'\t'));

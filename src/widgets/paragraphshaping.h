@@ -25,6 +25,10 @@ QTextOption paragraphOption(const QTextBlock &block);
 /// that would show: painting gives the tabs at a line's start other widths than line breaking.
 void keepShapedText(QTextLayout *layout, const QString &text);
 
+/// Whether two options break a text that runs in one direction into the same lines, at the same
+/// places.
+bool breakAlike(const QTextOption &a, const QTextOption &b);
+
 /// Breaks a layout's text into lines of a width, as a text document does it.
 ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth);
 

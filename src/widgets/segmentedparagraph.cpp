@@ -14,7 +14,9 @@ namespace {
 /// Short enough to be shaped between two frames, long enough to hold a safe end.
 constexpr qsizetype segmentLength = 2048;
 
-constexpr std::size_t maximumParagraphs = 4;
+/// More than a screen of long paragraphs has, unless they are very long; then a few.
+constexpr qsizetype maximumCharacters = 256 * 1024;
+constexpr std::size_t fewParagraphs = 4;
 
 /// Whether a character leaves the order of a text alone that runs in a direction.
 bool runsWith(QChar character, Qt::LayoutDirection direction)
@@ -38,13 +40,6 @@ bool isAsciiPunctuation(QChar character)
 {
     const char16_t code = character.unicode();
     return code > u' ' && code < 0x7F && !character.isLetterOrNumber();
-}
-
-bool sameLayout(const QTextOption &a, const QTextOption &b)
-{
-    return a.textDirection() == b.textDirection() && a.alignment() == b.alignment()
-           && a.wrapMode() == b.wrapMode() && a.flags() == b.flags()
-           && a.tabStopDistance() == b.tabStopDistance();
 }
 
 /// Of the widest of the first lines.
@@ -81,6 +76,8 @@ bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
 {
     if (!isContinuedBy(text, setting))
         reset();
+    else if (!m_text.isEmpty() && text.size() == m_text.size())
+        return m_suits;
     const Qt::LayoutDirection direction = setting.option.textDirection();
     m_suits =
         m_suits
@@ -98,7 +95,8 @@ bool SegmentedParagraph::isContinuedBy(const QString &text, const Setting &setti
 {
     return text.startsWith(m_text) && setting.font == m_setting.font
            && setting.device == m_setting.device && setting.lineWidth == m_setting.lineWidth
-           && sameLayout(setting.option, m_setting.option);
+           && setting.option.textDirection() == m_setting.option.textDirection()
+           && breakAlike(setting.option, m_setting.option);
 }
 
 void SegmentedParagraph::reset()
@@ -219,13 +217,25 @@ SegmentedParagraph &SegmentedParagraphs::of(int block)
     auto found = std::find_if(m_paragraphs.begin(), m_paragraphs.end(),
                               [block](const auto &entry) { return entry.first == block; });
     if (found == m_paragraphs.end()) {
-        if (m_paragraphs.size() == maximumParagraphs)
-            m_paragraphs.erase(m_paragraphs.begin());
+        dropOldest();
         m_paragraphs.emplace_back(block, std::make_unique<SegmentedParagraph>());
     } else {
         std::rotate(found, std::next(found), m_paragraphs.end());
     }
     return *m_paragraphs.back().second;
+}
+
+/// Makes room for one more.
+void SegmentedParagraphs::dropOldest()
+{
+    qsizetype characters = 0;
+    std::size_t kept = 0;
+    for (auto entry = m_paragraphs.rbegin(); entry != m_paragraphs.rend(); ++entry, ++kept) {
+        characters += entry->second->length();
+        if (characters > maximumCharacters && kept + 1 >= fewParagraphs)
+            break;
+    }
+    m_paragraphs.erase(m_paragraphs.begin(), std::prev(m_paragraphs.end(), std::ptrdiff_t(kept)));
 }
 
 void SegmentedParagraphs::replace(int first, int removed, int inserted)

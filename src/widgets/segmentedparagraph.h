@@ -44,6 +44,7 @@ public:
     bool shape(const QString &text, const Setting &setting);
 
     ParagraphSize size() const;
+    qsizetype length() const { return m_text.size(); }
 
     void draw(QPainter *painter, QPointF position, const QRectF &clip) const;
     void drawCursor(QPainter *painter, QPointF position, int offset, int width) const;
@@ -65,8 +66,8 @@ private:
     std::vector<Segment> m_segments;
 };
 
-/// The paragraphs shaped in segments, by the number of their block. A few at most: what is in
-/// sight of a screen full of long paragraphs, and the two that the streams extend.
+/// The paragraphs shaped in segments, by the number of their block: what was used last, enough for
+/// a screen of long paragraphs and the two that the streams extend.
 class SegmentedParagraphs
 {
 public:
@@ -82,7 +83,9 @@ public:
     void clear();
 
 private:
-    std::vector<std::pair<int, std::unique_ptr<SegmentedParagraph>>> m_paragraphs;
+    void dropOldest();
+
+    std::vector<std::pair<int, std::unique_ptr<SegmentedParagraph>>> m_paragraphs; ///< newest last
 };
 
 } // namespace tarn::console

@@ -5,8 +5,8 @@
 
 namespace tarn::console {
 
-ShapedBlocks::ShapedBlocks(qint64 maximumCharacters)
-    : m_maximumCharacters(maximumCharacters)
+ShapedBlocks::ShapedBlocks(Limits limits)
+    : m_limits(limits)
 {
 }
 
@@ -27,14 +27,21 @@ void ShapedBlocks::use(int block, int characters, const std::function<void(int b
     m_entries.push_back({block, characters});
     m_characters += characters;
 
-    constexpr std::size_t kept = 2;
     std::size_t released = 0;
-    while (m_characters > m_maximumCharacters && m_entries.size() - released > kept) {
+    while (exceedLimits(m_entries.size() - released)) {
         const Entry &oldest = m_entries[released++];
         m_characters -= oldest.characters;
         release(oldest.block);
     }
     m_entries.erase(m_entries.begin(), m_entries.begin() + static_cast<std::ptrdiff_t>(released));
+}
+
+bool ShapedBlocks::exceedLimits(std::size_t blocks) const
+{
+    if (blocks <= 2)
+        return false;
+    return m_characters
+           > (blocks > m_limits.fewBlocks ? m_limits.characters : m_limits.charactersOfFewBlocks);
 }
 
 void ShapedBlocks::replace(int first, int removed, int inserted)

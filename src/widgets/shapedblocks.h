@@ -12,9 +12,19 @@ namespace tarn::console {
 class ShapedBlocks
 {
 public:
-    /// At least the two blocks used last stay, however long they are: a caret moves from one to
-    /// the other.
-    explicit ShapedBlocks(qint64 maximumCharacters);
+    struct Limits
+    {
+        /// More characters than that stay only while they are in few blocks.
+        qint64 characters = 0;
+        /// As many blocks as a screen can show: what is in sight must not be shaped for each
+        /// painting, and lines of combining marks are long without being wide.
+        std::size_t fewBlocks = 0;
+        /// Never more than that, except in the two blocks used last: a caret moves from one to the
+        /// other.
+        qint64 charactersOfFewBlocks = 0;
+    };
+
+    explicit ShapedBlocks(Limits limits);
 
     bool contains(int block) const;
 
@@ -37,7 +47,9 @@ private:
         int characters;
     };
 
-    qint64 m_maximumCharacters;
+    bool exceedLimits(std::size_t blocks) const;
+
+    Limits m_limits;
     qint64 m_characters = 0;
     std::vector<Entry> m_entries; ///< the one used last comes last
 };

@@ -8,6 +8,7 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextLayout>
 
 #include <functional>
 
@@ -86,6 +87,7 @@ private Q_SLOTS:
     void aViewportWithoutRoomDoesNoHarm();
     void hugeParagraphs_data();
     void hugeParagraphs();
+    void aScreenOfLongFlatLinesStaysShaped();
     void manyParagraphsBecomeExact();
     void manyParagraphsAfterAnotherWidth();
     void manyParagraphsAfterAnInsertionAtTheTop();
@@ -297,6 +299,21 @@ void TestLazyDocumentLayout::hugeParagraphs()
     twins.both([](QTextEdit &edit) { edit.verticalScrollBar()->setValue(0); });
     twins.both(edit(1, int(text.size()), 0, u" and more"_s));
     QCOMPARE(twins.difference(), QString());
+}
+
+void TestLazyDocumentLayout::aScreenOfLongFlatLinesStaysShaped()
+{
+    // Long and narrow: joiners have no width.
+    const QString line = u'x' + QString(5'000, QChar(0x200D)) + u'\n';
+    TwinEdits twins;
+    twins.show(QSize(320, 600));
+    twins.setText(line.repeated(20));
+    QVERIFY(twins.settle());
+    twins.lazy().viewport()->grab();
+    const QTextDocument *document = twins.lazy().document();
+    QVERIFY(document->lineCount() <= twins.lazy().viewport()->height());
+    for (int number = 0; number < 20; ++number)
+        QVERIFY(document->findBlockByNumber(number).layout()->lineCount() > 0);
 }
 
 void TestLazyDocumentLayout::manyParagraphsBecomeExact()

@@ -67,6 +67,9 @@ private Q_SLOTS:
     void keysMoveTheCaretAlike_data();
     void keysMoveTheCaretAlike();
     void typingAndErasing();
+    void aWrappedParagraphIsSplitAndJoined_data();
+    void aWrappedParagraphIsSplitAndJoined();
+    void theRangeShrinksWithTheWidestLine();
     void doubleAndTripleClicksSelectAlike();
     void draggingBeyondTheEdgeScrollsAndSelects_data();
     void draggingBeyondTheEdgeScrollsAndSelects();
@@ -186,6 +189,55 @@ void TestLazyDocumentLayoutEditing::typingAndErasing()
     press(Qt::Key_A, Qt::ControlModifier);
     type(u"x"_s);
     QCOMPARE(m_twins->difference(), QString());
+}
+
+void TestLazyDocumentLayoutEditing::aWrappedParagraphIsSplitAndJoined_data()
+{
+    QTest::addColumn<int>("position");
+    QTest::newRow("in the middle") << 8;
+    QTest::newRow("at the start") << 0;
+    QTest::newRow("before the last character") << 1'199;
+    QTest::newRow("at the end") << 1'200;
+}
+
+void TestLazyDocumentLayoutEditing::aWrappedParagraphIsSplitAndJoined()
+{
+    QFETCH(int, position);
+    // The scroll bar is there before and after: without one that comes or goes, nothing lays out
+    // the rest anew.
+    m_twins->setText(u"word "_s.repeated(240) + u'\n' + longText());
+    QCOMPARE(m_twins->difference(), QString());
+    m_twins->both([&](QTextEdit &edit) {
+        QTextCursor cursor(edit.document());
+        cursor.setPosition(position);
+        edit.setTextCursor(cursor);
+        cursor.insertBlock();
+    });
+    QCOMPARE(m_twins->difference(), QString());
+    m_twins->both([](QTextEdit &edit) { edit.undo(); });
+    QCOMPARE(m_twins->difference(), QString());
+    m_twins->both([](QTextEdit &edit) { edit.redo(); });
+    QCOMPARE(m_twins->difference(), QString());
+    m_twins->both([](QTextEdit &edit) { QTest::keyClick(&edit, Qt::Key_Backspace); });
+    QCOMPARE(m_twins->difference(), QString());
+    m_twins->both([](QTextEdit &edit) { edit.undo(); });
+    QCOMPARE(m_twins->difference(), QString());
+}
+
+void TestLazyDocumentLayoutEditing::theRangeShrinksWithTheWidestLine()
+{
+    m_twins->both([](QTextEdit &edit) { edit.setFont(QFont(u"Noto Sans Arabic"_s, 72)); });
+    m_twins->setText(u"\uFDFD"_s);
+    QVERIFY(m_twins->settle());
+    QVERIFY(m_twins->lazy().horizontalScrollBar()->maximum() > 0);
+    m_twins->both([](QTextEdit &edit) {
+        edit.moveCursor(QTextCursor::End);
+        QTest::keyClick(&edit, Qt::Key_Backspace);
+    });
+    QVERIFY(m_twins->settle());
+    QVERIFY(m_twins->lazy().document()->isEmpty());
+    QCOMPARE(m_twins->lazy().horizontalScrollBar()->maximum(), 0);
+    QCOMPARE(m_twins->stock().horizontalScrollBar()->maximum(), 0);
 }
 
 void TestLazyDocumentLayoutEditing::doubleAndTripleClicksSelectAlike()

@@ -67,6 +67,8 @@ private Q_SLOTS:
     void refusesTabsThatAreWiderThanTheLines();
     void aRefusedTextMayBeFollowedByAnother();
     void paragraphsFollowTheirBlocks();
+    void aScreenOfParagraphsIsKept();
+    void ofVeryLongParagraphsAFewAreKept();
 };
 
 void TestSegmentedParagraph::aGrowingTextLooksAsInOnePiece_data()
@@ -186,6 +188,31 @@ void TestSegmentedParagraph::paragraphsFollowTheirBlocks()
     QVERIFY(paragraphs.of(9).size().height == 0);
     paragraphs.clear();
     QCOMPARE(paragraphs.of(3).size().height, 0);
+}
+
+/// Uses paragraphs, and then says which of them are still shaped.
+QList<int> keptOf(int count, const QString &text)
+{
+    SegmentedParagraphs paragraphs;
+    for (int number = 0; number < count; ++number)
+        paragraphs.of(number).shape(text, setting(Qt::LeftToRight));
+    QList<int> kept;
+    for (int number = count - 1; number >= 0; --number) {
+        if (paragraphs.of(number).length() == 0)
+            break;
+        kept.prepend(number);
+    }
+    return kept;
+}
+
+void TestSegmentedParagraph::aScreenOfParagraphsIsKept()
+{
+    QCOMPARE(keptOf(40, u"step by step "_s.repeated(200)).size(), 40);
+}
+
+void TestSegmentedParagraph::ofVeryLongParagraphsAFewAreKept()
+{
+    QCOMPARE(keptOf(8, u"step by step "_s.repeated(6'000)), (QList<int>{4, 5, 6, 7}));
 }
 
 QTEST_MAIN(TestSegmentedParagraph)

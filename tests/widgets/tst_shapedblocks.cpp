@@ -7,6 +7,11 @@ using namespace tarn::console;
 
 namespace {
 
+ShapedBlocks::Limits atMost(qint64 characters)
+{
+    return {.characters = characters, .fewBlocks = 0, .charactersOfFewBlocks = characters};
+}
+
 /// Uses blocks of ten characters each; returns what was released, in order.
 QList<int> use(ShapedBlocks *blocks, const QList<int> &numbers)
 {
@@ -38,6 +43,7 @@ private Q_SLOTS:
     void countsTheLastLengthOfABlock();
     void theTwoBlocksUsedLastStay();
     void aLongBlockReleasesSeveral();
+    void aScreenOfLongBlocksStays();
     void replacedBlocksAreForgotten_data();
     void replacedBlocksAreForgotten();
     void renumberedBlocksKeepTheirOrder();
@@ -46,7 +52,7 @@ private Q_SLOTS:
 
 void TestShapedBlocks::keepsAsManyCharactersAsAllowed()
 {
-    ShapedBlocks blocks(30);
+    ShapedBlocks blocks(atMost(30));
     QCOMPARE(use(&blocks, {1, 2, 3}), QList<int>());
     QCOMPARE(blocks.characters(), 30);
     QCOMPARE(use(&blocks, {4}), QList<int>{1});
@@ -56,14 +62,14 @@ void TestShapedBlocks::keepsAsManyCharactersAsAllowed()
 
 void TestShapedBlocks::releasesWhatWasUsedLongestAgo()
 {
-    ShapedBlocks blocks(30);
+    ShapedBlocks blocks(atMost(30));
     use(&blocks, {1, 2, 3, 1});
     QCOMPARE(use(&blocks, {4, 5, 6}), (QList<int>{2, 3, 1}));
 }
 
 void TestShapedBlocks::countsTheLastLengthOfABlock()
 {
-    ShapedBlocks blocks(100);
+    ShapedBlocks blocks(atMost(100));
     use(&blocks, {1, 2});
     blocks.use(1, 25, [](int) { QFAIL("released within the budget"); });
     QCOMPARE(blocks.characters(), 35);
@@ -71,7 +77,7 @@ void TestShapedBlocks::countsTheLastLengthOfABlock()
 
 void TestShapedBlocks::theTwoBlocksUsedLastStay()
 {
-    ShapedBlocks blocks(5);
+    ShapedBlocks blocks(atMost(5));
     QCOMPARE(use(&blocks, {1, 2, 1, 2}), QList<int>());
     QCOMPARE(contained(blocks), (QList<int>{1, 2}));
     QCOMPARE(use(&blocks, {3}), QList<int>{1});
@@ -80,12 +86,23 @@ void TestShapedBlocks::theTwoBlocksUsedLastStay()
 
 void TestShapedBlocks::aLongBlockReleasesSeveral()
 {
-    ShapedBlocks blocks(50);
+    ShapedBlocks blocks(atMost(50));
     use(&blocks, {1, 2, 3, 4, 5});
     QList<int> released;
     blocks.use(6, 35, [&released](int block) { released.append(block); });
     QCOMPARE(released, (QList<int>{1, 2, 3, 4}));
     QCOMPARE(blocks.characters(), 45);
+}
+
+void TestShapedBlocks::aScreenOfLongBlocksStays()
+{
+    ShapedBlocks blocks({.characters = 30, .fewBlocks = 4, .charactersOfFewBlocks = 45});
+    QCOMPARE(use(&blocks, {1, 2, 3, 4}), QList<int>());
+    QCOMPARE(use(&blocks, {5}), QList<int>{1});
+    QList<int> released;
+    blocks.use(6, 20, [&released](int block) { released.append(block); });
+    QCOMPARE(released, (QList<int>{2, 3}));
+    QCOMPARE(blocks.characters(), 40);
 }
 
 void TestShapedBlocks::replacedBlocksAreForgotten_data()
@@ -115,7 +132,7 @@ void TestShapedBlocks::replacedBlocksAreForgotten()
     QFETCH(int, removed);
     QFETCH(int, inserted);
     QFETCH(QList<int>, left);
-    ShapedBlocks blocks(1000);
+    ShapedBlocks blocks(atMost(1000));
     use(&blocks, {10, 11, 12});
     blocks.replace(first, removed, inserted);
     QCOMPARE(contained(blocks), left);
@@ -124,7 +141,7 @@ void TestShapedBlocks::replacedBlocksAreForgotten()
 
 void TestShapedBlocks::renumberedBlocksKeepTheirOrder()
 {
-    ShapedBlocks blocks(30);
+    ShapedBlocks blocks(atMost(30));
     use(&blocks, {12, 10, 11});
     blocks.replace(0, 0, 5);
     QCOMPARE(use(&blocks, {1, 2}), (QList<int>{17, 15}));
@@ -132,7 +149,7 @@ void TestShapedBlocks::renumberedBlocksKeepTheirOrder()
 
 void TestShapedBlocks::clearReleasesEverything()
 {
-    ShapedBlocks blocks(1000);
+    ShapedBlocks blocks(atMost(1000));
     use(&blocks, {3, 1, 2});
     QList<int> released;
     blocks.clear([&](int block) {
