@@ -102,7 +102,10 @@ void InputEditor::insertFromMimeData(const QMimeData *source)
             m_rejectedPasteHandler();
         return;
     }
-    if (text.size() > maximumLength - document()->characterCount()) {
+    const QTextCursor cursor = textCursor();
+    const int replaced = cursor.selectionEnd() - cursor.selectionStart();
+    const int kept = document()->characterCount() - 1 - replaced;
+    if (text.size() > maximumLength - kept) {
         if (m_oversizedPasteHandler)
             m_oversizedPasteHandler();
         return;

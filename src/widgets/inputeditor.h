@@ -13,8 +13,8 @@ namespace tarn::console {
 class InputEditor : public QTextEdit
 {
 public:
-    /// No insertion makes the text longer than this, in UTF-16 units: twice what a line of program
-    /// input can have. Laying out a line takes far longer the longer it is.
+    /// Nothing pasted or dropped makes the text longer than this, in UTF-16 units: twice what a
+    /// line of program input can have. Laying out a line takes far longer the longer it is.
     static constexpr int maximumLength = 128 * 1024;
 
     explicit InputEditor(QWidget *parent = nullptr);

@@ -27,6 +27,7 @@ struct EditorWithDraft
     EditorWithDraft()
     {
         editor.setRejectedPasteHandler([this] { ++rejected; });
+        editor.setOversizedPasteHandler([this] { ++oversized; });
         editor.setSubmitHandler([this] { ++submitted; });
         editor.setPlainText(draft);
         QTextCursor cursor = editor.textCursor();
@@ -49,6 +50,7 @@ struct EditorWithDraft
 
     InputEditor editor;
     int rejected = 0;
+    int oversized = 0;
     int submitted = 0;
 };
 
@@ -87,6 +89,11 @@ std::unique_ptr<QMimeData> plainText(const QString &text)
     return data;
 }
 
+QString words(int length)
+{
+    return u"word "_s.repeated(length / 5 + 1).first(length);
+}
+
 void addRowForEachWay(const char *name, const QString &text)
 {
     QTest::addRow("%s, Ctrl+V", name) << text << Way::Keys;
@@ -108,6 +115,8 @@ private Q_SLOTS:
     void otherTextIsInserted();
     void refusalKeepsTheSelection();
     void insertionReplacesTheSelection();
+    void whatWouldGetTooLongIsRefused();
+    void theSelectionMakesRoom();
     void refusalWithoutHandlerIsSilent();
     void nothingToInsertIsNoRefusal_data();
     void nothingToInsertIsNoRefusal();
@@ -188,6 +197,28 @@ void TestInputEditorInsertion::insertionReplacesTheSelection()
     insert(shown.editor, plainText(u"line"_s), Way::Keys);
     QCOMPARE(shown.editor.toPlainText(), u"the line"_s);
     QCOMPARE(shown.editor.textCursor().position(), 8);
+}
+
+void TestInputEditorInsertion::whatWouldGetTooLongIsRefused()
+{
+    const int room = InputEditor::maximumLength - int(draft.size());
+    EditorWithDraft shown;
+    insert(shown.editor, plainText(words(room + 1)), Way::Keys);
+    QCOMPARE(shown.oversized, 1);
+    QCOMPARE(shown.editor.toPlainText(), draft);
+    insert(shown.editor, plainText(words(room)), Way::Keys);
+    QCOMPARE(shown.oversized, 1);
+    QCOMPARE(shown.editor.toPlainText().size(), InputEditor::maximumLength);
+}
+
+void TestInputEditorInsertion::theSelectionMakesRoom()
+{
+    EditorWithDraft shown;
+    shown.select(0, 3);
+    const int room = InputEditor::maximumLength - int(draft.size()) + 3;
+    insert(shown.editor, plainText(words(room)), Way::Keys);
+    QCOMPARE(shown.oversized, 0);
+    QCOMPARE(shown.editor.toPlainText().size(), InputEditor::maximumLength);
 }
 
 void TestInputEditorInsertion::refusalWithoutHandlerIsSilent()
