@@ -230,7 +230,9 @@ QString AccessibleTranscript::attributes(int offset, int *start, int *end) const
     const QString side = block.textDirection() == Qt::RightToLeft
                              ? u"text-align:right;writing-mode:rl;"_s
                              : u"text-align:left;"_s;
-    return u"font-family:\"%1\";font-size:%2pt;"_s.arg(font.family()).arg(font.pointSize()) + side;
+    return u"font-family:\"%1\";font-size:%2pt;"_s.arg(font.family(),
+                                                       QString::number(font.pointSize()))
+           + side;
 }
 
 } // namespace tarn::console

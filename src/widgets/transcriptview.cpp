@@ -15,6 +15,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QScopedValueRollback>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTextBlock>
@@ -98,12 +99,13 @@ void TranscriptView::restoreCursor(int anchor, int position)
     position = std::clamp(position, 0, last);
     // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
     QTextCursor cursor(document());
-    // Nobody asks where it is on the screen, and its paragraph may be one that is growing.
+    // Qt asks where it is on the screen, which does not matter: the view gets its place next. And
+    // its paragraph may be one that is growing.
     m_layout->setShapesLongBlocks(false);
+    const auto shapeAgain = qScopeGuard([this] { m_layout->setShapesLongBlocks(true); });
     cursor.setPosition(anchor);
     cursor.setPosition(position, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
-    m_layout->setShapesLongBlocks(true);
 }
 
 void TranscriptView::updateDocument()

@@ -113,7 +113,7 @@ TranscriptView::ScrollAnchor TranscriptView::firstExactInSight() const
     return {.blockNumber = block.blockNumber(), .offset = m_layout->topOf(block) - value};
 }
 
-/// Heights that turn out to be others move nothing in view.
+/// Heights that turn out to be others move nothing in view. The layout asks for the painting.
 void TranscriptView::showMeasured()
 {
     if (m_settling)
@@ -122,7 +122,6 @@ void TranscriptView::showMeasured()
     const QScopedValueRollback guard(m_settling, true);
     settle(m_place);
     m_followEnd = followed;
-    viewport()->update();
 }
 
 /// What comes into view on the way there can move the cursor out of it again.
