@@ -109,11 +109,18 @@ private:
             m_view.resize(50 + take(), 50 + take());
             break;
         case 8:
-            m_view.findLiteral(QString::fromLatin1(takeBytes(1)), kind > 127);
+            find(QString::fromLatin1(takeBytes(1)), kind > 127);
             break;
         default:
             press(take());
         }
+    }
+
+    void find(const QString &text, bool backward)
+    {
+        const TranscriptFindResult found = m_view.findLiteral(text, backward);
+        if (found.found && m_transcript.copy(found.position, found.position + found.length) != text)
+            stopAt(u"a match is somewhere else than at %1"_s.arg(found.position));
     }
 
     void press(uchar choice)

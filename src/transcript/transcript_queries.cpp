@@ -80,13 +80,14 @@ TranscriptFindResult Transcript::findLiteral(const QString &text, qint64 from, b
             .found = true, .wrapped = wrapped, .position = position, .length = text.size()};
     };
 
-    // A start of -1 means the end of the text, so that going back from 0 searches everything.
+    // A start of -1 means the last character, so that going back from 0 searches everything.
+    // Without it Qt 6.4 begins behind the text, and finds U+0000 there.
     const qsizetype position =
         backward ? document.lastIndexOf(text, start - 1) : document.indexOf(text, start);
     if (position >= 0)
         return result(position, false);
     const qsizetype wrappedPosition =
-        backward ? document.lastIndexOf(text) : document.indexOf(text);
+        backward ? document.lastIndexOf(text, -1) : document.indexOf(text);
     if (wrappedPosition >= 0)
         return result(wrappedPosition, true);
     return {};

@@ -50,12 +50,12 @@ def type_line(text):
 
 
 class Clipboard:
-    """The clipboard as another program sees it."""
+    """The clipboard, or the selection "primary", as another program sees it."""
 
     @staticmethod
-    def read(target="UTF8_STRING"):
+    def read(target="UTF8_STRING", selection="clipboard"):
         result = subprocess.run(
-            ["xclip", "-selection", "clipboard", "-out", "-target", target],
+            ["xclip", "-selection", selection, "-out", "-target", target],
             capture_output=True, check=False)
         return result.stdout.decode() if result.returncode == 0 else None
 
@@ -67,8 +67,8 @@ class Clipboard:
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
 
     @classmethod
-    def formats(cls):
-        return (cls.read("TARGETS") or "").split()
+    def formats(cls, selection="clipboard"):
+        return (cls.read("TARGETS", selection) or "").split()
 
 
 def is_running(pid):

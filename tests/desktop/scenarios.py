@@ -82,6 +82,13 @@ def copy_output(console):
     console.wait_for_transcript(lambda shown: shown == expected, repr(expected))
     check("text/html" not in Clipboard.formats(), f"the formats are {Clipboard.formats()}")
     console.wait_until_idle()
+
+    # What is selected can be pasted with the middle button.
+    press("ctrl+1", "ctrl+Home", "ctrl+shift+End")
+    wait_for(lambda: Clipboard.read(selection="primary") == expected, "the selection")
+    formats = Clipboard.formats("primary")
+    others = [name for name in formats if "/" in name and not name.startswith("text/plain")]
+    check(formats and not others, f"the formats of the selection are {formats}")
     console.quit()
 
 

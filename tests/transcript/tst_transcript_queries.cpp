@@ -256,6 +256,7 @@ void TestTranscriptQueries::findBackward_data()
     QTest::newRow("from the start is not round") << u"two"_s << qint64(0) << found(4, 3);
     QTest::newRow("absent") << u"three"_s << qint64(0) << notFound();
     QTest::newRow("absent from the end") << u"three"_s << qint64(12) << notFound();
+    QTest::newRow("nothing is behind the end") << QString(QChar(0)) << qint64(5) << notFound();
     QTest::newRow("empty") << QString() << qint64(5) << notFound();
     QTest::newRow("line feed at the end") << u"\n"_s << qint64(0) << found(11, 1);
     QTest::newRow("the whole document") << u"one two one\n"_s << qint64(1) << found(0, 12);
