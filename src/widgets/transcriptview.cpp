@@ -220,17 +220,43 @@ void TranscriptView::applyParagraphFormats()
     QTextCursor edit(document());
     // Outside one edit block, every single format would be a layout pass of its own.
     edit.beginEditBlock();
-    const qint64 paragraphCount =
-        std::min<qint64>(m_blockMap.paragraphCount(), m_transcript->paragraphs().size());
-    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        const qint64 paragraph = m_blockMap.paragraphOfBlock(block.blockNumber());
-        const auto presentation = paragraph < paragraphCount
-                                      ? m_transcript->presentationForParagraph(paragraph)
-                                      : ParagraphPresentation();
-        if (!hasBlockPresentation(block.blockFormat(), presentation))
-            QTextCursor(block).mergeBlockFormat(blockFormatFor(presentation));
-    }
+    for (QTextBlock block = document()->begin(); block.isValid();)
+        block = presentRun(block);
     edit.endEditBlock();
+}
+
+/// Gives a block and those after it that share its presentation that presentation, in one piece;
+/// returns the block after the last.
+QTextBlock TranscriptView::presentRun(QTextBlock block)
+{
+    const ParagraphPresentation presentation = presentationOfBlock(block.blockNumber());
+    const int start = block.position();
+    int end = start;
+    bool presented = true;
+    int number = block.blockNumber();
+    do {
+        presented = presented && hasBlockPresentation(block.blockFormat(), presentation);
+        end = block.position();
+        block = block.next();
+        ++number;
+    } while (block.isValid() && presentationOfBlock(number) == presentation);
+    if (!presented) {
+        QTextCursor cursor(document());
+        cursor.setPosition(start);
+        cursor.setPosition(end, QTextCursor::KeepAnchor);
+        cursor.mergeBlockFormat(blockFormatFor(presentation));
+    }
+    return block;
+}
+
+ParagraphPresentation TranscriptView::presentationOfBlock(int number) const
+{
+    const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
+    // Behind the last paragraph, and before anything is shown, there is an empty block.
+    if (paragraph
+        >= std::min<qint64>(m_blockMap.paragraphCount(), m_transcript->paragraphs().size()))
+        return {};
+    return m_transcript->presentationForParagraph(paragraph);
 }
 
 TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backward)

@@ -50,6 +50,8 @@ public:
 
     /// Gives every block the presentation of the paragraph whose text it shows.
     void applyParagraphFormats();
+    QTextBlock presentRun(QTextBlock block);
+    ParagraphPresentation presentationOfBlock(int number) const;
 
     /// Searches on from the selection and selects the match. Showing it never changes whether the
     /// view follows the end.
