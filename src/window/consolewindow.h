@@ -142,6 +142,8 @@ private:
     void showInputTooLong();
     void echoInput(const QByteArray &line);
     void handleLimit(const TranscriptAppendResult &result);
+    /// Closes when nothing runs; a question whether to close that is open is withdrawn.
+    void closeUnasked();
     StatusMessage outcomeMessage(const ProgramOutcome &outcome) const;
 
     Transcript m_transcript;

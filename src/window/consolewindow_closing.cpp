@@ -6,6 +6,14 @@
 
 namespace tarn::console {
 
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr auto questionName = "closeQuestion"_L1;
+
+} // namespace
+
 void ConsoleWindow::closeEvent(QCloseEvent *event)
 {
     if (!m_session.isActive()) {
@@ -17,6 +25,7 @@ void ConsoleWindow::closeEvent(QCloseEvent *event)
     event->ignore();
 
     QMessageBox box(this);
+    box.setObjectName(questionName);
     box.setIcon(QMessageBox::Question);
     box.setWindowTitle(tr("TARN Console"));
     box.setText(tr("A program is still running."));
@@ -37,11 +46,23 @@ void ConsoleWindow::stopAndClose()
     for (QDialog *dialog : dialogs)
         dialog->reject();
     if (!m_session.isActive()) {
-        close();
+        closeUnasked();
         return;
     }
     m_closeAfterStop = true;
     m_session.stop();
+}
+
+void ConsoleWindow::closeUnasked()
+{
+    auto *question = findChild<QMessageBox *>(questionName);
+    if (!question) {
+        close();
+        return;
+    }
+    // Qt takes no close() while the close event that asks has not returned.
+    connect(question, &QObject::destroyed, this, &QWidget::close, Qt::QueuedConnection);
+    question->reject();
 }
 
 } // namespace tarn::console

@@ -97,7 +97,7 @@ void ConsoleWindow::completeRun(const ProgramOutcome &outcome)
     updateRunControls();
     if (m_closeAfterStop) {
         m_closeAfterStop = false;
-        close();
+        closeUnasked();
     }
 }
 

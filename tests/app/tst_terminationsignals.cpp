@@ -37,6 +37,7 @@ private Q_SLOTS:
     void stopsTheProgramFirst();
     void stopsAStubbornProgram();
     void answersTheQuestionItself();
+    void answersTheQuestionOfAProgramThatHasEnded();
     void cancelsOpenDialogs_data();
     void cancelsOpenDialogs();
     void aSecondSignalEndsAtOnce();
@@ -137,6 +138,29 @@ void TestTerminationSignals::answersTheQuestionItself()
     QVERIFY(cancelled);
     QTRY_VERIFY(!fixture.window->isVisible());
     QVERIFY(!fixture.window->session().isActive());
+}
+
+void TestTerminationSignals::answersTheQuestionOfAProgramThatHasEnded()
+{
+    QSettings().clear();
+    ConsoleStartupOptions options = englishOptions();
+    options.usePersistentSettings = true;
+    const ConsoleWindowFixture fixture("wait-for-file go\n"
+                                       "exit 2\n",
+                                       options);
+    const TerminationSignals termination([&] { fixture.window->stopAndClose(); });
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    QVERIFY(meetDialog([&] { fixture.window->close(); },
+                       [&](QDialog *question) {
+                           fixture.source.release(u"go"_s);
+                           QVERIFY(fixture.waitForEnd());
+                           QVERIFY(question->isVisible());
+                           QCOMPARE(::kill(::getpid(), SIGTERM), 0);
+                           QTRY_VERIFY(!question->isVisible());
+                       }));
+    QTRY_VERIFY(!fixture.window->isVisible());
+    QVERIFY(QSettings().contains(u"windowGeometry"_s));
 }
 
 void TestTerminationSignals::cancelsOpenDialogs_data()

@@ -93,6 +93,7 @@ private Q_SLOTS:
     void stopAndCloseClosesAfterTheOutcome();
     void stopAndCloseWaitsForTheProgram();
     void stopAndCloseHoldsForOneClosing();
+    void stopAndCloseHoldsWhenItIsAskedAgain();
     void programGoesOnWhileTheQuestionIsOpen();
     void programThatEndsWhileTheQuestionIsOpen_data();
     void programThatEndsWhileTheQuestionIsOpen();
@@ -317,6 +318,27 @@ void TestConsoleWindowClosing::stopAndCloseHoldsForOneClosing()
     QVERIFY(fixture.run());
     fixture.trigger("sendAction");
     QVERIFY(fixture.waitForEnd());
+    QVERIFY(fixture.window->isVisible());
+}
+
+void TestConsoleWindowClosing::stopAndCloseHoldsWhenItIsAskedAgain()
+{
+    const ConsoleWindowFixture fixture("ignore-term\nready\nwait-for-file go\nexit 0");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runUntil(u"ready"_s));
+    QVERIFY(click(fixture, stopAndClose));
+    QVERIFY(answer(fixture, [&](QMessageBox *box) {
+        QVERIFY(fixture.window->session().isActive());
+        QTRY_VERIFY(!box->isVisible());
+        QVERIFY(!fixture.window->session().isActive());
+    }));
+    QTRY_VERIFY(!fixture.window->isVisible());
+
+    // The wish has been fulfilled: it does not close the window after another run.
+    fixture.source.release(u"go"_s);
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    QCoreApplication::processEvents();
     QVERIFY(fixture.window->isVisible());
 }
 
