@@ -103,6 +103,7 @@ private Q_SLOTS:
     void oneLineFitsInAnyScript();
 
     void controlWheelIsLeftToTheWindow();
+    void theWheelScrollsADraftThatIsTooHigh();
 };
 
 void TestInputEditor::isAPlainTextWidget()
@@ -394,6 +395,22 @@ void TestInputEditor::controlWheelIsLeftToTheWindow()
     QCoreApplication::sendEvent(shown.editor.viewport(), &event);
     QVERIFY(!event.isAccepted());
     QCOMPARE(shown.editor.document()->defaultFont(), font);
+}
+
+void TestInputEditor::theWheelScrollsADraftThatIsTooHigh()
+{
+    ShownEditor shown;
+    shown.editor.setMaximumHeight(60);
+    shown.editor.setPlainText(u"many words "_s.repeated(60));
+    shown.editor.moveCursor(QTextCursor::Start);
+    const QScrollBar *bar = shown.editor.verticalScrollBar();
+    QTRY_VERIFY(bar->maximum() > 0);
+    QCOMPARE(bar->value(), 0);
+    const QPoint point = shown.editor.viewport()->rect().center();
+    QWheelEvent event(point, shown.editor.viewport()->mapToGlobal(point), QPoint(), QPoint(0, -120),
+                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(shown.editor.viewport(), &event);
+    QVERIFY(bar->value() > 0);
 }
 
 QTEST_MAIN(TestInputEditor)

@@ -77,6 +77,7 @@ private Q_SLOTS:
     void inputMethodsComposeAlike();
     void inputMethodsLearnWhereTheCaretIs();
     void theCaretIsDrawnAlike();
+    void theCaretOfALongParagraphIsDrawnAlike();
     void aCopyPrintsAlike();
 
 private:
@@ -358,6 +359,23 @@ void TestLazyDocumentLayoutEditing::theCaretIsDrawnAlike()
     m_twins->both([](QTextEdit &edit) { sendFocus(edit, QEvent::FocusIn); });
     for (int i = 0; i < 40; ++i) {
         m_twins->both([](QTextEdit &edit) { QTest::keyClick(&edit, Qt::Key_Right); });
+        sameState();
+        QVERIFY(m_twins->lazy().viewport()->grab().toImage()
+                == m_twins->stock().viewport()->grab().toImage());
+    }
+}
+
+void TestLazyDocumentLayoutEditing::theCaretOfALongParagraphIsDrawnAlike()
+{
+    m_twins->setText(u"step by step "_s.repeated(400));
+    QVERIFY(m_twins->settle());
+    m_twins->both([](QTextEdit &edit) { sendFocus(edit, QEvent::FocusIn); });
+    for (const int position : {0, 1, 700, 2'000, 2'048, 3'333, 5'199, 5'200}) {
+        m_twins->both([&](QTextEdit &edit) {
+            QTextCursor cursor(edit.document());
+            cursor.setPosition(position);
+            edit.setTextCursor(cursor);
+        });
         sameState();
         QVERIFY(m_twins->lazy().viewport()->grab().toImage()
                 == m_twins->stock().viewport()->grab().toImage());
