@@ -13,4 +13,6 @@ cd "$(dirname "$0")/.."
 ./scripts/setup.sh build package
 cmake --preset package
 cmake --build --preset package --parallel "$(nproc)"
+# One package there, for whoever takes it by a pattern.
+rm -f build/package/tarn-console_*.deb
 cpack --preset package

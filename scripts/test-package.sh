@@ -45,15 +45,18 @@ work=$(mktemp -d)
 # The new root is for its own users too, who have to get through the folder it lies in.
 chmod 755 "$work"
 root=$work/root
+# What was started to open a window, until there is one, and then the console.
+opener=
 console=
 
 clean_up() {
-    if [ -n "$console" ]; then
-        kill "$console" 2>/dev/null || true
-    fi
+    local process
+    for process in $opener $console; do
+        kill "$process" 2>/dev/null || true
+    done
     stop_virtual_display
     if mountpoint --quiet "$root/proc"; then
-        umount "$root/proc"
+        umount "$root/proc" || umount --lazy "$root/proc" || true
     fi
     rm -rf --one-file-system "$work"
 }
@@ -124,8 +127,10 @@ is_gone() {
 open_window() {
     rm -f "$root/home/newcomer/journal"
     (as_user "$@") &
+    opener=$!
     wait_until 60 find_window || fail 'no window opened'
     console=$(xdotool getwindowpid "$window")
+    opener=
     [ "$(xdotool getwindowname "$window")" = 'طرفية TARN' ] || fail 'the window is not in Arabic'
     xdotool windowactivate --sync "$window"
 }
