@@ -270,8 +270,9 @@ void ProgramSession::handleFinished(quint64 runId, QProcess *process, int exitCo
 {
     if (!isUncompletedRun(runId, process))
         return;
-    // What a program leaves behind that ended by itself is none of our business.
-    if (!m_run->stopRequested)
+    // Its number may come to name another group. Of a group with members it cannot, and a listener
+    // may yet stop the run.
+    if (!orphanedGroupExists(m_run->group))
         m_run->watchdog.reset();
     drainOutput(runId, process, true);
     if (!isUncompletedRun(runId, process))
@@ -352,6 +353,11 @@ void ProgramSession::requestTermination(quint64 runId, QProcess *process, Termin
         && signalProcessGroup(static_cast<pid_t>(processId), force ? SIGKILL : SIGTERM)
                == SignalDelivery::Delivered)
         return;
+    // QProcess forgets the number before it reports the end; the last output comes after that.
+    if (processId == 0 && orphanedGroupExists(m_run->group)) {
+        signalProcessGroup(m_run->group, force ? SIGKILL : SIGTERM);
+        return;
+    }
     if (force)
         process->kill();
     else

@@ -1,9 +1,12 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/watchdogs.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QSignalBlocker>
 #include <QTest>
 #include <QTimer>
 
@@ -33,6 +36,7 @@ private Q_SLOTS:
     void whatIsLeftBehindDoesNotDelayTheOutcome();
     void killsWhatIsLeftBehindAlsoDuringTheNextRun();
     void destroyingTheSessionEndsWhatAStopLeftBehind();
+    void aStopFromTheLastOutputReachesWhatIsLeft();
     void anEndWithoutAStopLeavesTheGroupAlone();
     void doesNotWaitForAGrandchildThatHoldsThePipes();
 
@@ -154,6 +158,39 @@ void TestProgramSessionGroup::destroyingTheSessionEndsWhatAStopLeftBehind()
         QVERIFY(run.waitForOutcome());
     }
     QTRY_VERIFY(!processIsAlive(grandchild));
+}
+
+void TestProgramSessionGroup::aStopFromTheLastOutputReachesWhatIsLeft()
+{
+    SessionRun run("fork-grandchild note-term drop-pipes\n"
+                   "ready\n"
+                   "wait-for-file speak\n"
+                   "print last words\n"
+                   "wait-for-file end\n");
+    QVERIFY(run.startUntilReady());
+    QProcess *process = run.process();
+    const auto group = static_cast<pid_t>(process->processId());
+    {
+        // Output that nobody was told of comes with the end of the program.
+        const QSignalBlocker untold(process);
+        run.source.release(u"speak"_s);
+        QVERIFY(process->waitForReadyRead());
+    }
+    qint64 leader = -1;
+    qsizetype watchdogs = -1;
+    connect(&run.session, &ProgramSession::runOutputAvailable, this, [&] {
+        leader = process->processId();
+        watchdogs = livingWatchdogsOf(group).size();
+        run.session.stop();
+    });
+    run.source.release(u"end"_s);
+    QVERIFY(run.waitForOutcome());
+
+    QCOMPARE(leader, 0);
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
+    QTRY_VERIFY(QFile::exists(run.source.beside(u"terminated"_s)));
+    QCOMPARE(watchdogs, 1);
+    QTRY_COMPARE(livingMembersOfGroup(group), QList<pid_t>());
 }
 
 void TestProgramSessionGroup::anEndWithoutAStopLeavesTheGroupAlone()

@@ -28,6 +28,12 @@ extern "C" void writeTextAndReturn(int)
     writeAll(STDOUT_FILENO, terminationText);
 }
 
+extern "C" void noteAndExit(int)
+{
+    ::close(::open("terminated", O_WRONLY | O_CREAT, 0600));
+    ::_exit(0);
+}
+
 void handleTermination(void (*handler)(int))
 {
     struct sigaction action = {};
@@ -53,6 +59,7 @@ struct GrandchildOption
 constexpr GrandchildOption grandchildOptions[] = {
     {"default-term", [] { std::signal(SIGTERM, SIG_DFL); }},
     {"ignore-term", ignoreTermination},
+    {"note-term", [] { handleTermination(noteAndExit); }},
     {"drop-pipes", dropPipes},
     {"new-session", [] { ::setsid(); }},
 };

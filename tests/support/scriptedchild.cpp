@@ -36,6 +36,7 @@
 //   fork-grandchild [OPTIONS]
 //                         leaves a child of its own behind that waits for ever, and prints
 //                         grandchild:PID\n when it is ready. Options: default-term, ignore-term,
+//                         note-term (at SIGTERM, creates the file "terminated" and exits),
 //                         drop-pipes (it holds none of our streams), new-session (it leaves the
 //                         process group), stopped (it stops itself when it is ready). Without
 //                         options it inherits everything.
