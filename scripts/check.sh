@@ -89,6 +89,28 @@ check_manual_pages() {
     done
 }
 
+# The build knows the version and the date of the release; what is read as it is repeats them.
+check_version() {
+    local version date page
+    version=$(sed --quiet 's/^project(tarn-console VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
+    date=$(sed --quiet 's/^set(TARN_RELEASE_DATE \(.*\))$/\1/p' packaging/metainfo/CMakeLists.txt)
+    [ -n "$version" ] && [ -n "$date" ]
+    # expect FILE TEXT: the text has to be somewhere in the file.
+    expect() {
+        grep --quiet --fixed-strings -- "$2" "$1" || { echo "$1 does not have: $2" && return 1; }
+    }
+    expect packaging/metainfo/CMakeLists.txt "VERSION $version "
+    for page in packaging/*.1; do
+        expect "$page" "1 $date \"TARN Console $version\""
+    done
+    expect tests/app/installation.sh "'TARN Console $version'"
+    expect tests/app/tst_commandline.cpp "TARN Console $version"
+    head -n 1 packaging/debian-changelog >"$work/debian-changelog"
+    expect "$work/debian-changelog" "($version)"
+    grep --max-count=1 '^ -- ' packaging/debian-changelog >"$work/debian-changelog"
+    expect "$work/debian-changelog" "$(LC_ALL=C date --utc --date "$date" '+%a, %d %b %Y')"
+}
+
 # Functions that no line of the project calls, nor Qt through an override. Test programs are left
 # out: Qt Test calls their functions by name.
 check_unused() {
@@ -121,6 +143,7 @@ run 'Spelling' check_spelling
 run 'Arabic catalogue' check_catalogue
 run 'Desktop files' check_desktop_files
 run 'Manual pages' check_manual_pages
+run 'Version' check_version
 run 'Unused functions' check_unused
 if $lint; then
     run 'Lint' ./scripts/lint.sh
