@@ -17,7 +17,7 @@ namespace {
 
 /// About as much as a screen of text, several times over.
 constexpr ShapedBlocks::Limits shapedLimits{
-    .characters = 64 * 1024,
+    .characters = 32 * 1024,
     .fewBlocks = 128,
     .charactersOfFewBlocks = 1024 * 1024,
 };
