@@ -6,6 +6,7 @@ import os
 import pathlib
 import signal
 import subprocess
+import sys
 import tempfile
 import time
 
@@ -245,3 +246,16 @@ class Console:
                 with contextlib.suppress(ProcessLookupError):
                     os.killpg(pid, signal.SIGKILL)
         self._directory.cleanup()
+
+
+def run_and_dispose(console, name, action, explain=lambda: ""):
+    """Calls action(), and says and shows what failed. Returns the exit status of the program."""
+    try:
+        action()
+    except Failure as failure:
+        print(f"FAILED: {failure}{explain()}", file=sys.stderr)
+        print(f"A picture of the screen: {console.take_picture(name)}", file=sys.stderr)
+        return 1
+    finally:
+        console.dispose()
+    return 0

@@ -11,8 +11,8 @@ import pathlib
 import subprocess
 import sys
 
-from desktop import (Clipboard, Console, Failure, check, is_running, press, type_line, wait_for,
-                     xdotool)
+from desktop import (Clipboard, Console, Failure, check, is_running, press,
+                     run_and_dispose, type_line, wait_for, xdotool)
 
 SCENARIOS = {}
 DESKTOP_ENTRY = (pathlib.Path(__file__).parent.parent.parent / "packaging"
@@ -281,15 +281,7 @@ def main():
     options = parse_options(__doc__, SCENARIOS)
     console = Console(options.console, options.interpreter, options.pictures)
     console.demo_programs = options.demo_programs
-    try:
-        SCENARIOS[options.name](console)
-    except Failure as failure:
-        print(f"FAILED: {failure}", file=sys.stderr)
-        print(f"A picture of the screen: {console.take_picture(options.name)}", file=sys.stderr)
-        return 1
-    finally:
-        console.dispose()
-    return 0
+    return run_and_dispose(console, options.name, lambda: SCENARIOS[options.name](console))
 
 
 if __name__ == "__main__":

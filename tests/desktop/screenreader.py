@@ -14,7 +14,7 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
-from desktop import Console, Failure, check, press, wait_for  # noqa: E402
+from desktop import Console, Failure, check, press, run_and_dispose, wait_for  # noqa: E402
 from scenarios import parse_options  # noqa: E402
 
 SCENARIOS = {}
@@ -310,14 +310,8 @@ def main():
     console = Console(options.console, options.interpreter, options.pictures)
     console.demo_programs = options.demo_programs
     reader = Reader(console)
-    try:
-        SCENARIOS[options.name](console, reader)
-    except Failure as failure:
-        print(f"FAILED: {failure}\nTold: {reader.told}", file=sys.stderr)
-        return 1
-    finally:
-        console.dispose()
-    return 0
+    return run_and_dispose(console, options.name, lambda: SCENARIOS[options.name](console, reader),
+                           lambda: f"\nTold: {reader.told}")
 
 
 if __name__ == "__main__":

@@ -14,7 +14,7 @@ import sys
 import time
 
 from busyuser import BusyUser
-from desktop import Console, Failure, check, wait_for
+from desktop import Console, check, run_and_dispose, wait_for
 from responsiveness import Responsiveness
 
 # Nearly all that the transcript takes at once, and the rest in some seconds.
@@ -171,15 +171,7 @@ def main():
     options = parse_options()
     interpreter = pathlib.Path(__file__).with_name("flood.py").absolute()
     console = Console(options.console, interpreter, options.pictures)
-    try:
-        soak(console, options)
-    except Failure as failure:
-        print(f"FAILED: {failure}", file=sys.stderr)
-        print(f"A picture of the screen: {console.take_picture('soak')}", file=sys.stderr)
-        return 1
-    finally:
-        console.dispose()
-    return 0
+    return run_and_dispose(console, "soak", lambda: soak(console, options))
 
 
 if __name__ == "__main__":

@@ -7,14 +7,13 @@ name it in CMakeLists.txt."""
 
 import contextlib
 import os
-import pathlib
 import resource
 import signal
 import subprocess
 import sys
 
-from desktop import (Clipboard, Console, Failure, check, is_running, press, type_line, wait_for,
-                     xdotool)
+from desktop import (Clipboard, Console, check, is_running, press, run_and_dispose,
+                     type_line, wait_for)
 from scenarios import parse_options
 
 TROUBLES = {}
@@ -205,15 +204,7 @@ def lost_server(console):
 def main():
     options = parse_options(__doc__, TROUBLES)
     console = Console(options.console, options.interpreter, options.pictures)
-    try:
-        TROUBLES[options.name](console)
-    except Failure as failure:
-        print(f"FAILED: {failure}", file=sys.stderr)
-        print(f"A picture of the screen: {console.take_picture(options.name)}", file=sys.stderr)
-        return 1
-    finally:
-        console.dispose()
-    return 0
+    return run_and_dispose(console, options.name, lambda: TROUBLES[options.name](console))
 
 
 if __name__ == "__main__":
