@@ -3,7 +3,7 @@
 import subprocess
 import time
 
-from desktop import press, wait_for, xdotool
+from desktop import press, xdotool
 
 
 def type_text(text):
@@ -95,8 +95,6 @@ class BusyUser:
 
     def act_settings(self):
         self.press("ctrl+shift+comma")
-        wait_for(lambda: len(self.console.windows()) == 2, "the settings")
-        dialog = next(window for window in self.console.windows() if window != self.console.window)
-        wait_for(lambda: xdotool("getactivewindow") == dialog, "the settings to be active")
+        self.console.wait_for_dialog()
         self.press("Escape")
-        wait_for(lambda: xdotool("getactivewindow") == self.console.window, "the window again")
+        self.console.wait_until_active()

@@ -144,7 +144,7 @@ class Console:
                 stdout=log, stderr=log, preexec_fn=self.before_start)
         self.window = wait_for(self._find_window, "the console's window")
         if self.managed:
-            wait_for(lambda: xdotool("getactivewindow") == self.window, "the window to be active")
+            self.wait_until_active()
         else:
             xdotool("windowfocus", "--sync", self.window)
 
@@ -154,6 +154,15 @@ class Console:
     def activate(self):
         """Gives the window the keyboard."""
         xdotool("windowactivate", "--sync", self.window)
+
+    def wait_until_active(self):
+        """Until keys go to the main window, at the start or after a dialog."""
+        wait_for(lambda: xdotool("getactivewindow") == self.window, "the window to be active")
+
+    def wait_for_dialog(self):
+        """Until keys go to a dialog: it can be seen and read before."""
+        wait_for(lambda: xdotool("getactivewindow") in set(self.windows()) - {self.window},
+                 "a dialog to be active")
 
     def windows(self):
         """The console's visible windows: the main one and its dialogs."""

@@ -167,10 +167,9 @@ def open_source(console):
     use_arabic_keys()
     console.open()
     press("ctrl+o")
-    wait_for(lambda: len(console.windows()) == 2, "the file dialog")
-    wait_for(lambda: xdotool("getactivewindow") not in ("", console.window), "its focus")
+    console.wait_for_dialog()
     type_line(source)
-    wait_for(lambda: xdotool("getactivewindow") == console.window, "the main window again")
+    console.wait_until_active()
 
     def started():
         # The window has the keyboard again a moment before the console has taken the choice.

@@ -284,6 +284,7 @@ def settings_by_keyboard(console, reader):
     press("Return")
     reader.named("frame", "طرفية TARN")
     check_controls(reader, 1)
+    console.wait_until_active()
     console.quit()
 
 
@@ -293,7 +294,9 @@ def help_and_the_question(console, reader):
     reader.open(console.script("lines -> line\nend\n"))
     press("F1")
     reader.wait_for(lambda: reader.texts_with("choose the TARN executable"), "the text of the help")
+    console.wait_for_dialog()
     press("Escape")
+    console.wait_until_active()
     console.run()
     reader.wait_for_status("Running")
     press("ctrl+q")
