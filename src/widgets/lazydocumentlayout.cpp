@@ -181,21 +181,20 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     }
 }
 
-/// Draws a long paragraph without shaping the whole; not where a selection is.
+/// Draws a long paragraph without shaping the whole; not where a selection is, unless that helps.
 bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
                                       const QTextBlock &block) const
 {
-    if (!selectedRanges(block, context.selections).isEmpty())
-        return false;
     const int height = block.lineCount();
     const SegmentedParagraph *paragraph = shapeSegments(block);
-    if (!paragraph)
+    const auto selections = selectedRanges(block, context.selections);
+    if (!paragraph || (!selections.isEmpty() && !paragraph->canDrawSelections()))
         return false;
     noteMoved(block, height);
     const QPen pen = painter->pen();
     painter->setPen(context.palette.color(QPalette::Text));
     const QPointF position(margin(), topOf(block));
-    paragraph->draw(painter, position, context.clip);
+    paragraph->draw(painter, position, selections, context.clip);
     if (block.contains(context.cursorPosition))
         paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
                               m_cursorWidth);
@@ -236,11 +235,19 @@ void LazyDocumentLayout::shape(QTextBlock block) const
     m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
 }
 
+/// Whether it would be felt to shape a block at once.
+bool LazyDocumentLayout::isSlow(const QTextBlock &block)
+{
+    constexpr int shortEvenWithMarks = 512;
+    return block.length() > shortBlock
+           || (block.length() > shortEvenWithMarks && hasEndlessMarks(block.text()));
+}
+
 /// Shapes a long paragraph in segments, and nothing more than its end if it only got longer. Null
-/// when the block is short or cannot be segmented.
+/// when the block is shaped fast enough, or cannot be segmented.
 SegmentedParagraph *LazyDocumentLayout::shapeSegments(QTextBlock block) const
 {
-    if (block.length() <= shortBlock || !block.layout()->preeditAreaText().isEmpty())
+    if (!isSlow(block) || !block.layout()->preeditAreaText().isEmpty())
         return nullptr;
     SegmentedParagraph &paragraph = m_segmented.of(block.blockNumber());
     if (!paragraph.shape(block.text(),

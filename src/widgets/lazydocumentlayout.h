@@ -96,6 +96,7 @@ private:
     void measureGuessesAfter(std::chrono::milliseconds delay);
 
     void shape(QTextBlock block) const;
+    static bool isSlow(const QTextBlock &block);
     SegmentedParagraph *shapeSegments(QTextBlock block) const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;

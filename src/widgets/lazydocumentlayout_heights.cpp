@@ -193,7 +193,9 @@ void LazyDocumentLayout::guess(QTextBlock block, BlockMeasure measure)
 /// Measures a block without keeping its shaped text.
 bool LazyDocumentLayout::measureAlone(QTextBlock block)
 {
-    QTextLayout layout(block.text(), m_font, paintDevice());
+    const QString text = block.text();
+    QTextLayout layout(text, m_font, paintDevice());
+    shapeMarksApart(&layout, text);
     const ParagraphSize size = shapeParagraph(&layout, paragraphOption(block), lineWidth());
     m_widestLine = std::max(m_widestLine, size.width);
     auto measure = BlockMeasure::fromUserState(block.userState());

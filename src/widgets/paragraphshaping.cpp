@@ -14,6 +14,40 @@ namespace tarn::console {
 
 namespace {
 
+constexpr qsizetype marksInOnePiece = 64;
+
+char32_t characterAt(const QString &text, qsizetype position)
+{
+    const QChar unit = text[position];
+    if (unit.isHighSurrogate() && position + 1 < text.size())
+        return QChar::surrogateToUcs4(unit, text[position + 1]);
+    return unit.unicode();
+}
+
+/// The parts of long runs of marks, the first with the character that carries them.
+QList<QTextLayout::FormatRange> markPieces(const QString &text)
+{
+    QList<QTextLayout::FormatRange> pieces;
+    qsizetype begin = 0;
+    qsizetype marks = 0;
+    for (qsizetype position = 0; position < text.size();) {
+        const char32_t character = characterAt(text, position);
+        const qsizetype next = position + (QChar::requiresSurrogates(character) ? 2 : 1);
+        if (!QChar::isMark(character)) {
+            begin = position;
+            marks = 0;
+        } else if (++marks == marksInOnePiece) {
+            pieces.append({.start = static_cast<int>(begin),
+                           .length = static_cast<int>(next - begin),
+                           .format = {}});
+            begin = next;
+            marks = 0;
+        }
+        position = next;
+    }
+    return pieces;
+}
+
 /// A single character that is wider than the line makes the line wider. As a text document does
 /// it, the option then allows breaks at words only for the rest of the paragraph: that shows at
 /// tabs that are wider than a line.
@@ -57,6 +91,18 @@ bool breakAlike(const QTextOption &a, const QTextOption &b)
 void keepShapedText(QTextLayout *layout, const QString &text)
 {
     layout->setCacheEnabled(!text.contains(u'\t'));
+}
+
+bool hasEndlessMarks(const QString &text)
+{
+    return !markPieces(text).isEmpty();
+}
+
+void shapeMarksApart(QTextLayout *layout, const QString &text)
+{
+    // What has another format is shaped apart, even if the formats are the same.
+    if (const auto pieces = markPieces(text); !pieces.isEmpty())
+        layout->setFormats(pieces);
 }
 
 ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth)

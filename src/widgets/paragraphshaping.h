@@ -25,6 +25,19 @@ QTextOption paragraphOption(const QTextBlock &block);
 /// that would show: painting gives the tabs at a line's start other widths than line breaking.
 void keepShapedText(QTextLayout *layout, const QString &text);
 
+/// The longest run of marks that is shaped at once, in code units.
+constexpr qsizetype maximumMarkCodeUnits = 2 * 64;
+
+/// Whether one character carries far more marks than any language has use for: 64 or more, where
+/// the stream-safe text format of Unicode (Standard Annex 15, section 13) allows 30. To shape them
+/// takes the square of their number: half a second for a line of 65,536 bytes.
+bool hasEndlessMarks(const QString &text);
+
+/// Lets a layout shape endless marks 64 at a time. That shows only in how they are heaped up, and
+/// in the line in which those of a blank stand. Not for the layout of a block: it would tell the
+/// document that the block has changed.
+void shapeMarksApart(QTextLayout *layout, const QString &text);
+
 /// Whether two options break a text that runs in one direction into the same lines, at the same
 /// places.
 bool breakAlike(const QTextOption &a, const QTextOption &b);

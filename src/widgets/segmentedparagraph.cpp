@@ -1,7 +1,6 @@
 #include "widgets/segmentedparagraph.h"
 
 #include <QPainter>
-#include <QTextLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +14,7 @@ namespace {
 constexpr qsizetype segmentLength = 2048;
 
 /// More than a screen of long paragraphs has, unless they are very long; then a few.
-constexpr qsizetype maximumCharacters = 256 * 1024;
+constexpr qsizetype maximumCharacters = 1024 * 1024;
 constexpr std::size_t fewParagraphs = 4;
 
 /// Whether a character leaves the order of a text alone that runs in a direction.
@@ -77,18 +76,28 @@ bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
     if (!isContinuedBy(text, setting))
         reset();
     else if (!m_text.isEmpty() && text.size() == m_text.size())
-        return m_suits;
-    const Qt::LayoutDirection direction = setting.option.textDirection();
-    m_suits =
-        m_suits
-        && std::all_of(text.begin() + m_text.size(), text.end(),
-                       [direction](QChar character) { return runsWith(character, direction); });
+        return !m_segments.empty();
+    noteNature(text, setting.option.textDirection());
     m_text = text;
     m_setting = setting;
-    m_suits = m_suits && shapeSegments();
-    if (!m_suits)
+    m_canBeCut = m_canBeCut && shapeSegments();
+    if (!m_canBeCut)
         m_segments.clear();
-    return m_suits;
+    if (m_hasEndlessMarks)
+        m_segments.push_back(shapeSegment(0, text.size()));
+    return !m_segments.empty();
+}
+
+/// Finds out from the new end of a text what can be done with the whole.
+void SegmentedParagraph::noteNature(const QString &text, Qt::LayoutDirection direction)
+{
+    const auto newBegin = text.begin() + m_text.size();
+    const qsizetype sinceMark = std::max<qsizetype>(0, m_text.size() - maximumMarkCodeUnits);
+    m_hasEndlessMarks = m_hasEndlessMarks || hasEndlessMarks(text.sliced(sinceMark));
+    m_canBeCut = m_canBeCut && !m_hasEndlessMarks
+                 && std::all_of(newBegin, text.end(), [direction](QChar character) {
+                        return runsWith(character, direction);
+                    });
 }
 
 bool SegmentedParagraph::isContinuedBy(const QString &text, const Setting &setting) const
@@ -103,7 +112,8 @@ void SegmentedParagraph::reset()
 {
     m_text.clear();
     m_segments.clear();
-    m_suits = true;
+    m_canBeCut = true;
+    m_hasEndlessMarks = false;
 }
 
 /// Shapes what follows the segments that are sure.
@@ -113,7 +123,7 @@ bool SegmentedParagraph::shapeSegments()
     if (!m_segments.empty())
         m_segments.pop_back();
     for (;;) {
-        Segment segment = shapeSegment(shapedEnd());
+        Segment segment = shapeSegment(shapedEnd(), segmentLength);
         // A line that is wider than others changes how the rest of the paragraph breaks.
         if (segment.size.width > m_setting.lineWidth)
             return false;
@@ -131,13 +141,15 @@ qsizetype SegmentedParagraph::shapedEnd() const
     return m_segments.empty() ? 0 : m_segments.back().start + m_segments.back().length;
 }
 
-SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start) const
+SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start,
+                                                             qsizetype maximumLength) const
 {
-    const QString text = m_text.sliced(start, std::min(m_text.size() - start, segmentLength));
+    const QString text = m_text.sliced(start, std::min(m_text.size() - start, maximumLength));
     Segment segment{.layout = std::make_unique<QTextLayout>(text, m_setting.font, m_setting.device),
                     .start = start,
                     .length = text.size()};
     keepShapedText(segment.layout.get(), text);
+    shapeMarksApart(segment.layout.get(), text);
     segment.size = shapeParagraph(segment.layout.get(), m_setting.option, m_setting.lineWidth);
     return segment;
 }
@@ -185,12 +197,19 @@ ParagraphSize SegmentedParagraph::size() const
     return size;
 }
 
-void SegmentedParagraph::draw(QPainter *painter, QPointF position, const QRectF &clip) const
+bool SegmentedParagraph::canDrawSelections() const
+{
+    return m_segments.size() == 1;
+}
+
+void SegmentedParagraph::draw(QPainter *painter, QPointF position,
+                              const QList<QTextLayout::FormatRange> &selections,
+                              const QRectF &clip) const
 {
     for (const Segment &segment : m_segments) {
         const qreal bottom = position.y() + segment.size.height;
         if (!clip.isValid() || (bottom >= clip.top() && position.y() <= clip.bottom()))
-            segment.layout->draw(painter, position, {}, clip);
+            segment.layout->draw(painter, position, selections, clip);
         position.setY(bottom);
     }
 }

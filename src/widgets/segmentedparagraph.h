@@ -3,8 +3,10 @@
 #include "widgets/paragraphshaping.h"
 
 #include <QFont>
+#include <QList>
 #include <QRectF>
 #include <QString>
+#include <QTextLayout>
 #include <QTextOption>
 
 #include <memory>
@@ -13,7 +15,6 @@
 
 class QPaintDevice;
 class QPainter;
-class QTextLayout;
 
 namespace tarn::console {
 
@@ -24,6 +25,9 @@ namespace tarn::console {
 /// between two ASCII punctuation characters of left-to-right text. The text must run in one
 /// direction, that of the paragraph, so that no character decides the order of far ones. Words stay
 /// whole where one layout of the paragraph would tear them: Qt shapes 4,096 characters at a time.
+///
+/// A text with endless marks (see shapeMarksApart()) is one segment, whatever it is: only a layout
+/// without a document can shape it in a reasonable time.
 class SegmentedParagraph
 {
 public:
@@ -40,29 +44,35 @@ public:
     ~SegmentedParagraph();
 
     /// Shapes a text; cheap when it only got longer since the last time. Says false, and holds
-    /// nothing, when the text cannot be segmented.
+    /// nothing, when the text cannot be segmented and has no endless marks.
     bool shape(const QString &text, const Setting &setting);
 
     ParagraphSize size() const;
     qsizetype length() const { return m_text.size(); }
 
-    void draw(QPainter *painter, QPointF position, const QRectF &clip) const;
+    /// Whether selections are drawn as in one layout. In segments, the numbers of an Arabic text
+    /// look different where they are selected.
+    bool canDrawSelections() const;
+    void draw(QPainter *painter, QPointF position,
+              const QList<QTextLayout::FormatRange> &selections, const QRectF &clip) const;
     void drawCursor(QPainter *painter, QPointF position, int offset, int width) const;
 
 private:
     struct Segment;
 
     bool isContinuedBy(const QString &text, const Setting &setting) const;
+    void noteNature(const QString &text, Qt::LayoutDirection direction);
     void reset();
     bool shapeSegments();
-    Segment shapeSegment(qsizetype start) const;
+    Segment shapeSegment(qsizetype start, qsizetype maximumLength) const;
     bool cutOff(Segment *segment) const;
     qsizetype shapedEnd() const;
     bool isCut(qsizetype position) const;
 
     QString m_text;
     Setting m_setting;
-    bool m_suits = true;
+    bool m_canBeCut = true;
+    bool m_hasEndlessMarks = false;
     std::vector<Segment> m_segments;
 };
 

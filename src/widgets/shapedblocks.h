@@ -17,7 +17,7 @@ public:
         /// More characters than that stay only while they are in few blocks.
         qint64 characters = 0;
         /// As many blocks as a screen can show: what is in sight must not be shaped for each
-        /// painting, and lines of combining marks are long without being wide.
+        /// painting, and lines of joiners, say, are long without being wide.
         std::size_t fewBlocks = 0;
         /// Never more than that, except in the two blocks used last: a caret moves from one to the
         /// other.

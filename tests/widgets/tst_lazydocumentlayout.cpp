@@ -88,6 +88,7 @@ private Q_SLOTS:
     void hugeParagraphs_data();
     void hugeParagraphs();
     void aScreenOfLongFlatLinesStaysShaped();
+    void endlessMarksAreDrawnWithoutTheirBlocks();
     void manyParagraphsBecomeExact();
     void manyParagraphsAfterAnotherWidth();
     void manyParagraphsAfterAnInsertionAtTheTop();
@@ -314,6 +315,34 @@ void TestLazyDocumentLayout::aScreenOfLongFlatLinesStaysShaped()
     QVERIFY(document->lineCount() <= twins.lazy().viewport()->height());
     for (int number = 0; number < 20; ++number)
         QVERIFY(document->findBlockByNumber(number).layout()->lineCount() > 0);
+}
+
+/// The layouts of blocks would shape them in half a second each.
+void TestLazyDocumentLayout::endlessMarksAreDrawnWithoutTheirBlocks()
+{
+    const QString marks =
+        QString(30'000, QChar(0x0301)) + u'\n' + u'e' + QString(1'000, QChar(0x0301)) + u" سطر\n"_s;
+    TwinEdits twins;
+    twins.show(QSize(320, 600));
+    twins.setText(u"before\n"_s + marks.repeated(3) + u"after"_s);
+    QVERIFY(twins.settle());
+    const QTextDocument *document = twins.lazy().document();
+    const auto isAnyShaped = [document] {
+        for (int number = 1; number <= 6; ++number) {
+            if (document->findBlockByNumber(number).layout()->lineCount() > 0)
+                return true;
+        }
+        return false;
+    };
+    twins.resize({400, 600});
+    twins.lazy().viewport()->grab();
+    QVERIFY(!isAnyShaped());
+    QCOMPARE(document->size(), twins.stock().document()->size());
+    QTextCursor all(twins.lazy().document());
+    all.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+    twins.lazy().setTextCursor(all);
+    twins.lazy().viewport()->grab();
+    QVERIFY(!isAnyShaped());
 }
 
 void TestLazyDocumentLayout::manyParagraphsBecomeExact()
