@@ -115,7 +115,7 @@ void TranscriptView::updateDocument()
         rebuildDocument();
         return;
     }
-    // Each in its own edit block: a common one would lay out everything between them again.
+    // No common edit block: it would lay out everything between them again.
     for (const TranscriptChanges::Extension &extension : changes.extended)
         extendParagraph(extension);
     appendParagraphs(changes.firstNew, changes.lastWasTerminated);
@@ -141,19 +141,22 @@ void TranscriptView::extendParagraph(const TranscriptChanges::Extension &extensi
     const qint64 lastBlock = m_blockMap.firstBlock(extension.paragraph + 1) - 1;
     const QTextBlock block = document()->findBlockByNumber(static_cast<int>(lastBlock));
 
+    // By position and in an edit block: a movement would shape the block first, and an insertion
+    // alone afterwards.
     QTextCursor cursor(block);
     cursor.beginEditBlock();
-    // By position: a movement would shape the block first.
     cursor.setPosition(block.position() + block.length() - 1);
     cursor.insertText(added.toString());
+    cursor.endEditBlock();
     m_blockMap.extendParagraph(extension.paragraph, added);
     presentParagraph(extension.paragraph);
-    cursor.endEditBlock();
 }
 
 /// The first strong character may only now have arrived.
 void TranscriptView::presentParagraph(qint64 paragraph)
 {
+    // A screen reader has just heard the new text, and knows the other.
+    const QSignalBlocker silence(document());
     const auto presentation = m_transcript->presentationForParagraph(paragraph);
     const qint64 end = m_blockMap.firstBlock(paragraph + 1);
     for (qint64 number = m_blockMap.firstBlock(paragraph); number < end; ++number) {
