@@ -228,8 +228,9 @@ void LazyDocumentLayout::shape(QTextBlock block) const
 {
     QTextLayout *layout = block.layout();
     if (layout->lineCount() == 0) {
-        keepShapedText(layout, block.text());
-        takeHeight(&block, shapeParagraph(layout, paragraphOption(block), lineWidth()));
+        const QString text = block.text();
+        keepShapedText(layout, text);
+        takeHeight(&block, shapeParagraph(layout, text, paragraphOption(block), lineWidth()));
     }
     layout->setPosition(QPointF(margin(), topOf(block)));
     m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
@@ -238,9 +239,9 @@ void LazyDocumentLayout::shape(QTextBlock block) const
 /// Whether it would be felt to shape a block at once.
 bool LazyDocumentLayout::isSlow(const QTextBlock &block)
 {
-    constexpr int shortEvenWithMarks = 512;
+    constexpr int shortEvenWithClusters = 512;
     return block.length() > shortBlock
-           || (block.length() > shortEvenWithMarks && hasEndlessMarks(block.text()));
+           || (block.length() > shortEvenWithClusters && hasEndlessClusters(block.text()));
 }
 
 /// Shapes a long paragraph in segments, and nothing more than its end if it only got longer. Null

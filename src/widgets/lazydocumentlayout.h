@@ -67,6 +67,10 @@ public:
     void setCursorWidth(int width) { m_cursorWidth = width; }
 
 Q_SIGNALS:
+    /// A change of the document left guesses. Whoever knows what is in sight may measure() it now,
+    /// before a wrong size is reported: scroll bars that come and go make all lines break again.
+    void heightsGuessed();
+
     /// Heights turned out to be others than guessed, without a change of the document. The new
     /// size is reported next, which may move the scroll bar.
     void heightsMeasured();
@@ -89,7 +93,9 @@ private:
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
-    void guess(QTextBlock block, BlockMeasure measure);
+    qreal guessedRows(BlockMeasure measure) const;
+    qreal guessedRows(const QTextBlock &block, BlockMeasure measure, qreal widthBefore) const;
+    void guess(QTextBlock block, BlockMeasure measure, qreal rows);
     static bool setHeight(QTextBlock *block, BlockMeasure measure, int height);
     bool measureAlone(QTextBlock block);
     bool measureGuesses();

@@ -54,6 +54,8 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     else
         top = topOf(changeBlocks(from, charsRemoved, charsAdded));
     m_blockCount = document()->blockCount();
+    if (!isExact())
+        Q_EMIT heightsGuessed();
 
     constexpr qreal endless = std::numeric_limits<int>::max();
     reportSize();
@@ -84,6 +86,7 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
 {
     m_shaped.clear([this](int block) { release(block); });
     m_segmented.clear();
+    const qreal widthBefore = lineWidth();
     m_pageWidth = document()->pageSize().width();
     m_widestLine = 0;
     m_lastGuess = -1;
@@ -94,7 +97,7 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
         if (sameTexts && measure.height == BlockMeasure::Height::OneLine && isNarrow)
             continue;
         if (sameTexts && measure.isSized() && !isNarrow && block.length() > prompt)
-            guess(block, measure);
+            guess(block, measure, guessedRows(block, measure, widthBefore));
         else
             estimate(block, &prompt);
     }
@@ -166,7 +169,7 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
         if (!shapeSegments(block))
             measureAlone(block);
     } else {
-        guess(block, measure);
+        guess(block, measure, guessedRows(measure));
     }
 }
 
@@ -180,9 +183,24 @@ bool LazyDocumentLayout::setHeight(QTextBlock *block, BlockMeasure measure, int 
     return true;
 }
 
-void LazyDocumentLayout::guess(QTextBlock block, BlockMeasure measure)
+qreal LazyDocumentLayout::guessedRows(BlockMeasure measure) const
 {
-    const qreal rows = std::ceil(measure.width / std::max(1.0, lineWidth()));
+    return std::ceil(measure.width / std::max(1.0, lineWidth()));
+}
+
+/// After a change of the width. What is known of the text at the other width comes closer than the
+/// widths of its characters: some shrink to nothing beside others.
+qreal LazyDocumentLayout::guessedRows(const QTextBlock &block, BlockMeasure measure,
+                                      qreal widthBefore) const
+{
+    if (measure.height != BlockMeasure::Height::Exact)
+        return guessedRows(measure);
+    const qreal rowsBefore = static_cast<qreal>(block.lineCount()) / measure.rowHeight;
+    return std::round(rowsBefore * widthBefore / std::max(1.0, lineWidth()));
+}
+
+void LazyDocumentLayout::guess(QTextBlock block, BlockMeasure measure, qreal rows)
+{
     measure.height = BlockMeasure::Height::Guessed;
     // Never zero: a block without height would be at no y.
     setHeight(&block, measure, std::max(1, static_cast<int>(rows) * measure.rowHeight));
@@ -195,8 +213,8 @@ bool LazyDocumentLayout::measureAlone(QTextBlock block)
 {
     const QString text = block.text();
     QTextLayout layout(text, m_font, paintDevice());
-    shapeMarksApart(&layout, text);
-    const ParagraphSize size = shapeParagraph(&layout, paragraphOption(block), lineWidth());
+    shapeClustersApart(&layout, text);
+    const ParagraphSize size = shapeParagraph(&layout, text, paragraphOption(block), lineWidth());
     m_widestLine = std::max(m_widestLine, size.width);
     auto measure = BlockMeasure::fromUserState(block.userState());
     measure.height = BlockMeasure::Height::Exact;

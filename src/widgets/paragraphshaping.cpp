@@ -1,5 +1,7 @@
 #include "widgets/paragraphshaping.h"
 
+#include "widgets/endlesswords.h"
+
 #include <QString>
 #include <QStyle>
 #include <QTextBlock>
@@ -14,7 +16,7 @@ namespace tarn::console {
 
 namespace {
 
-constexpr qsizetype marksInOnePiece = 64;
+constexpr qsizetype charactersInOnePiece = 64;
 
 char32_t characterAt(const QString &text, qsizetype position)
 {
@@ -24,25 +26,35 @@ char32_t characterAt(const QString &text, qsizetype position)
     return unit.unicode();
 }
 
-/// The parts of long runs of marks, the first with the character that carries them.
-QList<QTextLayout::FormatRange> markPieces(const QString &text)
+/// Whether a character does not stand for itself, but is a part of the one before.
+bool continuesCluster(char32_t character, char32_t before)
+{
+    // A virama stacks the next letter on the one before.
+    constexpr int virama = 9;
+    return QChar::isMark(character) || QChar::combiningClass(before) == virama;
+}
+
+/// The parts of long clusters.
+QList<QTextLayout::FormatRange> clusterPieces(const QString &text)
 {
     QList<QTextLayout::FormatRange> pieces;
     qsizetype begin = 0;
-    qsizetype marks = 0;
+    qsizetype continuations = 0;
+    char32_t before = 0;
     for (qsizetype position = 0; position < text.size();) {
         const char32_t character = characterAt(text, position);
         const qsizetype next = position + (QChar::requiresSurrogates(character) ? 2 : 1);
-        if (!QChar::isMark(character)) {
+        if (!continuesCluster(character, before)) {
             begin = position;
-            marks = 0;
-        } else if (++marks == marksInOnePiece) {
+            continuations = 0;
+        } else if (++continuations == charactersInOnePiece) {
             pieces.append({.start = static_cast<int>(begin),
                            .length = static_cast<int>(next - begin),
                            .format = {}});
             begin = next;
-            marks = 0;
+            continuations = 0;
         }
+        before = character;
         position = next;
     }
     return pieces;
@@ -66,6 +78,22 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
         option->setWrapMode(QTextOption::WordWrap);
         layout->setTextOption(*option);
     }
+}
+
+/// Breaks a line in the middle of an endless word as Qt does it after it has been to the word's
+/// end. Says false, and leaves the line to be broken again, when that may not be the same.
+bool breakInside(const EndlessWords &words, QTextLayout *layout, QTextLine *line,
+                 const QTextOption &option, qreal width)
+{
+    const qsizetype end = words.endAt(line->textStart());
+    if (end == line->textStart() || option.wrapMode() != QTextOption::WrapAtWordBoundaryOrAnywhere)
+        return false;
+    QTextOption anywhere = option;
+    anywhere.setWrapMode(QTextOption::WrapAnywhere);
+    layout->setTextOption(anywhere);
+    line->setLineWidth(width);
+    layout->setTextOption(option);
+    return line->textStart() + line->textLength() < end && line->naturalTextWidth() <= width;
 }
 
 } // namespace
@@ -93,20 +121,23 @@ void keepShapedText(QTextLayout *layout, const QString &text)
     layout->setCacheEnabled(!text.contains(u'\t'));
 }
 
-bool hasEndlessMarks(const QString &text)
+bool hasEndlessClusters(const QString &text)
 {
-    return !markPieces(text).isEmpty();
+    return !clusterPieces(text).isEmpty();
 }
 
-void shapeMarksApart(QTextLayout *layout, const QString &text)
+void shapeClustersApart(QTextLayout *layout, const QString &text)
 {
     // What has another format is shaped apart, even if the formats are the same.
-    if (const auto pieces = markPieces(text); !pieces.isEmpty())
+    if (const auto pieces = clusterPieces(text); !pieces.isEmpty())
         layout->setFormats(pieces);
 }
 
-ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qreal lineWidth)
+ParagraphSize shapeParagraph(QTextLayout *layout, const QString &text, const QTextOption &option,
+                             qreal lineWidth)
 {
+    // What an input method composes is not in the text.
+    const EndlessWords words(layout->preeditAreaText().isEmpty() ? text : QString());
     QTextOption current = option;
     const bool mayBreakWords = option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere;
     ParagraphSize size;
@@ -116,7 +147,8 @@ ParagraphSize shapeParagraph(QTextLayout *layout, const QTextOption &option, qre
     layout->beginLayout();
     for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
         line.setLeadingIncluded(true);
-        setLineWidth(layout, &line, &current, mayBreakWords, lineWidth);
+        if (!breakInside(words, layout, &line, current, lineWidth))
+            setLineWidth(layout, &line, &current, mayBreakWords, lineWidth);
         line.setPosition(QPointF(0, y));
         bottom = y + line.height();
         // A negative leading lets lines overlap.

@@ -83,7 +83,7 @@ bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
     m_canBeCut = m_canBeCut && shapeSegments();
     if (!m_canBeCut)
         m_segments.clear();
-    if (m_hasEndlessMarks)
+    if (m_hasEndlessClusters)
         m_segments.push_back(shapeSegment(0, text.size()));
     return !m_segments.empty();
 }
@@ -92,9 +92,9 @@ bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
 void SegmentedParagraph::noteNature(const QString &text, Qt::LayoutDirection direction)
 {
     const auto newBegin = text.begin() + m_text.size();
-    const qsizetype sinceMark = std::max<qsizetype>(0, m_text.size() - maximumMarkCodeUnits);
-    m_hasEndlessMarks = m_hasEndlessMarks || hasEndlessMarks(text.sliced(sinceMark));
-    m_canBeCut = m_canBeCut && !m_hasEndlessMarks
+    const qsizetype pieceBegin = std::max<qsizetype>(0, m_text.size() - maximumPiece);
+    m_hasEndlessClusters = m_hasEndlessClusters || hasEndlessClusters(text.sliced(pieceBegin));
+    m_canBeCut = m_canBeCut && !m_hasEndlessClusters
                  && std::all_of(newBegin, text.end(), [direction](QChar character) {
                         return runsWith(character, direction);
                     });
@@ -113,7 +113,7 @@ void SegmentedParagraph::reset()
     m_text.clear();
     m_segments.clear();
     m_canBeCut = true;
-    m_hasEndlessMarks = false;
+    m_hasEndlessClusters = false;
 }
 
 /// Shapes what follows the segments that are sure.
@@ -149,8 +149,9 @@ SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start,
                     .start = start,
                     .length = text.size()};
     keepShapedText(segment.layout.get(), text);
-    shapeMarksApart(segment.layout.get(), text);
-    segment.size = shapeParagraph(segment.layout.get(), m_setting.option, m_setting.lineWidth);
+    shapeClustersApart(segment.layout.get(), text);
+    segment.size =
+        shapeParagraph(segment.layout.get(), text, m_setting.option, m_setting.lineWidth);
     return segment;
 }
 

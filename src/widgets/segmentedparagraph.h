@@ -26,8 +26,8 @@ namespace tarn::console {
 /// direction, that of the paragraph, so that no character decides the order of far ones. Words stay
 /// whole where one layout of the paragraph would tear them: Qt shapes 4,096 characters at a time.
 ///
-/// A text with endless marks (see shapeMarksApart()) is one segment, whatever it is: only a layout
-/// without a document can shape it in a reasonable time.
+/// A text with endless clusters (see shapeClustersApart()) is one segment, whatever it is: only a
+/// layout without a document can shape it in a reasonable time.
 class SegmentedParagraph
 {
 public:
@@ -44,7 +44,7 @@ public:
     ~SegmentedParagraph();
 
     /// Shapes a text; cheap when it only got longer since the last time. Says false, and holds
-    /// nothing, when the text cannot be segmented and has no endless marks.
+    /// nothing, when the text cannot be segmented and has no endless clusters.
     bool shape(const QString &text, const Setting &setting);
 
     ParagraphSize size() const;
@@ -72,7 +72,7 @@ private:
     QString m_text;
     Setting m_setting;
     bool m_canBeCut = true;
-    bool m_hasEndlessMarks = false;
+    bool m_hasEndlessClusters = false;
     std::vector<Segment> m_segments;
 };
 

@@ -47,6 +47,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
         if (m_followEnd)
             bar->setValue(bar->maximum());
     });
+    connect(m_layout, &LazyDocumentLayout::heightsGuessed, this, [this] { measureSight(); });
     connect(m_layout, &LazyDocumentLayout::heightsMeasured, this, [this] { showMeasured(); });
 }
 

@@ -90,6 +90,7 @@ private:
     void keepPlace(const std::function<void()> &change);
     void settle(const Place &place);
     void notePlace();
+    void measureSight();
     void showScrolled();
     void showMeasured();
     ScrollAnchor firstExactInSight() const;

@@ -45,14 +45,36 @@ void TranscriptView::restoreScrollAnchor(ScrollAnchor anchor)
 /// reader's place.
 void TranscriptView::keepPlace(const std::function<void()> &change)
 {
+    // A scroll bar that comes or goes resizes the view: whoever settles then goes on with it.
+    if (m_settling) {
+        change();
+        return;
+    }
     const bool followed = m_followEnd;
     // Guessed heights may keep the reader from the place for a while.
     const Place place{.atEnd = followed,
                       .anchor = m_layout->isExact() ? scrollAnchor() : m_place.anchor};
     const QScopedValueRollback guard(m_settling, true);
+    m_place = place;
     change();
     settle(place);
     m_followEnd = followed;
+}
+
+/// Measures what will be in view at the reader's place, as far as that can be known already.
+void TranscriptView::measureSight()
+{
+    constexpr int maximumRounds = 8;
+    const int height = viewport()->height();
+    for (int round = 0; round < maximumRounds; ++round) {
+        const int end = std::max(0, m_layout->documentSize().toSize().height() - height);
+        const QTextBlock block = document()->findBlockByNumber(m_place.anchor.blockNumber);
+        const int top = m_place.atEnd || !block.isValid()
+                            ? end
+                            : std::clamp(m_layout->topOf(block) - m_place.anchor.offset, 0, end);
+        if (!m_layout->measure(top, top + height))
+            return;
+    }
 }
 
 /// Goes to a place, and measures what is in view there, which can move it.

@@ -278,6 +278,16 @@ void TestLazyDocumentLayout::hugeParagraphs_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("words") << u"words of one very long paragraph "_s.repeated(1986).left(65536);
     QTest::newRow("one word") << QString(20'000, u'x');
+    QTest::newRow("one word after others") << u"some words "_s + QString(9'000, u'w') + u" more"_s;
+    QTest::newRow("long words") << QString(QString(700, u'm') + u' ').repeated(20);
+    QTest::newRow("an Arabic word") << u"بيت"_s.repeated(2000);
+    QTest::newRow("a word of both directions") << u"a1ب2"_s.repeated(2000);
+    QTest::newRow("a word with soft hyphens") << u"hyphenation\u00AD"_s.repeated(500);
+    QTest::newRow("a word with no-break spaces") << u"no\u00A0break"_s.repeated(800);
+    QTest::newRow("a word with tabs") << QString(QString(1'500, u'x') + u"\t\t").repeated(4);
+    QTest::newRow("a Korean word") << u"한국어"_s.repeated(2000);
+    QTest::newRow("a Thai sentence") << u"ภาษาไทย"_s.repeated(1000);
+    QTest::newRow("a word with joiners") << QString(u'x' + QString(900, QChar(0x200D))).repeated(8);
     QTest::newRow("Arabic") << QString(arabic + u' ').repeated(1200).left(65536);
     QTest::newRow("punctuation") << u"....==>"_s.repeated(2500);
     QTest::newRow("mixed") << QString(arabic + u" and English, ").repeated(1000).left(20'000);

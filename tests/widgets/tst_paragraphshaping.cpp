@@ -19,12 +19,12 @@ class TestParagraphShaping : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void marksAreShapedApart_data();
-    void marksAreShapedApart();
+    void clustersAreShapedApart_data();
+    void clustersAreShapedApart();
     void marksShapedApartTakeTheSameLines();
 };
 
-void TestParagraphShaping::marksAreShapedApart_data()
+void TestParagraphShaping::clustersAreShapedApart_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QList<Piece>>("pieces");
@@ -43,21 +43,25 @@ void TestParagraphShaping::marksAreShapedApart_data()
     QTest::newRow("after a pair") << QString(u"😀"_s + acute.repeated(64)) << QList<Piece>{{0, 66}};
     QTest::newRow("marks that are pairs")
         << QString(u'a' + musicalStem.repeated(100)) << QList<Piece>{{0, 129}};
+    QTest::newRow("stacked letters")
+        << QString(u"\u1780\u17D2"_s.repeated(40) + u'\u1780') << QList<Piece>{{0, 65}};
+    QTest::newRow("words of stacked letters")
+        << QString(u"\u0915\u094D\u0937"_s.repeated(200)) << QList<Piece>();
     QTest::newRow("half a pair") << QString(QChar(0xD800) + acute.repeated(64))
                                  << QList<Piece>{{0, 65}};
 }
 
-void TestParagraphShaping::marksAreShapedApart()
+void TestParagraphShaping::clustersAreShapedApart()
 {
     QFETCH(QString, text);
     QFETCH(QList<Piece>, pieces);
     QTextLayout layout(text);
-    shapeMarksApart(&layout, text);
+    shapeClustersApart(&layout, text);
     QList<Piece> actual;
     for (const QTextLayout::FormatRange &range : layout.formats())
         actual.append({range.start, range.length});
     QCOMPARE(actual, pieces);
-    QCOMPARE(hasEndlessMarks(text), !pieces.isEmpty());
+    QCOMPARE(hasEndlessClusters(text), !pieces.isEmpty());
 }
 
 void TestParagraphShaping::marksShapedApartTakeTheSameLines()
@@ -65,10 +69,10 @@ void TestParagraphShaping::marksShapedApartTakeTheSameLines()
     const QString text = QString(u"word and word"_s + acute.repeated(200) + u' ').repeated(20);
     const QTextOption option;
     QTextLayout whole(text);
-    const ParagraphSize expected = shapeParagraph(&whole, option, 300);
+    const ParagraphSize expected = shapeParagraph(&whole, text, option, 300);
     QTextLayout apart(text);
-    shapeMarksApart(&apart, text);
-    const ParagraphSize actual = shapeParagraph(&apart, option, 300);
+    shapeClustersApart(&apart, text);
+    const ParagraphSize actual = shapeParagraph(&apart, text, option, 300);
     QCOMPARE(actual.height, expected.height);
     QCOMPARE(apart.lineCount(), whole.lineCount());
     for (int line = 0; line < whole.lineCount(); ++line)

@@ -35,7 +35,7 @@ QString difference(const SegmentedParagraph &paragraph, const QString &text,
                    const SegmentedParagraph::Setting &setting)
 {
     QTextLayout whole(text, setting.font);
-    const ParagraphSize size = shapeParagraph(&whole, setting.option, setting.lineWidth);
+    const ParagraphSize size = shapeParagraph(&whole, text, setting.option, setting.lineWidth);
     if (paragraph.size().height != size.height)
         return u"%1 pixels high instead of %2"_s.arg(paragraph.size().height).arg(size.height);
     QImage actual = canvas(size.height);
@@ -187,7 +187,7 @@ void TestSegmentedParagraph::endlessMarksAreShapedInOnePiece()
         QVERIFY(paragraph.shape(text, leftToRight));
         QTextLayout whole(text, leftToRight.font);
         const ParagraphSize size =
-            shapeParagraph(&whole, leftToRight.option, leftToRight.lineWidth);
+            shapeParagraph(&whole, text, leftToRight.option, leftToRight.lineWidth);
         QCOMPARE(paragraph.size().height, size.height);
     }
 }
