@@ -8,7 +8,7 @@ usage='Usage: scripts/benchmark.sh [--quick] [NAME...]   measures (default: ever
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=$root/build/benchmark
 results=$build/results
-all=(textcore fill operations growingline memory refreshcost window startup)
+all=(textcore fill operations growingline slowtexts memory refreshcost window startup)
 
 quick=false
 names=()

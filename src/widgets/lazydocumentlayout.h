@@ -93,8 +93,7 @@ private:
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
-    qreal guessedRows(BlockMeasure measure) const;
-    qreal guessedRows(const QTextBlock &block, BlockMeasure measure, qreal widthBefore) const;
+    qreal guessedRowsAgain(const QTextBlock &block, BlockMeasure measure, qreal widthBefore) const;
     void guess(QTextBlock block, BlockMeasure measure, qreal rows);
     static bool setHeight(QTextBlock *block, BlockMeasure measure, int height);
     bool measureAlone(QTextBlock block);

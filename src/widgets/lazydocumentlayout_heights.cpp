@@ -27,6 +27,11 @@ constexpr int promptCharacters = 16 * 1024;
 constexpr auto idleDelay = 100ms;
 constexpr auto idleSlice = 4ms;
 
+qreal guessedRows(BlockMeasure measure, qreal lineWidth)
+{
+    return std::max(1.0, std::ceil(measure.width / std::max(1.0, lineWidth)));
+}
+
 /// The position behind a block's last character.
 int endOf(const QTextBlock &block)
 {
@@ -97,7 +102,7 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
         if (sameTexts && measure.height == BlockMeasure::Height::OneLine && isNarrow)
             continue;
         if (sameTexts && measure.isSized() && !isNarrow && block.length() > prompt)
-            guess(block, measure, guessedRows(block, measure, widthBefore));
+            guess(block, measure, guessedRowsAgain(block, measure, widthBefore));
         else
             estimate(block, &prompt);
     }
@@ -169,7 +174,7 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
         if (!shapeSegments(block))
             measureAlone(block);
     } else {
-        guess(block, measure, guessedRows(measure));
+        guess(block, measure, guessedRows(measure, lineWidth()));
     }
 }
 
@@ -183,20 +188,16 @@ bool LazyDocumentLayout::setHeight(QTextBlock *block, BlockMeasure measure, int 
     return true;
 }
 
-qreal LazyDocumentLayout::guessedRows(BlockMeasure measure) const
+/// After a change of the width. How far a guess was off before tells how far the next one will be:
+/// some characters shrink to nothing beside others.
+qreal LazyDocumentLayout::guessedRowsAgain(const QTextBlock &block, BlockMeasure measure,
+                                           qreal widthBefore) const
 {
-    return std::ceil(measure.width / std::max(1.0, lineWidth()));
-}
-
-/// After a change of the width. What is known of the text at the other width comes closer than the
-/// widths of its characters: some shrink to nothing beside others.
-qreal LazyDocumentLayout::guessedRows(const QTextBlock &block, BlockMeasure measure,
-                                      qreal widthBefore) const
-{
+    const qreal rows = guessedRows(measure, lineWidth());
     if (measure.height != BlockMeasure::Height::Exact)
-        return guessedRows(measure);
+        return rows;
     const qreal rowsBefore = static_cast<qreal>(block.lineCount()) / measure.rowHeight;
-    return std::round(rowsBefore * widthBefore / std::max(1.0, lineWidth()));
+    return std::round(rows * rowsBefore / guessedRows(measure, widthBefore));
 }
 
 void LazyDocumentLayout::guess(QTextBlock block, BlockMeasure measure, qreal rows)
