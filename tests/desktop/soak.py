@@ -22,10 +22,11 @@ FLOOD = "7600000 150000"
 PLAIN_FILL = "8000000 0"
 # How much longer than the longest turn of a plain fill nothing may keep the window from answering.
 STALL_FACTOR = 3
-# Some actions lay out everything anew. A switch of the direction may take as long as a plain text
-# widget takes to show such a text, about seven of those turns, and a zoom step half of that; a refresh
-# comes with them.
-STALL_FACTORS = {"direction": 8, "zoom_by_keys": 4.5, "zoom_by_wheel": 4.5}
+# A switch of the direction formats every paragraph anew, a zoom step finds all heights anew. They may
+# take half of what a plain text widget takes to show such a text, which is seven of those turns, and
+# a refresh comes with them.
+EVERYTHING_FACTOR = 4.5
+EVERYTHING = ("direction", "zoom")
 
 
 class Soak:
@@ -163,7 +164,8 @@ def soak(console, options):
     check(not console.log(), console.log())
     if options.stalls:
         for name, (busy, _) in run.stalls().items():
-            allowed = STALL_FACTORS.get(name, STALL_FACTOR) * max(run.plain_turns)
+            factor = EVERYTHING_FACTOR if name.startswith(EVERYTHING) else STALL_FACTOR
+            allowed = factor * max(run.plain_turns)
             check(busy <= allowed, f"busy for {busy:.0f} ms after {name!r}, and not {allowed:.0f}")
 
 

@@ -93,6 +93,7 @@ private Q_SLOTS:
     void anExtensionTouchesOnlyItsParagraph();
     void theCaretsLongParagraphIsNotShapedWhole();
     void clearShrinksTheRange();
+    void aWrongGuessBringsNoScrollBar();
 };
 
 void TestTranscriptViewScroll::followsTheEndAtFirst()
@@ -563,6 +564,20 @@ void TestTranscriptViewScroll::clearShrinksTheRange()
     shown.print("short\n");
     QVERIFY(shown.view.followsEnd());
     QCOMPARE(shown.scrollMaximum(), 0);
+}
+
+/// A scroll bar that comes and goes makes every line break again, and long ones take a while.
+void TestTranscriptViewScroll::aWrongGuessBringsNoScrollBar()
+{
+    ShownView shown;
+    shown.print("short\n");
+    QSignalSpy ranges(shown.view.verticalScrollBar(), &QScrollBar::rangeChanged);
+    // Side by side, these letters would take a hundred rows; stacked they take a few.
+    const QByteArray flat = u"\u1780\u17D2"_s.repeated(9'000).toUtf8();
+    shown.print(QByteArray(flat + '\n'));
+    QCOMPARE(shown.scrollMaximum(), 0);
+    for (const QList<QVariant> &range : ranges)
+        QCOMPARE(range[1].toInt(), 0);
 }
 
 QTEST_MAIN(TestTranscriptViewScroll)
