@@ -16,8 +16,6 @@ namespace tarn::console {
 
 namespace {
 
-constexpr qsizetype charactersInOnePiece = 64;
-
 char32_t characterAt(const QString &text, qsizetype position)
 {
     const QChar unit = text[position];

@@ -25,8 +25,8 @@ QTextOption paragraphOption(const QTextBlock &block);
 /// that would show: painting gives the tabs at a line's start other widths than line breaking.
 void keepShapedText(QTextLayout *layout, const QString &text);
 
-/// The longest part of a cluster that is shaped at once, in code units.
-constexpr qsizetype maximumPiece = 2 * 64;
+/// How many characters of a cluster, besides the first, are shaped at once.
+constexpr qsizetype charactersInOnePiece = 64;
 
 /// Whether one character carries far more marks, or letters stacked on it, than any language has
 /// use for: 64 or more, where the stream-safe text format of Unicode (Standard Annex 15, section

@@ -92,8 +92,9 @@ bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
 void SegmentedParagraph::noteNature(const QString &text, Qt::LayoutDirection direction)
 {
     const auto newBegin = text.begin() + m_text.size();
-    const qsizetype pieceBegin = std::max<qsizetype>(0, m_text.size() - maximumPiece);
-    m_hasEndlessClusters = m_hasEndlessClusters || hasEndlessClusters(text.sliced(pieceBegin));
+    // A cluster that was not endless may have got so; a character takes two code units at most.
+    const qsizetype clusterBegin = std::max<qsizetype>(0, m_text.size() - 2 * charactersInOnePiece);
+    m_hasEndlessClusters = m_hasEndlessClusters || hasEndlessClusters(text.sliced(clusterBegin));
     m_canBeCut = m_canBeCut && !m_hasEndlessClusters
                  && std::all_of(newBegin, text.end(), [direction](QChar character) {
                         return runsWith(character, direction);

@@ -67,6 +67,8 @@ private Q_SLOTS:
     void refusesTabsThatAreWiderThanTheLines();
     void endlessMarksAreShapedInOnePiece_data();
     void endlessMarksAreShapedInOnePiece();
+    void aClusterThatGrowsBecomesEndless_data();
+    void aClusterThatGrowsBecomesEndless();
     void aRefusedTextMayBeFollowedByAnother();
     void paragraphsFollowTheirBlocks();
     void aScreenOfParagraphsIsKept();
@@ -190,6 +192,25 @@ void TestSegmentedParagraph::endlessMarksAreShapedInOnePiece()
             shapeParagraph(&whole, text, leftToRight.option, leftToRight.lineWidth);
         QCOMPARE(paragraph.size().height, size.height);
     }
+}
+
+void TestSegmentedParagraph::aClusterThatGrowsBecomesEndless_data()
+{
+    QTest::addColumn<QString>("mark");
+    QTest::newRow("one code unit") << u"\u0301"_s;
+    QTest::newRow("two code units") << u"\U0001D165"_s;
+}
+
+void TestSegmentedParagraph::aClusterThatGrowsBecomesEndless()
+{
+    QFETCH(QString, mark);
+    SegmentedParagraph paragraph;
+    QString text = u"word"_s.repeated(2000);
+    for (int marks = 0; marks < 64; ++marks) {
+        QVERIFY(!paragraph.shape(text, setting(Qt::LeftToRight)));
+        text += mark;
+    }
+    QVERIFY(paragraph.shape(text, setting(Qt::LeftToRight)));
 }
 
 void TestSegmentedParagraph::aRefusedTextMayBeFollowedByAnother()
