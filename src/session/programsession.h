@@ -14,12 +14,15 @@
 
 namespace tarn::console {
 
+class ProgramRun;
+
 /// Runs programs as child processes, one at a time, each the leader of its own process group
 /// (POSIX setsid()), so that a stop reaches everything the program started in that group.
 ///
 /// A run is named by its run identifier. Every signal about a run comes twice, tagged with the
 /// identifier and immediately afterwards untagged. Listeners may call back into the session from
-/// any signal. Everything happens on the thread of the session's event loop.
+/// any signal, and may destroy it there: then nothing more is reported. Everything happens on the
+/// thread of the session's event loop.
 ///
 /// For every accepted start request there is exactly one outcome. Within a run the signals come in
 /// this order: Starting, Running, output and input signals, perhaps Stopping (which may also come
@@ -94,36 +97,21 @@ protected:
     virtual qint64 writeInputBytes(QProcess &process, const QByteArray &bytes);
 
 private:
-    struct ActiveRun;
-    enum class Termination { Graceful, Forced };
-
-    bool isCurrentRun(quint64 runId, const QProcess *process) const;
-    bool isUncompletedRun(quint64 runId, const QProcess *process) const;
-    void setState(quint64 runId, ProgramSessionState state);
+    template<typename... Emission>
+    void emitInTurn(const Emission &...emissions);
+    void setState(ProgramSessionState state);
 
     void rejectLaunch();
-    void prepareProcess(const ProgramLaunch &launch);
-    void connectRun(quint64 runId, QProcess *process);
-
-    void handleStarted(quint64 runId, QProcess *process);
-    void handleError(quint64 runId, QProcess *process, QProcess::ProcessError error);
-    void handleFinished(quint64 runId, QProcess *process, int exitCode,
-                        QProcess::ExitStatus exitStatus);
-    void handleKillTimeout(quint64 runId, QProcess *process);
-
-    void requestTermination(quint64 runId, QProcess *process, Termination termination);
-    void drainOutput(quint64 runId, QProcess *process, bool force);
-    void emitSlices(quint64 runId, QProcess *process, TranscriptStream stream,
-                    const QByteArray &bytes);
-    void emitOutcome(quint64 runId, QProcess *process, const ProgramOutcome &outcome,
-                     ProgramSessionState finalState);
-
-    void writePendingInput(quint64 runId, QProcess *process);
-    void closeWriteChannel(quint64 runId, QProcess *process);
+    std::shared_ptr<ProgramRun> replaceRun(const ProgramLaunch &launch);
+    void forwardReports(const ProgramRun &run);
+    void reportOutput(const ProgramRun &run, TranscriptStream stream, const QByteArray &bytes);
+    void reportEnd(quint64 runId, const ProgramOutcome &outcome);
 
     ProgramSessionState m_state = ProgramSessionState::Idle;
     quint64 m_runId = 0;
-    std::unique_ptr<ActiveRun> m_run;
+    int m_emissions = 0; ///< under way: more than one when a listener causes another
+    /// The latest run that got a process. It stays when it has ended, until the next valid start.
+    std::shared_ptr<ProgramRun> m_run;
 };
 
 } // namespace tarn::console

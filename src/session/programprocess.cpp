@@ -1,0 +1,64 @@
+#include "session/programprocess.h"
+
+#include <QFileInfo>
+#include <QProcessEnvironment>
+
+#include <csignal>
+#include <cstdlib>
+
+#include <linux/close_range.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Signals as every program expects them, whatever the console ignores or holds back. Async-signal
+/// safe. The handlers go first: none of ours may run in the child.
+void restoreSignals()
+{
+    struct sigaction action = {};
+    action.sa_handler = SIG_DFL;
+    for (int number = 1; number <= SIGRTMAX; ++number)
+        ::sigaction(number, &action, nullptr);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Runs in the child between fork and exec, perhaps in our own memory on a tiny stack (vfork):
+/// nothing but async-signal-safe calls here.
+void prepareChild(pid_t console)
+{
+    ::setsid();
+    // The program must not run on, invisible, when the console dies. The console may have died
+    // before this call; then the child has another parent by now.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != console)
+        ::_exit(EXIT_FAILURE);
+    // Only the three streams are the program's; QProcess needs the others until the exec.
+    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    restoreSignals();
+}
+
+} // namespace
+
+QProcess *createProgramProcess(const ProgramLaunch &launch, QObject *parent)
+{
+    const QFileInfo source(launch.sourcePath);
+    auto *process = new QProcess(parent);
+    process->setProcessChannelMode(QProcess::SeparateChannels);
+    process->setProgram(QFileInfo(launch.executable).absoluteFilePath());
+    process->setArguments({u"run"_s, source.absoluteFilePath(),
+                           u"--diagnostic-language=%1"_s.arg(launch.diagnosticLanguage),
+                           u"--color=never"_s});
+    process->setWorkingDirectory(source.absolutePath());
+    process->setProcessEnvironment(QProcessEnvironment::systemEnvironment());
+    process->setChildProcessModifier([console = ::getpid()] { prepareChild(console); });
+    return process;
+}
+
+} // namespace tarn::console

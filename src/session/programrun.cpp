@@ -1,0 +1,226 @@
+// The life of a run: how its program is started, heard, stopped and ended.
+
+#include "session/programrun.h"
+
+#include "session/groupwatchdog.h"
+#include "session/processgroup.h"
+#include "session/programprocess.h"
+
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <utility>
+
+namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// From the last stop() to the forced kill.
+constexpr auto killDelay = 1000ms;
+/// From the first stop() to the forced kill, however often stop() is repeated in between.
+constexpr auto longestKillDelay = 10s;
+
+QTimer *createSingleShotTimer(const QString &name, QObject *parent)
+{
+    auto *timer = new QTimer(parent);
+    timer->setObjectName(name);
+    timer->setSingleShot(true);
+    // A coarse timer may fire five percent early, before the program's time is up.
+    timer->setTimerType(Qt::PreciseTimer);
+    return timer;
+}
+
+} // namespace
+
+ProgramRun::ProgramRun(quint64 id, const ProgramLaunch &launch, InputWriter writeInput,
+                       QObject *session)
+    : m_id(id)
+    , m_writeInput(std::move(writeInput))
+    , m_process(createProgramProcess(launch, session))
+    , m_killTimer(createSingleShotTimer(u"killTimer"_s, session))
+    , m_deadline(createSingleShotTimer(u"deadline"_s, session))
+{
+    connectProcess();
+    for (const QTimer *timer : {m_killTimer, m_deadline})
+        connect(timer, &QTimer::timeout, this, &ProgramRun::handleKillTimeout);
+}
+
+ProgramRun::~ProgramRun() = default;
+
+void ProgramRun::connectProcess()
+{
+    connect(m_process, &QProcess::started, this, &ProgramRun::handleStarted);
+    connect(m_process, &QProcess::readyReadStandardOutput, this, &ProgramRun::readOutput);
+    connect(m_process, &QProcess::readyReadStandardError, this, &ProgramRun::readOutput);
+    connect(m_process, &QProcess::bytesWritten, this, &ProgramRun::writePendingInput);
+    connect(m_process, &QProcess::errorOccurred, this, &ProgramRun::handleError);
+    connect(m_process, &QProcess::finished, this, &ProgramRun::handleFinished);
+}
+
+void ProgramRun::start()
+{
+    const auto self = shared_from_this();
+    if (m_completed)
+        return;
+    m_process->start(QIODevice::ReadWrite);
+    if (m_completed || m_process->processId() <= 0)
+        return;
+    m_group = static_cast<pid_t>(m_process->processId());
+    m_watchdog = std::make_unique<GroupWatchdog>(m_group);
+}
+
+void ProgramRun::handleStarted()
+{
+    if (m_completed)
+        return;
+    if (m_stopRequested) {
+        // The stop came before there was a group that could be signalled.
+        requestTermination(Termination::Graceful);
+    } else {
+        Q_EMIT started();
+    }
+}
+
+void ProgramRun::readOutput()
+{
+    const auto self = shared_from_this();
+    if (m_completed)
+        return;
+    Q_EMIT outputRead(TranscriptStream::StandardOutput, m_process->readAllStandardOutput());
+    if (m_completed)
+        return;
+    Q_EMIT outputRead(TranscriptStream::StandardError, m_process->readAllStandardError());
+}
+
+void ProgramRun::handleError(QProcess::ProcessError error)
+{
+    const auto self = shared_from_this();
+    if (m_completed)
+        return;
+    switch (error) {
+    case QProcess::FailedToStart: {
+        const QString message = m_process->errorString();
+        readOutput();
+        complete({.kind = ProgramOutcomeKind::FailedToStart, .exitCode = -1, .message = message});
+        break;
+    }
+    case QProcess::Crashed:    // finished() follows and says it
+    case QProcess::WriteError: // the line stays in flight until the run ends
+        break;
+    case QProcess::Timedout:
+    case QProcess::ReadError:
+    case QProcess::UnknownError:
+        m_errorMessage = m_process->errorString();
+        break;
+    }
+}
+
+void ProgramRun::handleFinished(int exitCode, QProcess::ExitStatus exitStatus)
+{
+    const auto self = shared_from_this();
+    if (m_completed)
+        return;
+    // Its number may come to name another group. Of a group with members it cannot, and a listener
+    // may yet stop the run.
+    if (!orphanedGroupExists(m_group))
+        m_watchdog.reset();
+    readOutput();
+    complete(outcomeOf(exitCode, exitStatus));
+}
+
+ProgramOutcome ProgramRun::outcomeOf(int exitCode, QProcess::ExitStatus exitStatus) const
+{
+    ProgramOutcome outcome{.kind = ProgramOutcomeKind::Exited, .exitCode = exitCode, .message = {}};
+    if (m_stopRequested) {
+        outcome.kind = ProgramOutcomeKind::Stopped;
+    } else if (exitStatus == QProcess::CrashExit) {
+        outcome.kind = ProgramOutcomeKind::Crashed;
+        outcome.message = u"The child process terminated by signal"_s;
+    } else if (!m_errorMessage.isEmpty()) {
+        outcome.kind = ProgramOutcomeKind::ProcessError;
+        outcome.message = m_errorMessage;
+    }
+    return outcome;
+}
+
+void ProgramRun::complete(const ProgramOutcome &outcome)
+{
+    if (m_completed)
+        return;
+    m_completed = true;
+    m_pendingInput.clear();
+    m_currentLine.clear();
+    if (outcome.kind == ProgramOutcomeKind::Stopped && orphanedGroupExists(m_group)) {
+        // The leader is gone, but members that ignore SIGTERM have only what is left of the grace.
+        new ProcessGroupReaper(m_group, std::max(m_killTimer->remainingTimeAsDuration(), 0ms),
+                               m_process->parent(), std::move(m_watchdog));
+    }
+    m_watchdog.reset();
+    m_process->deleteLater();
+    for (QTimer *timer : {m_killTimer, m_deadline}) {
+        timer->stop();
+        timer->deleteLater();
+    }
+    Q_EMIT ended(outcome);
+}
+
+void ProgramRun::stop()
+{
+    const auto self = shared_from_this();
+    m_stopRequested = true;
+    Q_EMIT stopping();
+    if (m_completed)
+        return;
+    requestTermination(Termination::Graceful);
+    m_killTimer->start(killDelay);
+    if (!m_deadline->isActive())
+        m_deadline->start(longestKillDelay);
+}
+
+void ProgramRun::handleKillTimeout()
+{
+    if (m_stopRequested && !m_completed)
+        requestTermination(Termination::Forced);
+}
+
+void ProgramRun::requestTermination(Termination termination)
+{
+    const bool force = termination == Termination::Forced;
+    const int signalNumber = force ? SIGKILL : SIGTERM;
+    const auto leader = static_cast<pid_t>(m_process->processId());
+    if (leader > 0 && signalProcessGroup(leader, signalNumber) == SignalDelivery::Delivered)
+        return;
+    // QProcess forgets the number before it reports the end; the last output comes after that.
+    if (leader == 0 && orphanedGroupExists(m_group)) {
+        signalProcessGroup(m_group, signalNumber);
+        return;
+    }
+    if (force)
+        m_process->kill();
+    else
+        m_process->terminate();
+}
+
+void ProgramRun::abandon()
+{
+    m_abandoned = true;
+    if (std::exchange(m_completed, true))
+        return;
+    if (m_process->state() != QProcess::NotRunning) {
+        // QProcess's own destructor would warn and kill the leader only.
+        signalProcessGroup(static_cast<pid_t>(m_process->processId()), SIGKILL);
+        m_process->kill();
+        m_process->waitForFinished();
+    } else if (m_stopRequested && orphanedGroupExists(m_group)) {
+        // The leader has just ended, and its last output is being reported.
+        signalProcessGroup(m_group, SIGKILL);
+    }
+    m_watchdog.reset();
+}
+
+} // namespace tarn::console
