@@ -1,4 +1,5 @@
 #include "session/programsession.h"
+#include "session/sessionsignals.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
 
@@ -6,7 +7,6 @@
 #include <QRegularExpression>
 #include <QTest>
 
-#include <functional>
 #include <iterator>
 
 using namespace Qt::StringLiterals;
@@ -37,31 +37,6 @@ private Q_SLOTS:
 namespace {
 
 using Run = SessionRun<>;
-using Action = std::function<void()>;
-
-struct Signal
-{
-    const char *name;
-    void (*connectTo)(Run &run, const Action &action);
-};
-
-/// A connection to a signal that drops the signal's arguments.
-template<auto signal>
-void connectAction(Run &run, const Action &action)
-{
-    QObject::connect(&run.session, signal, &run.session, [action] { action(); });
-}
-
-constexpr Signal everySignal[] = {
-    {"stateChanged", connectAction<&ProgramSession::stateChanged>},
-    {"outputAvailable", connectAction<&ProgramSession::outputAvailable>},
-    {"completed", connectAction<&ProgramSession::completed>},
-    {"runStateChanged", connectAction<&ProgramSession::runStateChanged>},
-    {"runOutputAvailable", connectAction<&ProgramSession::runOutputAvailable>},
-    {"inputAccepted", connectAction<&ProgramSession::inputAccepted>},
-    {"inputStateChanged", connectAction<&ProgramSession::inputStateChanged>},
-    {"runCompleted", connectAction<&ProgramSession::runCompleted>},
-};
 
 struct Call
 {
@@ -120,7 +95,7 @@ void TestProgramSessionReentrancy::anyListenerMayCallAnything()
             "bytes 100000 o\n");
     // Once: at the first emission; otherwise at the first four, also those that a call causes.
     int calls = 0;
-    everySignal[signal].connectTo(run, [&] {
+    everySignal[signal].connectTo(run.session, [&] {
         if (calls++ < times)
             everyCall[call].make(run);
     });
@@ -164,7 +139,7 @@ void TestProgramSessionReentrancy::startsTheNextRunWhenOneHasEnded()
     QFETCH(int, signal);
     Run run("print hello\n"
             "exit 3\n");
-    everySignal[signal].connectTo(run, [&] {
+    everySignal[signal].connectTo(run.session, [&] {
         if (!run.session.isActive() && run.session.runId() < 3)
             QVERIFY(run.start());
     });
