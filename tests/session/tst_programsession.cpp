@@ -12,7 +12,8 @@ using namespace Qt::StringLiterals;
 
 namespace tarn::console {
 
-/// The life of a run: states, the order of the signals, outcomes, and the border between runs.
+/// The life of a run: states, the order of the signals, outcomes, and what separates one run from
+/// the next.
 class TestProgramSession : public QObject
 {
     Q_OBJECT
@@ -47,7 +48,7 @@ private Q_SLOTS:
 
 namespace {
 
-/// Lets a process object and its kill timer report everything again that they can report.
+/// Makes a process object and its kill timer report again whatever they can report.
 void emitEveryEvent(QProcess *process, QTimer *killTimer)
 {
     QVERIFY(QMetaObject::invokeMethod(process, "started"));
@@ -335,7 +336,7 @@ void TestProgramSession::ignoresLateEventsOfACompletedRun()
     SessionRun run("print hello\n");
     QVERIFY(run.start());
     QProcess *process = run.process();
-    auto *killTimer = run.session.findChild<QTimer *>();
+    auto *killTimer = run.session.findChild<QTimer *>(u"killTimer"_s);
     QVERIFY(killTimer);
     bool emitted = false;
     connect(&run.session, &ProgramSession::completed, this, [&] {
@@ -357,7 +358,7 @@ void TestProgramSession::ignoresLateEventsOfAnEarlierRun()
                    "read-line\n");
     QVERIFY(run.startUntilReady());
     const QPointer<QProcess> earlier = run.process();
-    auto *killTimer = run.session.findChild<QTimer *>();
+    auto *killTimer = run.session.findChild<QTimer *>(u"killTimer"_s);
     QVERIFY(killTimer);
     connect(&run.session, &ProgramSession::runCompleted, this, [&](quint64 runId) {
         if (runId != 1)

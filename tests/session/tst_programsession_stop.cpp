@@ -53,9 +53,10 @@ private Q_SLOTS:
 /// The timer of the forced kill, if it is running.
 QTimer *TestProgramSessionStop::runningKillTimer(const ProgramSession &session)
 {
-    const QList<QTimer *> timers = session.findChildren<QTimer *>();
+    // That of an earlier run may not be deleted yet.
+    const QList<QTimer *> timers = session.findChildren<QTimer *>(u"killTimer"_s);
     for (QTimer *timer : timers) {
-        if (timer->isActive() && timer->intervalAsDuration() == 1000ms)
+        if (timer->isActive())
             return timer;
     }
     return nullptr;
@@ -189,6 +190,7 @@ void TestProgramSessionStop::theKillTimerWaitsASecond()
     run.session.stop();
     const QTimer *timer = runningKillTimer(run.session);
     QVERIFY(timer);
+    QCOMPARE(timer->intervalAsDuration(), 1000ms);
     QVERIFY(timer->isSingleShot());
     QCOMPARE(timer->timerType(), Qt::PreciseTimer);
 
@@ -251,6 +253,7 @@ void TestProgramSessionStop::aSecondStopRepeatsTheRequestAndTheWait()
     run.session.stop();
     QCOMPARE(run.recorder.events(), QStringList());
     QCOMPARE(runningKillTimer(run.session), timer);
+    QCOMPARE(timer->intervalAsDuration(), 1000ms);
     QVERIFY(timer->remainingTime() > left);
     QVERIFY(run.waitForOutput("asked\nasked\n"));
     QCOMPARE(run.session.state(), ProgramSessionState::Stopping);
@@ -273,7 +276,7 @@ void TestProgramSessionStop::repeatedStopsCannotKeepAProgramAlive()
     QCOMPARE(run.outcomes().size(), 1);
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
     QCOMPARE(run.outcome().exitCode, SIGKILL);
-    // Several single waits have passed: it was not the ordinary timer that ended the program.
+    // Several waits of a second have passed: it was not the ordinary timer that ended the program.
     QVERIFY(run.output().count("more\n") > 100);
 }
 
@@ -365,7 +368,7 @@ void TestProgramSessionStop::aStopRightAfterStartNeedsNoEventLoop()
     QCOMPARE(run.session.state(), ProgramSessionState::Stopping);
     QVERIFY(runningKillTimer(run.session));
 
-    // Dead, although nothing of this process had its turn in between.
+    // It is dead although our event loop has not run in between.
     QVERIFY(waitWithoutEvents([=] { return !processIsAlive(pid); }));
     QVERIFY(run.waitForOutcome());
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
