@@ -15,14 +15,15 @@ namespace tarn::console {
 
 namespace {
 
-/// The shell is everywhere, small, and execs nothing here: read and kill are its own. It leaves the
-/// watchdog behind, so that whoever looks at our children finds only what the user started.
+/// The shell is everywhere, small, and execs nothing here: read and kill are built in. It exits and
+/// leaves the watchdog behind, so that whoever looks at our children finds only what the user
+/// started.
 constexpr const char *shell = "/bin/sh";
 constexpr const char *script = "{ read -r line <&3 || kill -s KILL -- \"-$1\"; } &";
 constexpr int scriptInput = 3;
 constexpr const char *shownName = "tarn-console-watchdog";
 
-/// What the watchdog inherits: its end of the line, and nothing else of ours.
+/// What the watchdog inherits: its end of the socket, and nothing else of ours.
 class SpawnFileActions
 {
 public:
@@ -33,7 +34,7 @@ public:
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             ::posix_spawn_file_actions_addopen(&m_actions, stream, "/dev/null", O_RDWR, 0);
         ::posix_spawn_file_actions_addclosefrom_np(&m_actions, scriptInput + 1);
-        // It must not keep a directory busy either.
+        // Nor must it keep our working directory busy.
         ::posix_spawn_file_actions_addchdir_np(&m_actions, "/");
     }
     ~SpawnFileActions() { ::posix_spawn_file_actions_destroy(&m_actions); }
@@ -46,7 +47,7 @@ private:
     posix_spawn_file_actions_t m_actions{};
 };
 
-/// Out of the reach of a terminal's signals, and with none of our handlers and masks.
+/// Out of reach of a terminal's signals, and with none of our handlers and masks.
 class SpawnAttributes
 {
 public:
@@ -97,7 +98,7 @@ bool spawnWatchdog(pid_t group, int input)
 GroupWatchdog::GroupWatchdog(pid_t group)
 {
     std::array<int, 2> ends{};
-    // To kill with a number up to 1 would reach everybody, or ourselves.
+    // kill(2) would take a number up to 1 for everybody, or for ourselves.
     if (group <= 1 || group == ::getpgrp()
         || ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
         return;
@@ -112,7 +113,8 @@ GroupWatchdog::~GroupWatchdog()
 {
     if (m_lifeline < 0)
         return;
-    // A line calls it off; the mere end is our death. Somebody may have ended it before us.
+    // A message calls it off; an end of file without one means that we died. Somebody may have
+    // ended it already.
     [[maybe_unused]] const auto sent = ::send(m_lifeline, "\n", 1, MSG_NOSIGNAL);
     ::close(m_lifeline);
 }

@@ -7,14 +7,13 @@ namespace tarn::console {
 /// Kills a process group when this process dies, however it dies. The kernel does that for the
 /// leader alone (PR_SET_PDEATHSIG); what the leader started would run on, invisible.
 ///
-/// The watchdog is a small process of its own, in a session of its own and nobody's child. It waits
-/// at the end of a line that only this process holds. It is called off before the number of the
-/// group can come to name another one.
+/// The watchdog is a small process of its own, in a session of its own and nobody's child. It reads
+/// from a socket whose other end only this process holds, and which therefore closes when we die.
+/// It is called off before the number of the group can come to name another one.
 class GroupWatchdog
 {
 public:
-    /// Starts watching. Without a process to spare it does nothing: the leader is bound to our life
-    /// anyway.
+    /// Starts watching. When that fails nothing is watched; the kernel still kills the leader.
     explicit GroupWatchdog(pid_t group);
     /// Calls the watchdog off.
     ~GroupWatchdog();
@@ -22,7 +21,7 @@ public:
     GroupWatchdog &operator=(const GroupWatchdog &) = delete;
 
 private:
-    int m_lifeline = -1; ///< our end of the line, which the kernel closes when we die
+    int m_lifeline = -1; ///< our end of the socket, which the kernel closes when we die
 };
 
 } // namespace tarn::console

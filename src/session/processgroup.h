@@ -18,8 +18,8 @@ enum class SignalDelivery { Delivered, Failed };
 SignalDelivery signalProcessGroup(pid_t group, int signalNumber);
 
 /// Whether any process is left in a group whose leader has ended and was reaped. No process can get
-/// the leader's number while the group exists, so a process of that number says that the group is
-/// gone and that another one may have its number.
+/// the leader's number while the group exists: if one has it, the group is gone, and the number may
+/// name another one.
 bool orphanedGroupExists(pid_t group);
 
 /// Kills what is left of a process group after its leader has ended, when a grace is over; at once

@@ -6,10 +6,10 @@
 namespace tarn::console {
 
 enum class ProgramOutcomeKind : qint32 {
-    Exited = 0,        ///< finished by itself, without an error of the process machinery
+    Exited = 0,        ///< finished by itself, and QProcess reported no error
     Crashed = 1,       ///< ended by a signal that the session did not send
     FailedToStart = 2, ///< the launch was invalid, or the process could not be started
-    ProcessError = 3,  ///< finished after reading from or watching over it had failed
+    ProcessError = 3,  ///< finished after QProcess had reported an error
     Stopped = 4,       ///< finished after stop(), whatever its exit status
 };
 

@@ -1,4 +1,4 @@
-// The life of a run: how its program is started, heard, stopped and ended.
+// The life of a run: its start, its output, a stop, and the end.
 
 #include "session/programrun.h"
 
@@ -109,7 +109,7 @@ void ProgramRun::handleError(QProcess::ProcessError error)
         complete({.kind = ProgramOutcomeKind::FailedToStart, .exitCode = -1, .message = message});
         break;
     }
-    case QProcess::Crashed:    // finished() follows and says it
+    case QProcess::Crashed:    // finished() follows and reports it
     case QProcess::WriteError: // the line stays in flight until the run ends
         break;
     case QProcess::Timedout:
@@ -125,8 +125,8 @@ void ProgramRun::handleFinished(int exitCode, QProcess::ExitStatus exitStatus)
     const auto self = shared_from_this();
     if (m_completed)
         return;
-    // Its number may come to name another group. Of a group with members it cannot, and a listener
-    // may yet stop the run.
+    // The number of an empty group may come to name another one. A group with members keeps its
+    // number, and a listener may yet stop the run.
     if (!orphanedGroupExists(m_group))
         m_watchdog.reset();
     readOutput();
@@ -195,7 +195,7 @@ void ProgramRun::requestTermination(Termination termination)
     const auto leader = static_cast<pid_t>(m_process->processId());
     if (leader > 0 && signalProcessGroup(leader, signalNumber) == SignalDelivery::Delivered)
         return;
-    // QProcess forgets the number before it reports the end; the last output comes after that.
+    // QProcess forgets the number before it reports the last output and the end.
     if (leader == 0 && orphanedGroupExists(m_group)) {
         signalProcessGroup(m_group, signalNumber);
         return;

@@ -23,10 +23,10 @@ class GroupWatchdog;
 /// One run of a program: its process and process group, the timers that end it, the line of input
 /// in flight, and how it ended.
 ///
-/// A run reports to the session that holds it. While it reports, a listener may end the run, and
-/// make the session replace it or be destroyed. Therefore the run is held by shared pointers, also
-/// by those of its own functions that go on after a report, and they go on only while the run is
-/// not completed. After ended() the run is no more than a record.
+/// A run reports to the session that holds it. A listener of a report may end the run, make the
+/// session replace it, or destroy the session. Therefore a run is held by shared pointers, also by
+/// those of its own functions that continue after a report: they have to ask then whether the run
+/// is completed. After ended() it is only a record.
 class ProgramRun : public QObject, public std::enable_shared_from_this<ProgramRun>
 {
     Q_OBJECT
@@ -99,7 +99,7 @@ private:
     QTimer *m_killTimer; ///< runs from the last stop to the forced kill
     QTimer *m_deadline;  ///< runs from the first stop to the forced kill
     pid_t m_group = 0;   ///< process group that the program leads; outlives the process
-    std::unique_ptr<GroupWatchdog> m_watchdog; ///< of that group, as long as we are to end it
+    std::unique_ptr<GroupWatchdog> m_watchdog; ///< of that group, while it is ours to end
     QByteArray m_pendingInput;                 ///< what is still to be written of the line
     QByteArray m_currentLine;                  ///< the line in flight, without its line feed
     QString m_errorMessage;                    ///< last process error that only the outcome reports

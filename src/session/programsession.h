@@ -52,7 +52,7 @@ public:
     /// Starts a program. Returns true when a process start was issued. Returns false and does
     /// nothing while a run is active; returns false after reporting a FailedToStart outcome under a
     /// new run identifier when the launch is invalid: the executable must be an executable file,
-    /// the source path absolute (whether it exists is not looked at), the language "en" or "ar".
+    /// the source path absolute (the file need not exist), the language "en" or "ar".
     bool start(const ProgramLaunch &launch);
 
     /// Asks the program's process group to terminate (SIGTERM) and kills it (SIGKILL) 1000 ms after
@@ -109,7 +109,7 @@ private:
 
     ProgramSessionState m_state = ProgramSessionState::Idle;
     quint64 m_runId = 0;
-    int m_emissions = 0; ///< under way: more than one when a listener causes another
+    int m_emissions = 0; ///< under way; more than one when a listener causes another
     /// The latest run that got a process. It stays when it has ended, until the next valid start.
     std::shared_ptr<ProgramRun> m_run;
 };

@@ -1,5 +1,5 @@
-// Runs one program through a session and passes its standard output on, until it is killed: what
-// becomes of the program then is what the tests want to know.
+// Runs one program in a session and passes its standard output on, until a test kills this process
+// to see what becomes of the program.
 //
 //     session-host INTERPRETER SOURCE [stay | stop]
 //

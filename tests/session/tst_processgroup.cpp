@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 
 namespace tarn::console {
 
-/// Signals to process groups, and the reaper of what a leader left behind.
+/// Signals to process groups, and the reaper of what a leader has left behind.
 class TestProcessGroup : public QObject
 {
     Q_OBJECT
@@ -69,7 +69,7 @@ void TestProcessGroup::signalsALivingGroup()
                    "read-line\n");
     QVERIFY(run.startUntilReady());
     const pid_t group = run.report("group"_ba).toInt();
-    // A group with a leader is nobody's orphan.
+    // A group whose leader lives is not orphaned.
     QVERIFY(!orphanedGroupExists(group));
     QCOMPARE(signalProcessGroup(group, SIGTERM), SignalDelivery::Delivered);
     QVERIFY(run.waitForOutput("asked\n"));

@@ -63,7 +63,7 @@ int TestProgramSessionEndurance::rounds(int usual)
     return asked > 0 ? asked : usual;
 }
 
-/// What the open descriptors are, without numbers.
+/// What the open descriptors refer to, without numbers.
 QStringList TestProgramSessionEndurance::openDescriptors()
 {
     QStringList kinds;
@@ -145,13 +145,13 @@ void TestProgramSessionEndurance::manyRunsLeaveNothing()
     QCOMPARE(openDescriptors().join(u' '), descriptors.join(u' '));
     QCOMPARE(livingChildrenOf(::getpid()), QList<pid_t>());
     QCOMPARE(findChildren<QTimer *>().size(), 0);
-    // Nothing that grows with the number of runs; the allocator's own rest is smaller than this.
+    // Nothing grows with the number of runs; what the allocator keeps is less than this.
     const auto grown = static_cast<qint64>(::mallinfo2().uordblks) - static_cast<qint64>(memory);
     QVERIFY2(grown < 64 * 1024, qPrintable(QString::number(grown)));
 }
 
-/// Apart from the others: where the child shares our memory until the exec (vfork), Qt 6.4 forgets
-/// one descriptor for each exec that fails. There may be no more than that.
+/// A test of its own: where the child shares our memory until the exec (vfork), Qt 6.4 leaks one
+/// descriptor for each exec that fails. There may be no more than that.
 void TestProgramSessionEndurance::failedStartsLeaveNothingOfOurs()
 {
     const Course course{"failing to start", m_directory.filePath(u"broken"_s), "",

@@ -108,7 +108,7 @@ void TestProgramSessionGroup::whatIsLeftBehindDoesNotDelayTheOutcome()
     QVERIFY(run.startUntilReady());
     const pid_t grandchild = run.report("grandchild"_ba).toInt();
     run.session.stop();
-    // No grace is over before the outcome comes.
+    // Keep the grace from ending before the outcome comes.
     const QList<QTimer *> timers = run.session.findChildren<QTimer *>();
     for (QTimer *timer : timers) {
         if (timer->isActive())
@@ -171,8 +171,8 @@ void TestProgramSessionGroup::aStopFromTheLastOutputReachesWhatIsLeft()
     QProcess *process = run.process();
     const auto group = static_cast<pid_t>(process->processId());
     {
-        // Output that nobody was told of comes with the end of the program.
-        const QSignalBlocker untold(process);
+        // Output that has not been reported yet comes with the end of the program.
+        const QSignalBlocker unreported(process);
         run.source.release(u"speak"_s);
         QVERIFY(process->waitForReadyRead());
     }

@@ -295,7 +295,7 @@ void TestProgramSessionLaunch::leadsASessionAndAGroup()
 
 void TestProgramSessionLaunch::inheritsNoForeignDescriptors()
 {
-    // One that a library forgot to protect.
+    // A descriptor that a library forgot to close at an exec.
     const int forgotten = ::open("/dev/null", O_RDONLY);
     QVERIFY(forgotten > STDERR_FILENO);
     SessionRun first("ready\n"

@@ -29,8 +29,8 @@ pid_t reportedNumber(const QByteArray &output, const QByteArray &name)
 
 } // namespace
 
-/// Whatever a program and its children do, and however their run ends from our side: nothing of
-/// its process group is left, and no watchdog.
+/// Whatever a program and its children do, and however we end their run: nothing of its process
+/// group is left, and no watchdog.
 class TestProgramSessionLeftovers : public QObject
 {
     Q_OBJECT
@@ -218,7 +218,7 @@ void TestProgramSessionLeftovers::theWatchdogInheritsNothing()
     QTRY_COMPARE(livingWatchdogsOf(group).size(), 1);
     const QString entry = u"/proc/%1"_s.arg(livingWatchdogsOf(group).constFirst());
 
-    // The shell may keep a second one of its input while it reads.
+    // While it reads, the shell may have a second descriptor of its input.
     QStringList others;
     const QStringList descriptors =
         QDir(entry + u"/fd"_s).entryList(QDir::Files | QDir::System | QDir::NoDotAndDotDot);

@@ -26,8 +26,8 @@ private Q_SLOTS:
     void writesTheRestAsThePipeTakesIt();
     void doesNotTakeASecondLineInFlight();
     void closesTheInputAfterTheLineInFlight();
-    void reportsAnUnfinishedLineNever_data();
-    void reportsAnUnfinishedLineNever();
+    void neverReportsAnUnfinishedLine_data();
+    void neverReportsAnUnfinishedLine();
     void waitsAfterARefusal_data();
     void waitsAfterARefusal();
     void believesNoExaggeration();
@@ -120,14 +120,14 @@ void TestProgramSessionSlowPipe::closesTheInputAfterTheLineInFlight()
     QVERIFY(run.waitForOutcome());
 }
 
-void TestProgramSessionSlowPipe::reportsAnUnfinishedLineNever_data()
+void TestProgramSessionSlowPipe::neverReportsAnUnfinishedLine_data()
 {
     QTest::addColumn<bool>("stop");
     QTest::newRow("stopped") << true;
     QTest::newRow("ended by itself") << false;
 }
 
-void TestProgramSessionSlowPipe::reportsAnUnfinishedLineNever()
+void TestProgramSessionSlowPipe::neverReportsAnUnfinishedLine()
 {
     QFETCH(bool, stop);
     SlowRun run("ready\n"
