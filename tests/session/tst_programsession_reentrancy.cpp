@@ -32,6 +32,8 @@ private Q_SLOTS:
     void aNewRunCannotStartInTheMiddleOfOne();
     void closesTheInputWhileALineIsBeingReported();
     void aLineIsPendingWhenItIsAnnounced();
+    void aLineOfAReplacedRunIsPending();
+    void nothingFollowsALineWhenItsRunIsReplaced();
 };
 
 namespace {
@@ -64,6 +66,14 @@ bool playToTheEnd(Run &run)
             return !run.session.isActive();
         },
         Run::patience);
+}
+
+/// Ends the run and starts the next one, all within the call.
+void replaceTheRun(Run &run)
+{
+    run.session.stop();
+    QVERIFY(run.process()->waitForFinished());
+    QVERIFY(run.start());
 }
 
 } // namespace
@@ -232,6 +242,43 @@ void TestProgramSessionReentrancy::aLineIsPendingWhenItIsAnnounced()
     QVERIFY(run.session.closeInput());
     QVERIFY(run.waitForOutcome());
     QCOMPARE(run.output(), "ready\nbytes:6 line-feeds:1\n"_ba);
+}
+
+void TestProgramSessionReentrancy::aLineOfAReplacedRunIsPending()
+{
+    Run run("ready\n"
+            "read-all\n");
+    QVERIFY(run.startUntilReady());
+    connect(
+        &run.session, &ProgramSession::inputStateChanged, this, [&] { replaceTheRun(run); },
+        Qt::SingleShotConnection);
+    QCOMPARE(run.session.sendInput("hello"_ba), InputSendResult::Pending);
+    QCOMPARE(run.session.runId(), 2U);
+    QVERIFY(!run.session.inputPending());
+    QCOMPARE(run.recorder.eventsNamed(u"inputAccepted"_s), QStringList());
+
+    QVERIFY(run.waitForOutput("ready"));
+    QVERIFY(run.session.closeInput());
+    QVERIFY(run.waitForOutcome());
+    QCOMPARE(run.output(), "ready\nbytes:0 line-feeds:0\n"_ba);
+}
+
+void TestProgramSessionReentrancy::nothingFollowsALineWhenItsRunIsReplaced()
+{
+    Run run("ready\n"
+            "read-all\n");
+    QVERIFY(run.startUntilReady());
+    connect(
+        &run.session, &ProgramSession::inputAccepted, this, [&] { replaceTheRun(run); },
+        Qt::SingleShotConnection);
+    QCOMPARE(run.session.sendInput("hello"_ba), InputSendResult::Pending);
+    QCOMPARE(run.session.runId(), 2U);
+    // When the line came into flight, and at the end of the run.
+    QCOMPARE(run.recorder.eventsNamed(u"inputStateChanged"_s),
+             QStringList({u"inputStateChanged 1"_s, u"inputStateChanged 1"_s}));
+    QCOMPARE(run.recorder.events().last(), u"stateChanged Starting"_s);
+    run.session.stop();
+    QVERIFY(run.waitForOutcome());
 }
 
 } // namespace tarn::console
