@@ -1,5 +1,7 @@
 #include "transcript/transcript.h"
 
+#include "transcript/visibleescape.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -9,10 +11,10 @@ namespace tarn::console {
 
 namespace {
 
-/// No byte of output adds more to the display than a control character: "\u{0000}".
-constexpr qint64 maxDisplayBytesPerByte = 8;
-/// What a decoder may still hold from before: three bytes ("\xFF" each) and a carriage return.
-constexpr qint64 maxDisplayBytesHeld = 3 * 4 + 8;
+/// No byte of output adds more to the display than an escaped control character.
+constexpr qint64 maxDisplayBytesPerByte = codePointEscapeSize('\0');
+/// What a decoder may still hold from before: three bytes and a carriage return.
+constexpr qint64 maxDisplayBytesHeld = 3 * byteEscapeSize + codePointEscapeSize('\r');
 
 /// All strings of one character below a bound, each with its terminator.
 template<typename Character, size_t Bound>
