@@ -98,7 +98,7 @@ void TestVisibleEscape::everyPathShowsACodePointAlike()
         Decoder::appendCodePoint(&appended, codePoint);
         const QByteArray bytes = plain::Decoder::character(codePoint).toUtf8();
         Decoder decoder;
-        Fragments whole = decoder.append(bytes);
+        const Fragments whole = decoder.append(bytes);
         // Other characters around it take the quick ways through the decoder.
         const QByteArray surrounded = "ab\u0628" + bytes + "\u0628ab";
         const Fragments among = decoder.append(surrounded);
