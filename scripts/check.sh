@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Everything that can be checked without running the program: form, spelling, translations, what
-# desktops will be given, code that nobody uses; and a report of the largest files and functions.
+# desktops will be given, code that nobody uses, who includes whom, and how large things are.
 set -euo pipefail
 
 usage='Usage: scripts/check.sh [--lint]   installs what is missing and checks sources, scripts, texts and desktop
@@ -145,11 +145,11 @@ run 'Desktop files' check_desktop_files
 run 'Manual pages' check_manual_pages
 run 'Version' check_version
 run 'Unused functions' check_unused
+run 'Includes' ./scripts/includes.py
+run 'Sizes' ./scripts/sizes.py
 if $lint; then
     run 'Lint' ./scripts/lint.sh
 fi
-echo '== The largest files and functions'
-./scripts/sizes.py
 
 if [ ${#failed[@]} -gt 0 ]; then
     printf 'FAILED: %s\n' "${failed[@]}" >&2

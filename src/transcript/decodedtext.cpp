@@ -1,14 +1,10 @@
 #include "transcript/decodedtext.h"
 
+#include "transcript/visibleescape.h"
+
 #include <algorithm>
 
 namespace tarn::console {
-
-namespace {
-
-constexpr char16_t hexadecimalDigits[] = u"0123456789ABCDEF";
-
-} // namespace
 
 /// Direction text of the line that begins there; moves on to the first escape after the line.
 QString DecodedText::directionText(const QString &line, qsizetype begin, const Escape **next) const
@@ -71,24 +67,12 @@ void DecodedTextBuilder::addTabulator()
 
 void DecodedTextBuilder::addByteEscape(uchar byte)
 {
-    char16_t *to = addEscape(4);
-    to[0] = u'\\';
-    to[1] = u'x';
-    to[2] = hexadecimalDigits[byte >> 4];
-    to[3] = hexadecimalDigits[byte & 0xF];
+    writeByteEscape(byte, addEscape(byteEscapeSize));
 }
 
-void DecodedTextBuilder::addCodePointEscape(char16_t codePoint)
+void DecodedTextBuilder::addCodePointEscape(uint codePoint)
 {
-    char16_t *to = addEscape(8);
-    to[0] = u'\\';
-    to[1] = u'u';
-    to[2] = u'{';
-    to[3] = hexadecimalDigits[codePoint >> 12];
-    to[4] = hexadecimalDigits[(codePoint >> 8) & 0xF];
-    to[5] = hexadecimalDigits[(codePoint >> 4) & 0xF];
-    to[6] = hexadecimalDigits[codePoint & 0xF];
-    to[7] = u'}';
+    writeCodePointEscape(codePoint, addEscape(codePointEscapeSize(codePoint)));
 }
 
 /// Declares an escape of so many characters, which are ASCII, and returns where it goes.

@@ -89,12 +89,12 @@ public:
         m_decoded.m_extraBytes += byteCount - count;
     }
 
-    /// A character beyond ASCII that is shown as itself.
+    /// A character that is shown as itself.
     void addCharacter(uint codePoint)
     {
         if (!QChar::requiresSurrogates(codePoint)) {
             *reserve(1) = char16_t(codePoint);
-            addReserved(1, codePoint < 0x800 ? 2 : 3);
+            addReserved(1, codePoint < 0x80 ? 1 : codePoint < 0x800 ? 2 : 3);
             return;
         }
         char16_t *to = reserve(2);
@@ -105,8 +105,7 @@ public:
 
     void addTabulator();
     void addByteEscape(uchar byte);
-    /// For code points of up to four hexadecimal digits.
-    void addCodePointEscape(char16_t codePoint);
+    void addCodePointEscape(uint codePoint);
     void addBreak()
     {
         *reserve(1) = u'\n';

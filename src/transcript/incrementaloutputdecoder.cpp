@@ -7,8 +7,6 @@
 
 namespace tarn::console {
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 constexpr uint tabulator = 0x09;
@@ -58,6 +56,17 @@ constexpr bool isPlainAscii(uchar byte)
     return byte >= 0x20 && byte < 0x7F;
 }
 
+constexpr bool isPlainAsciiShownAsItself()
+{
+    for (uint byte = 0; byte < 0x80; ++byte) {
+        if (isPlainAscii(uchar(byte)) && isShownAsEscape(byte))
+            return false;
+    }
+    return true;
+}
+static_assert(isPlainAsciiShownAsItself(),
+              "plain ASCII is copied without a look at each character");
+
 /// Length of the run of printable ASCII at the start, eight bytes at a time.
 qsizetype plainAsciiLength(const uchar *bytes, qsizetype size)
 {
@@ -77,25 +86,15 @@ qsizetype plainAsciiLength(const uchar *bytes, qsizetype size)
     return length;
 }
 
-/// Whether a character beyond ASCII is shown as itself.
-constexpr bool isShownAsItself(uint codePoint)
-{
-    return codePoint >= 0xA0 && !IncrementalOutputDecoder::isBidiFormattingControl(codePoint);
-}
-
 /// Shows a character, or its escape.
 void addCodePoint(DecodedTextBuilder &builder, uint codePoint)
 {
-    if (codePoint == tabulator) {
+    if (codePoint == tabulator)
         builder.addTabulator();
-    } else if (codePoint < 0x80 && isPlainAscii(uchar(codePoint))) {
-        const auto byte = uchar(codePoint);
-        builder.addAscii(&byte, 1);
-    } else if (isShownAsItself(codePoint)) {
+    else if (isShownAsEscape(codePoint))
+        builder.addCodePointEscape(codePoint);
+    else
         builder.addCharacter(codePoint);
-    } else {
-        builder.addCodePointEscape(char16_t(codePoint));
-    }
 }
 
 /// Takes characters of up to three bytes for as long as they follow each other and are shown as
@@ -114,12 +113,12 @@ const uchar *takeWords(const uchar *at, const uchar *end, DecodedTextBuilder &bu
         const Sequence sequence = sequenceOf(*at);
         if (sequence.length == 2 && isContinuation(at[1])) {
             const uint codePoint = (at[0] & 0x1Fu) << 6 | (at[1] & 0x3Fu);
-            if (!isShownAsItself(codePoint))
+            if (isShownAsEscape(codePoint))
                 break;
             *to = char16_t(codePoint);
         } else if (sequence.length == 3 && isContinuation(at[1]) && isContinuation(at[2])) {
             uint codePoint = 0;
-            if (!decodeSequence(at, sequence, &codePoint) || !isShownAsItself(codePoint))
+            if (!decodeSequence(at, sequence, &codePoint) || isShownAsEscape(codePoint))
                 break;
             *to = char16_t(codePoint);
         } else {
@@ -296,12 +295,16 @@ void IncrementalOutputDecoder::flushPendingUtf8(DecodedTextBuilder &builder)
 
 QString IncrementalOutputDecoder::codePointEscape(uint codePoint)
 {
-    return u"\\u{%1}"_s.arg(QString::number(codePoint, 16).toUpper().rightJustified(4, u'0'));
+    DecodedTextBuilder builder(codePointEscapeSize(codePoint));
+    builder.addCodePointEscape(codePoint);
+    return builder.take().text();
 }
 
 QString IncrementalOutputDecoder::byteEscape(uchar byte)
 {
-    return u"\\x%1"_s.arg(QString::number(byte, 16).toUpper().rightJustified(2, u'0'));
+    DecodedTextBuilder builder(byteEscapeSize);
+    builder.addByteEscape(byte);
+    return builder.take().text();
 }
 
 void IncrementalOutputDecoder::appendText(QList<DecoderFragment> *fragments, const QString &text,
@@ -318,15 +321,10 @@ void IncrementalOutputDecoder::appendText(QList<DecoderFragment> *fragments, con
 
 void IncrementalOutputDecoder::appendCodePoint(QList<DecoderFragment> *fragments, uint codePoint)
 {
-    if (codePoint == tabulator) {
-        appendText(fragments, u"\t"_s, {});
-    } else if (isUnsupportedControl(codePoint) || isBidiFormattingControl(codePoint)) {
-        appendText(fragments, codePointEscape(codePoint), {});
-    } else {
-        const auto codeUnits = QChar::fromUcs4(codePoint);
-        const QString character = QStringView(codeUnits).toString();
-        appendText(fragments, character, character);
-    }
+    DecodedTextBuilder builder(codePointEscapeSize(codePoint));
+    addCodePoint(builder, codePoint);
+    for (const DecoderFragment &fragment : builder.take().fragments())
+        appendText(fragments, fragment.text, fragment.directionText);
 }
 
 void IncrementalOutputDecoder::appendBreak(QList<DecoderFragment> *fragments)

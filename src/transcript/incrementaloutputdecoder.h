@@ -2,6 +2,7 @@
 
 #include "transcript/decodedtext.h"
 #include "transcript/decoderfragment.h"
+#include "transcript/visibleescape.h"
 
 #include <QByteArrayView>
 #include <QList>
@@ -16,8 +17,8 @@ namespace tarn::console {
 /// The bytes are taken as UTF-8 (Unicode 15, section 3.9, table 3-7). What is not well-formed, the
 /// control characters except TAB, a carriage return that no line feed follows, and the
 /// bidirectional formatting characters (UAX #9, section 2) become visible escapes: "\xFF" for a
-/// byte, "\u{202E}" for a code point. Nothing is dropped and nothing fails; the result does not
-/// depend on how the bytes are cut into chunks.
+/// byte, "\u{202E}" for a code point (visibleescape.h decides which). Nothing is dropped and
+/// nothing fails; the result does not depend on how the bytes are cut into chunks.
 ///
 /// Fragment lists are normalised: two Text fragments never stand next to each other.
 class IncrementalOutputDecoder
@@ -33,17 +34,13 @@ public:
     QList<DecoderFragment> finish();
     DecodedText decodeRest();
 
-    /// U+061C, U+200E, U+200F, U+202A to U+202E and U+2066 to U+2069.
     static constexpr bool isBidiFormattingControl(uint codePoint)
     {
-        return codePoint == 0x061C || codePoint == 0x200E || codePoint == 0x200F
-               || (codePoint >= 0x202A && codePoint <= 0x202E)
-               || (codePoint >= 0x2066 && codePoint <= 0x2069);
+        return isBidiFormattingCharacter(codePoint);
     }
-    /// C0 controls, DEL and C1 controls (TAB, LF and CR included).
     static constexpr bool isUnsupportedControl(uint codePoint)
     {
-        return codePoint <= 0x1F || (codePoint >= 0x7F && codePoint <= 0x9F);
+        return isControlCharacter(codePoint);
     }
     /// "\u{000D}": at least four upper-case hexadecimal digits.
     static QString codePointEscape(uint codePoint);

@@ -3,7 +3,7 @@
 #include "session/transcriptstream.h"
 #include "transcript/incrementaloutputdecoder.h"
 #include "transcript/transcriptlimits.h"
-#include "transcript/transcriptparagraph.h"
+#include "transcript/transcriptparagraphs.h"
 #include "transcript/transcriptrecord.h"
 #include "transcript/transcriptresults.h"
 #include "widgets/paragraphpresentation.h"
@@ -16,29 +16,6 @@
 #include <optional>
 
 namespace tarn::console {
-
-/// What changed in the paragraphs since the last acknowledgement. A view that showed the state of
-/// then brings itself up to date from this alone.
-struct TranscriptChanges
-{
-    /// Which acknowledgement they are relative to, so that a view can tell that it missed one.
-    quint64 acknowledgement = 0;
-    /// The paragraphs were emptied, or all their presentations may have changed; the other fields
-    /// then say nothing but that every paragraph is new.
-    bool everything = false;
-    /// Paragraphs from this index on are new.
-    qint64 firstNew = 0;
-    /// An earlier paragraph that has grown or was ended by a line break, in its state of then.
-    struct Extension
-    {
-        qint64 paragraph = 0;
-        qint64 shownLength = 0; ///< UTF-16 length of its text at the last acknowledgement
-    };
-    /// In ascending order of the paragraph, each paragraph once; at most two.
-    QList<Extension> extended;
-    /// The last paragraph of then had been ended by a line break.
-    bool lastWasTerminated = false;
-};
 
 /// Everything the transcript area shows: records of what happened, and the paragraphs that are
 /// displayed, bounded by limits. Where a piece of output would break a limit, the capture stops at
@@ -53,11 +30,11 @@ public:
 
     const TranscriptLimits &limits() const { return m_limits; }
     const QList<TranscriptRecord> &records() const { return m_records; }
-    const QList<TranscriptParagraph> &paragraphs() const { return m_paragraphs; }
+    const QList<TranscriptParagraph> &paragraphs() const { return m_paragraphs.all(); }
     /// Whether a line break ended the paragraph; the index is not checked.
-    bool isParagraphTerminated(qint64 index) const { return m_paragraphTerminated[index]; }
-    bool captureStopped() const { return m_captureStopped; }
-    TranscriptLimit stopReason() const { return m_stopReason; }
+    bool isParagraphTerminated(qint64 index) const { return m_paragraphs.isTerminated(index); }
+    bool captureStopped() const { return m_stopReason.has_value(); }
+    TranscriptLimit stopReason() const { return m_stopReason.value_or(TranscriptLimit::None); }
     qint64 retainedByteCount() const { return m_retainedByteCount; }
     qint64 pendingUpdateByteCount() const { return m_pendingUpdateByteCount; }
 
@@ -90,7 +67,7 @@ public:
 
     /// A view has shown everything so far.
     void acknowledgePendingUpdates();
-    const TranscriptChanges &changes() const { return m_changes; }
+    const TranscriptChanges &changes() const { return m_paragraphs.changes(); }
 
     /// Checks; a refusal writes the limit and returns false, otherwise the limit is left alone.
     bool canAcceptRaw(qint64 byteCount, TranscriptLimit *limit) const;
@@ -132,12 +109,7 @@ private:
 
         bool hasOpenParagraph() const { return paragraphIndex >= 0; }
     };
-    struct ChunkProgress;
-    struct UnlimitedPrefix
-    {
-        qint64 size = 0;
-        qint64 lineBytes = 0; ///< of the stream, after the prefix
-    };
+    class ChunkIntake;
 
     StreamState &stateFor(TranscriptStream stream);
     const StreamState &stateFor(TranscriptStream stream) const;
@@ -145,30 +117,14 @@ private:
     bool canApplyFrom(bool paragraphOpen, const QList<DecoderFragment> &fragments,
                       TranscriptLimit *limit) const;
 
-    void appendBytes(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
-    bool appendNextPiece(TranscriptStream stream, QByteArrayView bytes, ChunkProgress &progress);
-    bool applyPiece(TranscriptStream stream, QByteArrayView piece, ChunkProgress &progress);
-    UnlimitedPrefix unlimitedPrefix(const StreamState &state, QByteArrayView bytes,
-                                    bool mustFitPendingUpdates) const;
-    bool applyPrefix(TranscriptStream stream, QByteArrayView bytes, const UnlimitedPrefix &prefix,
-                     ChunkProgress &progress);
-    void applyLine(TranscriptStream stream, DecodedText::Line &&line);
-    void appendToParagraph(qint64 index, const QString &text, const QString &directionText);
-    void terminateParagraph(qint64 index);
-    void noteExtension(qint64 index);
-    void markEverythingChanged();
-
     TranscriptLimits m_limits;
     ContentDirection m_direction = ContentDirection::Auto;
     QList<TranscriptRecord> m_records;
-    QList<TranscriptParagraph> m_paragraphs;
-    QList<bool> m_paragraphTerminated;
+    TranscriptParagraphs m_paragraphs;
     std::array<StreamState, 2> m_streams;
     qint64 m_retainedByteCount = 0;
     qint64 m_pendingUpdateByteCount = 0;
-    bool m_captureStopped = false;
-    TranscriptLimit m_stopReason = TranscriptLimit::None;
-    TranscriptChanges m_changes;
+    std::optional<TranscriptLimit> m_stopReason; ///< set while the capture is stopped
 };
 
 } // namespace tarn::console

@@ -1,3 +1,5 @@
+// The paragraphs and fragments as one text, and what is copied from it and found in it.
+
 #include "transcript/transcript.h"
 
 #include <algorithm>
@@ -48,14 +50,14 @@ QString Transcript::fragmentsText(const QList<DecoderFragment> &fragments)
 QString Transcript::documentText() const
 {
     qsizetype length = m_paragraphs.size();
-    for (const TranscriptParagraph &paragraph : m_paragraphs)
+    for (const TranscriptParagraph &paragraph : paragraphs())
         length += paragraph.text.size();
 
     QString text;
     text.reserve(length);
-    for (qsizetype i = 0; i < m_paragraphs.size(); ++i) {
-        text.append(m_paragraphs[i].text);
-        if (i + 1 < m_paragraphs.size() || m_paragraphTerminated[i])
+    for (qint64 i = 0; i < m_paragraphs.size(); ++i) {
+        text.append(m_paragraphs.at(i).text);
+        if (i + 1 < m_paragraphs.size() || m_paragraphs.isTerminated(i))
             text.append(u'\n');
     }
     return text;

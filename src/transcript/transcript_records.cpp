@@ -1,3 +1,5 @@
+// What is recorded besides output: echoes of input, labels, outcomes and limits.
+
 #include "transcript/transcript.h"
 
 #include <utility>
@@ -6,7 +8,7 @@ namespace tarn::console {
 
 TranscriptAppendResult Transcript::appendInputEcho(const QString &label, QByteArrayView bytes)
 {
-    if (m_captureStopped)
+    if (captureStopped())
         return resultOf(0);
 
     auto limit = TranscriptLimit::ParagraphLength;
@@ -49,9 +51,9 @@ void Transcript::applyStandaloneFragments(TranscriptRecordKind kind,
         if (open < 0)
             open = addParagraph(kind, std::nullopt, {});
         if (isBreak)
-            terminateParagraph(std::exchange(open, -1));
+            m_paragraphs.terminate(std::exchange(open, -1));
         else
-            appendToParagraph(open, fragment.text, fragment.directionText);
+            m_paragraphs.append(open, fragment.text, fragment.directionText);
     }
     m_pendingUpdateByteCount += fragmentsDisplayBytes(fragments);
 }

@@ -1,10 +1,9 @@
 #include "window/visibletext.h"
 
 #include "transcript/incrementaloutputdecoder.h"
+#include "transcript/visibleescape.h"
 
 #include <QStringList>
-
-#include <algorithm>
 
 namespace tarn::console {
 
@@ -12,14 +11,22 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-bool needsEscape(QChar unit)
+/// Line ends too: a label and a tool tip show the text as one line.
+bool needsEscape(uint codePoint)
 {
-    constexpr char16_t lineSeparator = 0x2028;
-    constexpr char16_t paragraphSeparator = 0x2029;
-    const char16_t code = unit.unicode();
-    return IncrementalOutputDecoder::isUnsupportedControl(code)
-           || IncrementalOutputDecoder::isBidiFormattingControl(code) || code == lineSeparator
-           || code == paragraphSeparator;
+    constexpr uint lineSeparator = 0x2028;
+    constexpr uint paragraphSeparator = 0x2029;
+    return isShownAsEscape(codePoint) || codePoint == lineSeparator
+           || codePoint == paragraphSeparator;
+}
+
+/// The character that begins there; half of a surrogate pair stands for itself.
+uint codePointAt(const QString &text, qsizetype at)
+{
+    const QChar first = text.at(at);
+    if (first.isHighSurrogate() && at + 1 < text.size() && text.at(at + 1).isLowSurrogate())
+        return QChar::surrogateToUcs4(first, text.at(at + 1));
+    return first.unicode();
 }
 
 /// A place at or before the given one that is not in the middle of a character.
@@ -47,14 +54,15 @@ QStringList foldedLines(QString text)
 
 QString visibleText(const QString &text)
 {
-    if (std::none_of(text.begin(), text.end(), needsEscape))
-        return text;
     QString visible;
-    for (const QChar unit : text) {
-        if (needsEscape(unit))
-            visible += IncrementalOutputDecoder::codePointEscape(unit.unicode());
+    visible.reserve(text.size());
+    for (qsizetype at = 0, size = 0; at < text.size(); at += size) {
+        const uint codePoint = codePointAt(text, at);
+        size = QChar::requiresSurrogates(codePoint) ? 2 : 1;
+        if (needsEscape(codePoint))
+            visible += IncrementalOutputDecoder::codePointEscape(codePoint);
         else
-            visible += unit;
+            visible += QStringView(text).sliced(at, size);
     }
     return visible;
 }

@@ -14,13 +14,6 @@ namespace {
 
 using Fragments = QList<DecoderFragment>;
 
-bool isHidden(char16_t unit)
-{
-    return (unit < 0x20 && unit != u'\t') || (unit >= 0x7F && unit <= 0x9F) || unit == 0x61C
-           || unit == 0x200E || unit == 0x200F || (unit >= 0x202A && unit <= 0x202E)
-           || (unit >= 0x2066 && unit <= 0x2069);
-}
-
 bool isSound(const Fragments &fragments)
 {
     bool afterText = false;
@@ -55,8 +48,8 @@ QString directionOf(const Fragments &fragments)
 
 bool isSafeToShow(const QString &text)
 {
-    for (const QChar c : text) {
-        if (isHidden(c.unicode()))
+    for (const uint codePoint : text.toUcs4()) {
+        if (codePoint != u'\t' && plain::isEscaped(codePoint))
             return false;
     }
     return text.isValidUtf16();

@@ -8,18 +8,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-bool isControl(uint codePoint)
-{
-    return codePoint <= 0x1F || (codePoint >= 0x7F && codePoint <= 0x9F);
-}
-
-bool isBidiControl(uint codePoint)
-{
-    return codePoint == 0x061C || codePoint == 0x200E || codePoint == 0x200F
-           || (codePoint >= 0x202A && codePoint <= 0x202E)
-           || (codePoint >= 0x2066 && codePoint <= 0x2069);
-}
-
 bool isContinuation(uchar byte)
 {
     return byte >= 0x80 && byte <= 0xBF;
@@ -57,6 +45,14 @@ bool isAllowed(uint codePoint, int length)
 }
 
 } // namespace
+
+bool isEscaped(uint codePoint)
+{
+    return codePoint <= 0x1F || (codePoint >= 0x7F && codePoint <= 0x9F) || codePoint == 0x061C
+           || codePoint == 0x200E || codePoint == 0x200F
+           || (codePoint >= 0x202A && codePoint <= 0x202E)
+           || (codePoint >= 0x2066 && codePoint <= 0x2069);
+}
 
 QList<DecoderFragment> Decoder::append(QByteArrayView bytes)
 {
@@ -158,7 +154,7 @@ void Decoder::addCodePoint(QList<DecoderFragment> &fragments, uint codePoint)
 {
     if (codePoint == 0x09)
         addText(fragments, u"\t"_s, QString());
-    else if (isControl(codePoint) || isBidiControl(codePoint))
+    else if (isEscaped(codePoint))
         addText(fragments, codePointEscape(codePoint), QString());
     else
         addText(fragments, character(codePoint), character(codePoint));

@@ -11,6 +11,9 @@
 /// compare the real one with something whose correctness is plain to see.
 namespace tarn::console::plain {
 
+/// Control characters, TAB and line ends too, and bidirectional formatting characters.
+bool isEscaped(uint codePoint);
+
 class Decoder
 {
 public:

@@ -65,14 +65,6 @@ QByteArray utf8(uint codePoint)
            + char(0x80 | ((codePoint >> 6) & 0x3F)) + char(0x80 | (codePoint & 0x3F));
 }
 
-bool isEscaped(uint codePoint)
-{
-    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0) || codePoint == 0x61C
-           || codePoint == 0x200E || codePoint == 0x200F
-           || (codePoint >= 0x202A && codePoint <= 0x202E)
-           || (codePoint >= 0x2066 && codePoint <= 0x2069);
-}
-
 /// Bytes on both sides of every border that the encoding knows.
 QByteArray borderBytes()
 {
@@ -158,9 +150,9 @@ void TestDecoderOracle::everyCodePointIsShownAsItself()
         const QString character = plain::Decoder::character(codePoint);
         QString text = character;
         QString direction = character;
-        if (isEscaped(codePoint))
+        if (plain::isEscaped(codePoint))
             direction.clear();
-        if (isEscaped(codePoint) && codePoint != '\t')
+        if (plain::isEscaped(codePoint) && codePoint != '\t')
             text = plain::Decoder::codePointEscape(codePoint);
         Decoder decoder;
         const Fragments fragments = decoder.append(utf8(codePoint));

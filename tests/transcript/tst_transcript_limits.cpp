@@ -14,6 +14,97 @@ TranscriptLimits limitsOf(qint64 retained, qint64 paragraphs, qint64 length, qin
     return {retained, paragraphs, length, pending, 0};
 }
 
+void addRetainedByteRows()
+{
+    const auto retained = TranscriptLimit::RetainedBytes;
+    QTest::newRow("retained bytes that just fit")
+        << QList<qint64>{4, 9, 9, 99} << "a\nbc"_ba << accepted(4) << QStringList{u"a$"_s, u"bc"_s}
+        << u"a\nbc"_s;
+    QTest::newRow("retained bytes")
+        << QList<qint64>{3, 9, 9, 99} << "a\nbc\nd"_ba << stopped(3, retained)
+        << QStringList{u"a$"_s, u"b"_s} << u"a\nb"_s;
+    QTest::newRow("retained bytes at a line feed")
+        << QList<qint64>{2, 9, 9, 99} << "ab\nc"_ba << stopped(2, retained) << QStringList{u"ab"_s}
+        << u"ab"_s;
+    QTest::newRow("retained bytes inside a character")
+        << QList<qint64>{2, 9, 9, 99} << fromHex("61 E2 82 AC") << stopped(2, retained)
+        << QStringList{u"a"_s} << u"a"_s;
+    QTest::newRow("retained bytes between return and line feed")
+        << QList<qint64>{2, 9, 9, 99} << "a\r\nb"_ba << stopped(2, retained) << QStringList{u"a"_s}
+        << u"a"_s;
+    QTest::newRow("no retained bytes at all") << QList<qint64>{0, 9, 9, 99} << "a"_ba
+                                              << stopped(0, retained) << QStringList() << QString();
+}
+
+void addPendingUpdateRows()
+{
+    const auto pending = TranscriptLimit::PendingUpdates;
+    QTest::newRow("pending updates that just fit")
+        << QList<qint64>{99, 9, 9, 7} << fromHex("61 D985 FF") << accepted(4)
+        << QStringList{u"a\u0645\\xFF"_s} << u"a\u0645\\xFF"_s;
+    QTest::newRow("pending updates at an escape")
+        << QList<qint64>{99, 9, 9, 6} << fromHex("61 D985 FF 62") << stopped(3, pending)
+        << QStringList{u"a\u0645"_s} << u"a\u0645"_s;
+    QTest::newRow("pending updates at the last byte of a character")
+        << QList<qint64>{99, 9, 9, 3} << fromHex("61 E2 82 AC 62") << stopped(3, pending)
+        << QStringList{u"a"_s} << u"a"_s;
+    QTest::newRow("pending updates at a line break")
+        << QList<qint64>{99, 9, 9, 2} << "ab\nc"_ba << stopped(2, pending) << QStringList{u"ab"_s}
+        << u"ab"_s;
+    QTest::newRow("pending updates at the byte that breaks a sequence")
+        << QList<qint64>{99, 9, 9, 10} << fromHex("E2 82 41 42") << accepted(4)
+        << QStringList{u"\\xE2\\x82AB"_s} << u"\\xE2\\x82AB"_s;
+    QTest::newRow("pending updates at the byte that completes nothing")
+        << QList<qint64>{99, 9, 9, 8} << fromHex("E2 82 41 42") << stopped(2, pending)
+        << QStringList() << QString();
+    QTest::newRow("pending updates at the byte after a lone return")
+        << QList<qint64>{99, 9, 9, 9} << "a\rb"_ba << stopped(2, pending) << QStringList{u"a"_s}
+        << u"a"_s;
+}
+
+void addParagraphRows()
+{
+    const auto paragraphs = TranscriptLimit::Paragraphs;
+    QTest::newRow("paragraphs that just fit")
+        << QList<qint64>{99, 2, 9, 99} << "a\nb\n"_ba << accepted(4)
+        << QStringList{u"a$"_s, u"b$"_s} << u"a\nb\n"_s;
+    QTest::newRow("paragraphs at a text")
+        << QList<qint64>{99, 2, 9, 99} << "a\nb\nc"_ba << stopped(4, paragraphs)
+        << QStringList{u"a$"_s, u"b$"_s} << u"a\nb\n"_s;
+    QTest::newRow("paragraphs at an empty line")
+        << QList<qint64>{99, 2, 9, 99} << "a\n\n\n"_ba << stopped(3, paragraphs)
+        << QStringList{u"a$"_s, u"$"_s} << u"a\n\n"_s;
+    QTest::newRow("paragraphs at the last byte of a character")
+        << QList<qint64>{99, 1, 9, 99} << fromHex("61 0A C3 A9") << stopped(3, paragraphs)
+        << QStringList{u"a$"_s} << u"a\n"_s;
+    QTest::newRow("no paragraphs at all") << QList<qint64>{99, 0, 9, 99} << fromHex("C3 A9")
+                                          << stopped(1, paragraphs) << QStringList() << QString();
+}
+
+void addRowsOfSeveralLimits()
+{
+    const auto retained = TranscriptLimit::RetainedBytes;
+    const auto length = TranscriptLimit::ParagraphLength;
+    const auto pending = TranscriptLimit::PendingUpdates;
+
+    QTest::newRow("length before retained bytes")
+        << QList<qint64>{2, 9, 2, 99} << "abc"_ba << stopped(2, length) << QStringList{u"ab"_s}
+        << u"ab"_s;
+    QTest::newRow("retained bytes before pending updates")
+        << QList<qint64>{1, 9, 9, 1} << "ab"_ba << stopped(1, retained) << QStringList{u"a"_s}
+        << u"a"_s;
+    QTest::newRow("pending updates before paragraphs")
+        << QList<qint64>{9, 1, 9, 2} << "a\nb"_ba << stopped(2, pending) << QStringList{u"a$"_s}
+        << u"a\n"_s;
+    QTest::newRow("everything zero, text")
+        << QList<qint64>{0, 0, 0, 0} << "a"_ba << stopped(0, length) << QStringList() << QString();
+    QTest::newRow("everything zero, line feed")
+        << QList<qint64>{0, 0, 0, 0} << "\n"_ba << stopped(0, retained) << QStringList()
+        << QString();
+    QTest::newRow("everything zero, return at the end")
+        << QList<qint64>{0, 0, 0, 0} << "\r"_ba << accepted(0) << QStringList() << QString();
+}
+
 } // namespace
 
 class TestTranscriptLimits : public QObject
@@ -47,82 +138,10 @@ void TestTranscriptLimits::captureStopsAtTheOffendingByte_data()
     QTest::addColumn<QString>("result");
     QTest::addColumn<QStringList>("paragraphs");
     QTest::addColumn<QString>("recorded");
-    const auto retained = TranscriptLimit::RetainedBytes;
-    const auto paragraphs = TranscriptLimit::Paragraphs;
-    const auto length = TranscriptLimit::ParagraphLength;
-    const auto pending = TranscriptLimit::PendingUpdates;
-
-    QTest::newRow("retained bytes that just fit")
-        << QList<qint64>{4, 9, 9, 99} << "a\nbc"_ba << accepted(4) << QStringList{u"a$"_s, u"bc"_s}
-        << u"a\nbc"_s;
-    QTest::newRow("retained bytes")
-        << QList<qint64>{3, 9, 9, 99} << "a\nbc\nd"_ba << stopped(3, retained)
-        << QStringList{u"a$"_s, u"b"_s} << u"a\nb"_s;
-    QTest::newRow("retained bytes at a line feed")
-        << QList<qint64>{2, 9, 9, 99} << "ab\nc"_ba << stopped(2, retained) << QStringList{u"ab"_s}
-        << u"ab"_s;
-    QTest::newRow("retained bytes inside a character")
-        << QList<qint64>{2, 9, 9, 99} << fromHex("61 E2 82 AC") << stopped(2, retained)
-        << QStringList{u"a"_s} << u"a"_s;
-    QTest::newRow("retained bytes between return and line feed")
-        << QList<qint64>{2, 9, 9, 99} << "a\r\nb"_ba << stopped(2, retained) << QStringList{u"a"_s}
-        << u"a"_s;
-    QTest::newRow("no retained bytes at all") << QList<qint64>{0, 9, 9, 99} << "a"_ba
-                                              << stopped(0, retained) << QStringList() << QString();
-
-    QTest::newRow("pending updates that just fit")
-        << QList<qint64>{99, 9, 9, 7} << fromHex("61 D985 FF") << accepted(4)
-        << QStringList{u"a\u0645\\xFF"_s} << u"a\u0645\\xFF"_s;
-    QTest::newRow("pending updates at an escape")
-        << QList<qint64>{99, 9, 9, 6} << fromHex("61 D985 FF 62") << stopped(3, pending)
-        << QStringList{u"a\u0645"_s} << u"a\u0645"_s;
-    QTest::newRow("pending updates at the last byte of a character")
-        << QList<qint64>{99, 9, 9, 3} << fromHex("61 E2 82 AC 62") << stopped(3, pending)
-        << QStringList{u"a"_s} << u"a"_s;
-    QTest::newRow("pending updates at a line break")
-        << QList<qint64>{99, 9, 9, 2} << "ab\nc"_ba << stopped(2, pending) << QStringList{u"ab"_s}
-        << u"ab"_s;
-    QTest::newRow("pending updates at the byte that breaks a sequence")
-        << QList<qint64>{99, 9, 9, 10} << fromHex("E2 82 41 42") << accepted(4)
-        << QStringList{u"\\xE2\\x82AB"_s} << u"\\xE2\\x82AB"_s;
-    QTest::newRow("pending updates at the byte that completes nothing")
-        << QList<qint64>{99, 9, 9, 8} << fromHex("E2 82 41 42") << stopped(2, pending)
-        << QStringList() << QString();
-    QTest::newRow("pending updates at the byte after a lone return")
-        << QList<qint64>{99, 9, 9, 9} << "a\rb"_ba << stopped(2, pending) << QStringList{u"a"_s}
-        << u"a"_s;
-
-    QTest::newRow("paragraphs that just fit")
-        << QList<qint64>{99, 2, 9, 99} << "a\nb\n"_ba << accepted(4)
-        << QStringList{u"a$"_s, u"b$"_s} << u"a\nb\n"_s;
-    QTest::newRow("paragraphs at a text")
-        << QList<qint64>{99, 2, 9, 99} << "a\nb\nc"_ba << stopped(4, paragraphs)
-        << QStringList{u"a$"_s, u"b$"_s} << u"a\nb\n"_s;
-    QTest::newRow("paragraphs at an empty line")
-        << QList<qint64>{99, 2, 9, 99} << "a\n\n\n"_ba << stopped(3, paragraphs)
-        << QStringList{u"a$"_s, u"$"_s} << u"a\n\n"_s;
-    QTest::newRow("paragraphs at the last byte of a character")
-        << QList<qint64>{99, 1, 9, 99} << fromHex("61 0A C3 A9") << stopped(3, paragraphs)
-        << QStringList{u"a$"_s} << u"a\n"_s;
-    QTest::newRow("no paragraphs at all") << QList<qint64>{99, 0, 9, 99} << fromHex("C3 A9")
-                                          << stopped(1, paragraphs) << QStringList() << QString();
-
-    QTest::newRow("length before retained bytes")
-        << QList<qint64>{2, 9, 2, 99} << "abc"_ba << stopped(2, length) << QStringList{u"ab"_s}
-        << u"ab"_s;
-    QTest::newRow("retained bytes before pending updates")
-        << QList<qint64>{1, 9, 9, 1} << "ab"_ba << stopped(1, retained) << QStringList{u"a"_s}
-        << u"a"_s;
-    QTest::newRow("pending updates before paragraphs")
-        << QList<qint64>{9, 1, 9, 2} << "a\nb"_ba << stopped(2, pending) << QStringList{u"a$"_s}
-        << u"a\n"_s;
-    QTest::newRow("everything zero, text")
-        << QList<qint64>{0, 0, 0, 0} << "a"_ba << stopped(0, length) << QStringList() << QString();
-    QTest::newRow("everything zero, line feed")
-        << QList<qint64>{0, 0, 0, 0} << "\n"_ba << stopped(0, retained) << QStringList()
-        << QString();
-    QTest::newRow("everything zero, return at the end")
-        << QList<qint64>{0, 0, 0, 0} << "\r"_ba << accepted(0) << QStringList() << QString();
+    addRetainedByteRows();
+    addPendingUpdateRows();
+    addParagraphRows();
+    addRowsOfSeveralLimits();
 }
 
 void TestTranscriptLimits::captureStopsAtTheOffendingByte()

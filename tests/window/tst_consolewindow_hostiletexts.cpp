@@ -1,4 +1,6 @@
 #include "support/popupmeeting.h"
+#include "transcript/incrementaloutputdecoder.h"
+#include "transcript/visibleescape.h"
 #include "window/consolewindowfixture.h"
 #include "window/statuslabel.h"
 #include "window/visibletext.h"
@@ -43,6 +45,7 @@ private Q_SLOTS:
     void startErrorsAreShownAsTheyStand();
     void interpretersNeverLookLikeEachOther_data();
     void interpretersNeverLookLikeEachOther();
+    void labelsEscapeWhatTheOutputEscapes();
     void longMessagesShowTheirEnd();
     void hoverShowsTheWholeMessage();
     void tipsFitOnTheScreen_data() { addTexts(); }
@@ -214,6 +217,26 @@ void TestConsoleWindowHostileTexts::interpretersNeverLookLikeEachOther()
     QVERIFY(!controlled.isNull());
     QVERIFY(controlled.copy(plain.rect()) != plain);
     QVERIFY(controlled.copy(plain.rect()) != picture(u"/no/acb"_s).copy(plain.rect()));
+}
+
+/// Line ends too, which the output keeps.
+void TestConsoleWindowHostileTexts::labelsEscapeWhatTheOutputEscapes()
+{
+    for (uint codePoint = 0; codePoint <= 0x10FFFF; ++codePoint) {
+        if (QChar::isSurrogate(codePoint))
+            continue;
+        const auto units = QChar::fromUcs4(codePoint);
+        const QString text = u"a"_s + QStringView(units).toString() + u'b';
+        const bool escaped =
+            isShownAsEscape(codePoint) || codePoint == 0x2028 || codePoint == 0x2029;
+        const QString expected =
+            escaped ? u"a"_s + IncrementalOutputDecoder::codePointEscape(codePoint) + u'b' : text;
+        if (visibleText(text) != expected)
+            QFAIL(qPrintable(u"U+%1: %2"_s.arg(codePoint, 4, 16).arg(visibleText(text))));
+    }
+    const QString loneHalves = QString(QChar(0xDE00)) + u'x' + QChar(0xD83D);
+    QCOMPARE(visibleText(loneHalves), loneHalves);
+    QCOMPARE(visibleText(loneHalves + u'\n'), loneHalves + u"\\u{000A}"_s);
 }
 
 void TestConsoleWindowHostileTexts::longMessagesShowTheirEnd()
