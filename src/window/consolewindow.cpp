@@ -1,12 +1,34 @@
+// The window is built and connected here; what its operations do is done by its parts.
+
 #include "window/consolewindow.h"
 
+#include "widgets/inputeditor.h"
 #include "widgets/transcriptview.h"
+#include "window/closingcontroller.h"
+#include "window/commandstates.h"
+#include "window/consoleui.h"
+#include "window/findcontroller.h"
+#include "window/inputcontroller.h"
+#include "window/minimumsize.h"
+#include "window/pathlabel.h"
+#include "window/runcontroller.h"
+#include "window/sourcechoice.h"
+#include "window/sourcedrop.h"
+#include "window/statuslabel.h"
+#include "window/statustexts.h"
+#include "window/wheelzoom.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QFileInfo>
+#include <QCloseEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QToolButton>
 
 namespace tarn::console {
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -18,38 +40,45 @@ constexpr TranscriptLimits consoleLimits{
     .maxInputBytes = 64 * 1024,
 };
 
-constexpr QSize initialWindowSize(900, 620);
+constexpr QSize initialSize(900, 620);
 
 } // namespace
 
-ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *parent)
+ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *parent,
+                             const QStringList &catalogueDirectories)
     : QMainWindow(parent)
     , m_transcript(consoleLimits)
-    , m_explicitExecutable(options.executablePath)
-    , m_sourcePath(options.sourcePath)
-    , m_usePersistentSettings(options.usePersistentSettings)
+    , m_preferences(options.usePersistentSettings)
+    , m_language(catalogueDirectories)
 {
-    restorePreferences();
-    setInterfaceLanguage(options.interfaceLanguage.isEmpty() ? m_interfaceLanguage
-                                                             : options.interfaceLanguage,
-                         false);
-    createActions();
-    createMenus();
-    createUi();
-    applyFontPreference();
-    connectSession();
+    const QString &language = options.interfaceLanguage;
+    m_language.set(language.isEmpty() ? m_preferences->interfaceLanguage : language);
+    m_preferences->interfaceLanguage = m_language.code();
 
-    if (!m_sourcePath.isEmpty()) {
-        const QFileInfo source(m_sourcePath);
-        m_sourcePath = source.absoluteFilePath();
-        m_lastSourceDirectory = source.absolutePath();
-    }
+    m_ui = std::make_unique<ConsoleUi>(this, &m_transcript);
+    const ConsoleLayout &layout = m_ui->layout;
+    m_source = std::make_unique<SourceChoice>(m_preferences.get(), options.executablePath,
+                                              layout.sourcePath, this);
+    m_run = std::make_unique<RunController>(&m_session, &m_transcript);
+    m_input = std::make_unique<InputController>(&m_session, layout.draft, layout.inputStatus,
+                                                &m_ui->focusKeeper);
+    m_find = std::make_unique<FindController>(layout.findField, layout.transcriptView,
+                                              layout.searchStatus);
+    m_closing = std::make_unique<ClosingController>(&m_session, this);
+    m_states = std::make_unique<CommandStates>(CommandStates::Sources{
+        &m_session, m_source.get(), m_preferences.get(), m_input.get(), m_ui.get()});
+    m_ui->setFont(m_preferences->font());
+    connectRun();
+    connectUi();
+    if (!options.sourcePath.isEmpty())
+        m_source->select(options.sourcePath);
 
-    updateMinimumSize();
-    resize(initialWindowSize);
-    restoreWindowGeometry();
+    new MinimumSize(this);
+    resize(initialSize);
+    if (!m_preferences->windowGeometry.isEmpty())
+        restoreGeometry(m_preferences->windowGeometry);
     retranslateUi();
-    m_transcriptView->refresh();
+    layout.transcriptView->refresh();
     updateRunControls();
 
     qApp->installEventFilter(this);
@@ -64,38 +93,98 @@ ConsoleWindow::~ConsoleWindow()
     qApp->disconnect(this);
     QGuiApplication::clipboard()->disconnect(this);
     qApp->removeEventFilter(this);
-    QCoreApplication::removeTranslator(&m_translator);
     // The view reads the transcript, which goes before the widgets of the base class.
     delete takeCentralWidget();
 }
 
-/// Signals of any run but the current one are late news of an earlier run.
-void ConsoleWindow::connectSession()
+void ConsoleWindow::connectRun()
 {
-    connect(&m_session, &ProgramSession::runOutputAvailable, this,
-            [this](quint64 runId, TranscriptStream stream, const QByteArray &bytes) {
-                if (runId == m_currentRunId)
-                    appendProgramStream(stream, bytes);
-            });
-    connect(&m_session, &ProgramSession::runCompleted, this,
-            [this](quint64 runId, const ProgramOutcome &outcome) {
-                if (runId == m_currentRunId)
-                    completeRun(outcome);
-            });
-    connect(&m_session, &ProgramSession::runStateChanged, this,
-            [this](quint64 runId, ProgramSessionState state) {
-                if (runId == m_currentRunId)
-                    showRunState(state);
-            });
-    connect(&m_session, &ProgramSession::inputAccepted, this,
-            [this](quint64 runId, const QByteArray &line) {
-                if (runId == m_currentRunId)
-                    echoInput(line);
-            });
-    connect(&m_session, &ProgramSession::inputStateChanged, this, [this](quint64 runId) {
-        if (runId == m_currentRunId)
-            updateInputControls();
+    const ConsoleLayout &layout = m_ui->layout;
+    connect(m_run.get(), &RunController::transcriptChanged, layout.transcriptView,
+            &TranscriptView::refresh);
+    connect(m_run.get(), &RunController::statusChanged, layout.runStatus,
+            &StatusLabel::showMessage);
+    connect(m_run.get(), &RunController::controlsChanged, this, [this] { m_states->followRun(); });
+    connect(m_run.get(), &RunController::lineWritten, this, [this] { m_input->clearDraft(); });
+    connect(m_run.get(), &RunController::completed, this, [this] {
+        m_input->reportRunEnd();
+        m_states->followRun();
+        m_closing->handleRunCompleted();
     });
+}
+
+void ConsoleWindow::connectUi()
+{
+    for (std::size_t i = 0; i < commandCount; ++i) {
+        const auto command = static_cast<Command>(i);
+        connect(m_ui->commands.action(command), &QAction::triggered, this,
+                [this, command] { trigger(command); });
+    }
+    const ConsoleLayout &layout = m_ui->layout;
+    layout.draft->setRejectedPasteHandler([this] { rejectMultilinePaste(); });
+    layout.draft->setOversizedPasteHandler([this] { m_input->reportTooLongPaste(); });
+    layout.draft->setSubmitHandler([send = m_ui->commands.action(Command::Send)] {
+        if (send->isEnabled())
+            send->activate(QAction::Trigger);
+    });
+    connect(layout.findField, &QLineEdit::textChanged, this, &ConsoleWindow::updateActionStates);
+    // Copy follows the selection, not only the focus.
+    for (const QTextEdit *text :
+         {static_cast<QTextEdit *>(layout.transcriptView), static_cast<QTextEdit *>(layout.draft)})
+        connect(text, &QTextEdit::copyAvailable, this, &ConsoleWindow::updateActionStates);
+
+    auto *drop = new SourceDrop(
+        this, [this] { return !m_session.isActive(); },
+        [this](const QString &path) { selectSource(path); });
+    drop->passThrough(layout.draft->viewport());
+    drop->passThrough(layout.findField);
+    new WheelZoom(this, [this](int delta) { zoomBy(delta); });
+}
+
+void ConsoleWindow::retranslateUi()
+{
+    setWindowTitle(tr("TARN Console"));
+    m_ui->retranslate();
+    m_find->reserveStatusWidth();
+    m_source->updateLabel();
+    const bool english = m_language.code() == "en"_L1;
+    m_ui->commands.action(Command::Arabic)->setChecked(!english);
+    m_ui->commands.action(Command::English)->setChecked(english);
+}
+
+bool ConsoleWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    // Control+Alt types characters on some keyboards; it never is one of our shortcuts.
+    if (event->type() == QEvent::ShortcutOverride) {
+        auto *keyEvent = static_cast<QKeyEvent *>(event);
+        if (keyEvent->modifiers().testFlags(Qt::ControlModifier | Qt::AltModifier))
+            event->accept();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void ConsoleWindow::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange && centralWidget())
+        retranslateUi();
+}
+
+void ConsoleWindow::closeEvent(QCloseEvent *event)
+{
+    if (m_session.isActive()) {
+        // Whatever the answer: with "Stop and close" the window closes when the run has completed.
+        event->ignore();
+        m_closing->ask();
+        return;
+    }
+    m_preferences.save(saveGeometry());
+    event->accept();
+}
+
+void ConsoleWindow::stopAndClose()
+{
+    m_closing->stopAndClose();
 }
 
 } // namespace tarn::console

@@ -3,43 +3,39 @@
 #include "app/consolestartupoptions.h"
 #include "session/programsession.h"
 #include "transcript/transcript.h"
+#include "window/interfacelanguage.h"
+#include "window/preferences.h"
 
 #include <QMainWindow>
-#include <QTranslator>
 
-class QAction;
-class QBoxLayout;
-class QLabel;
-class QLineEdit;
-class QMenu;
-class QToolButton;
+#include <memory>
 
 namespace tarn::console {
 
-class FocusKeeper;
-class InputEditor;
-class PathLabel;
-class StatusLabel;
-struct StatusMessage;
-class TranscriptView;
+class ClosingController;
+enum class Command;
+class CommandStates;
+struct ConsoleUi;
+class FindController;
+class InputController;
+class RunController;
+class SourceChoice;
 
 /// The console's only window: it chooses what to run, runs it, shows its output, feeds its input
 /// and remembers the user's preferences.
 ///
-/// Every widget and action has an object name; the names are an interface for tests and
-/// automation. The sources are split by concern: consolewindow_layout.cpp, _actions, _preferences,
-/// _language, _source (what to run), _run (progress and outcome), _input, _find, _help, _closing.
+/// It builds its parts, connects them and closes; what they do is theirs, and most of the
+/// operations below only call one of them. Every widget and action has an object name; the names
+/// are an interface for tests and automation.
 class ConsoleWindow : public QMainWindow
 {
     Q_OBJECT
 
 public:
-    static constexpr int minimumZoomPercent = 50;
-    static constexpr int normalZoomPercent = 100;
-    static constexpr int maximumZoomPercent = 200;
-    static constexpr int zoomStepPercent = 10;
-
-    explicit ConsoleWindow(const ConsoleStartupOptions &options, QWidget *parent = nullptr);
+    /// The Arabic catalogue is looked for in the directories.
+    explicit ConsoleWindow(
+        const ConsoleStartupOptions &options, QWidget *parent = nullptr,
+        const QStringList &catalogueDirectories = InterfaceLanguage::catalogueDirectories());
     ~ConsoleWindow() override;
 
     const Transcript &transcript() const { return m_transcript; }
@@ -92,121 +88,23 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     void changeEvent(QEvent *event) override;
-    void wheelEvent(QWheelEvent *event) override;
-    bool event(QEvent *event) override;
 
 private:
-    void connectSession();
-
-    void createUi();
-    QBoxLayout *createSourceRow();
-    QBoxLayout *createViewControlsRow();
-    QBoxLayout *createFindRow();
-    QLayout *createInputRow();
-    QBoxLayout *createInputButtonsRow();
-    QToolButton *createButton(const char *objectName, QAction *action);
-    QToolButton *createMenuButton(const char *objectName, QMenu *menu);
-    QLabel *createLabel(const char *objectName);
+    void trigger(Command command);
+    void connectRun();
     void connectUi();
-    void updateMinimumSize();
-
-    void createActions();
-    void createRunActions();
-    void createInputActions();
-    void createEditActions();
-    void createViewActions();
-    void createDirectionActions();
-    void createLanguageActions();
-    void createWindowActions();
-    template<typename Handler>
-    QAction *createAction(const char *objectName, const QList<QKeySequence> &shortcuts,
-                          Handler handler);
-    void createMenus();
-    void findFromAction();
-    void reserveSearchStatusWidth();
-    void retranslateLabels();
-    void retranslateMenus();
-    void retranslateActions();
-    void setCommandEnabled(QAction *action, bool enabled);
-    void setDraftEnabled(bool enabled);
-
-    void restorePreferences();
-    void restoreWindowGeometry();
-    void savePreferences();
-    void applyFontPreference();
-    void installTranslator();
-
-    void beginRun(const QString &executable);
-    void showRunProblem(const StatusMessage &problem);
-    void showRunState(ProgramSessionState state);
-    void showInputTooLong();
-    void echoInput(const QByteArray &line);
-    void handleLimit(const TranscriptAppendResult &result);
-    /// Closes when nothing runs; a question whether to close that is open is withdrawn.
-    void closeUnasked();
-    StatusMessage outcomeMessage(const ProgramOutcome &outcome) const;
 
     Transcript m_transcript;
     ProgramSession m_session;
-    QString m_explicitExecutable;
-    QString m_sourcePath;
-    bool m_usePersistentSettings;
-    quint64 m_currentRunId = 0;
-    /// The console itself stops the current run, because a limit was reached.
-    bool m_limitReached = false;
-    /// The user asked to stop the program and to close the window then.
-    bool m_closeAfterStop = false;
-    QTranslator m_translator;
-
-    QString m_interfaceLanguage;
-    QString m_fontFamily;
-    int m_fontPointSize = 0;
-    int m_zoomPercent = normalZoomPercent;
-    QString m_lastSourceDirectory;
-    QString m_tarnExecutable;
-
-    QAction *m_openAction = nullptr;
-    QAction *m_chooseTarnAction = nullptr;
-    QAction *m_runAction = nullptr;
-    QAction *m_stopAction = nullptr;
-    QAction *m_sendAction = nullptr;
-    QAction *m_closeInputAction = nullptr;
-    QAction *m_copyAction = nullptr;
-    QAction *m_pasteAction = nullptr;
-    QAction *m_findAction = nullptr;
-    QAction *m_clearAction = nullptr;
-    QAction *m_focusTranscriptAction = nullptr;
-    QAction *m_focusDraftAction = nullptr;
-    QAction *m_zoomInAction = nullptr;
-    QAction *m_zoomOutAction = nullptr;
-    QAction *m_zoomResetAction = nullptr;
-    QAction *m_autoDirectionAction = nullptr;
-    QAction *m_leftToRightAction = nullptr;
-    QAction *m_rightToLeftAction = nullptr;
-    QAction *m_arabicLanguageAction = nullptr;
-    QAction *m_englishLanguageAction = nullptr;
-    QAction *m_settingsAction = nullptr;
-    QAction *m_helpAction = nullptr;
-    QAction *m_quitAction = nullptr;
-
-    QMenu *m_fileMenu = nullptr;
-    QMenu *m_editMenu = nullptr;
-    QMenu *m_viewMenu = nullptr;
-    QMenu *m_languageMenu = nullptr;
-    QMenu *m_helpMenu = nullptr;
-    QMenu *m_directionMenu = nullptr;
-
-    TranscriptView *m_transcriptView = nullptr;
-    InputEditor *m_draftEditor = nullptr;
-    QLineEdit *m_findField = nullptr;
-    QLabel *m_searchStatus = nullptr;
-    PathLabel *m_sourcePathLabel = nullptr;
-    StatusLabel *m_runStatus = nullptr;
-    QLabel *m_inputStatus = nullptr;
-    QToolButton *m_directionButton = nullptr;
-    QToolButton *m_languageButton = nullptr;
-    QToolButton *m_chooseTarnButton = nullptr;
-    FocusKeeper *m_focusKeeper = nullptr;
+    StoredPreferences m_preferences;
+    InterfaceLanguage m_language;
+    std::unique_ptr<ConsoleUi> m_ui;
+    std::unique_ptr<SourceChoice> m_source;
+    std::unique_ptr<RunController> m_run;
+    std::unique_ptr<InputController> m_input;
+    std::unique_ptr<FindController> m_find;
+    std::unique_ptr<ClosingController> m_closing;
+    std::unique_ptr<CommandStates> m_states;
 };
 
 } // namespace tarn::console

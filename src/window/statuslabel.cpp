@@ -16,18 +16,6 @@ namespace tarn::console {
 
 namespace {
 
-constexpr QChar leftToRightIsolate(0x2066);
-constexpr QChar firstStrongIsolate(0x2068);
-constexpr QChar popDirectionalIsolate(0x2069);
-
-/// As many as fit into three lines of a window of the usual size.
-constexpr qsizetype mostShownCharacters = 200;
-
-QString withArgument(const QString &pattern, const QString &argument)
-{
-    return pattern.contains(QLatin1StringView("%1")) ? pattern.arg(argument) : pattern;
-}
-
 /// Lays a text out in lines of a width, breaking words only where a line has no other place.
 void layOut(QTextLayout &layout, int width, Qt::Alignment alignment)
 {
@@ -47,25 +35,6 @@ void layOut(QTextLayout &layout, int width, Qt::Alignment alignment)
 }
 
 } // namespace
-
-QString StatusMessage::text() const
-{
-    return withArgument(pattern, argument);
-}
-
-QString StatusMessage::isolatedText() const
-{
-    // A path is read from its root, whatever letters follow.
-    const QChar isolate = argument.startsWith(u'/') ? leftToRightIsolate : firstStrongIsolate;
-    const QString isolated =
-        isolate + shortenedText(visibleText(argument), mostShownCharacters) + popDirectionalIsolate;
-    return withArgument(pattern, isolated);
-}
-
-bool StatusMessage::isShortened() const
-{
-    return visibleText(argument).size() > mostShownCharacters;
-}
 
 StatusLabel::StatusLabel(QWidget *parent)
     : QLabel(parent)

@@ -24,16 +24,16 @@ const QString catalogueName = u"tarn_console_ar.qm"_s;
 
 } // namespace
 
-/// Where the window finds the Arabic catalogue. This program is built with a build-tree directory
-/// of its own, and is alone in its directory, so that it can fill and empty the places. It never
-/// touches the system's; if there is a catalogue, it takes part.
+/// Where the window finds the Arabic catalogue. It is given places that the test can fill and
+/// empty, and the system's, which the test never touches; if there is a catalogue, it takes part.
 class TestConsoleWindowCatalogues : public QObject
 {
     Q_OBJECT
 
 private:
-    static QString directory(Place place);
-    static QString cataloguePath(Place place) { return directory(place) + u'/' + catalogueName; }
+    QStringList directories() const;
+    QString directory(Place place) const { return directories().at(place); }
+    QString cataloguePath(Place place) const { return directory(place) + u'/' + catalogueName; }
     /// How a catalogue translates "Open"; the source text when there is none.
     static QString translationIn(const QString &path);
     static ConsoleStartupOptions options();
@@ -49,6 +49,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
+    void placesOfABuiltAndAnInstalledConsole();
     void firstPlaceWins_data();
     void firstPlaceWins();
     void unusableCatalogueIsPassedOver_data();
@@ -70,11 +71,10 @@ void TestConsoleWindowCatalogues::initTestCase()
 void TestConsoleWindowCatalogues::init()
 {
     QSettings().clear();
-    for (const Place place : {BuildTree, BesidePrefix}) {
+    for (const Place place : {BuildTree, BesideExecutable, BesidePrefix}) {
         QDir(directory(place)).removeRecursively();
         QVERIFY(QDir().mkpath(directory(place)));
     }
-    QFile::remove(cataloguePath(BesideExecutable));
 }
 
 void TestConsoleWindowCatalogues::cleanup()
@@ -82,13 +82,11 @@ void TestConsoleWindowCatalogues::cleanup()
     init();
 }
 
-QString TestConsoleWindowCatalogues::directory(Place place)
+QStringList TestConsoleWindowCatalogues::directories() const
 {
-    const QString application = QCoreApplication::applicationDirPath();
-    const QStringList directories{
-        QStringLiteral(TARN_BUILD_TRANSLATIONS_DIR), u"/usr/share/tarn-console/translations"_s,
-        application + u"/../share/tarn-console/translations"_s, application};
-    return directories.at(place);
+    return {m_work.filePath(u"build-tree"_s), u"/usr/share/tarn-console/translations"_s,
+            m_work.filePath(u"bin/../share/tarn-console/translations"_s),
+            m_work.filePath(u"bin"_s)};
 }
 
 QString TestConsoleWindowCatalogues::translationIn(const QString &path)
@@ -139,6 +137,15 @@ void TestConsoleWindowCatalogues::put(Place place) const
     makeCatalogue(cataloguePath(place), u"افتح %1"_s.arg(int(place)));
 }
 
+void TestConsoleWindowCatalogues::placesOfABuiltAndAnInstalledConsole()
+{
+    const QString application = QCoreApplication::applicationDirPath();
+    QCOMPARE(InterfaceLanguage::catalogueDirectories(),
+             QStringList({QStringLiteral(TARN_BUILD_TRANSLATIONS_DIR),
+                          u"/usr/share/tarn-console/translations"_s,
+                          application + u"/../share/tarn-console/translations"_s, application}));
+}
+
 void TestConsoleWindowCatalogues::firstPlaceWins_data()
 {
     QTest::addColumn<QList<int>>("places");
@@ -162,7 +169,7 @@ void TestConsoleWindowCatalogues::firstPlaceWins()
         if (QFileInfo(cataloguePath(Place(place))).isFile())
             expected = translationIn(cataloguePath(Place(place)));
     }
-    const ConsoleWindow window(options());
+    const ConsoleWindow window(options(), nullptr, directories());
     QCOMPARE(openText(window), expected);
     QCOMPARE(QGuiApplication::layoutDirection(), Qt::RightToLeft);
 }
@@ -190,7 +197,7 @@ void TestConsoleWindowCatalogues::unusableCatalogueIsPassedOver()
     }
     put(BesidePrefix);
     const bool onSystem = QFileInfo(cataloguePath(System)).isFile();
-    const ConsoleWindow window(options());
+    const ConsoleWindow window(options(), nullptr, directories());
     QCOMPARE(openText(window), translationIn(cataloguePath(onSystem ? System : BesidePrefix)));
 }
 
@@ -209,7 +216,7 @@ void TestConsoleWindowCatalogues::otherNamesDoNotCount()
     makeCatalogue(directory(BuildTree) + u'/' + name, u"غير هذا"_s);
     put(BesidePrefix);
     const bool onSystem = QFileInfo(cataloguePath(System)).isFile();
-    const ConsoleWindow window(options());
+    const ConsoleWindow window(options(), nullptr, directories());
     QCOMPARE(openText(window), translationIn(cataloguePath(onSystem ? System : BesidePrefix)));
 }
 
@@ -217,7 +224,7 @@ void TestConsoleWindowCatalogues::withoutCatalogueArabicRunsFromRightToLeft()
 {
     ConsoleStartupOptions english = options();
     english.interfaceLanguage = u"en"_s;
-    ConsoleWindow window(english);
+    ConsoleWindow window(english, nullptr, directories());
     QCOMPARE(QGuiApplication::layoutDirection(), Qt::LeftToRight);
     window.findChild<QAction *>(u"arabicLanguageAction"_s)->trigger();
 
@@ -230,7 +237,7 @@ void TestConsoleWindowCatalogues::withoutCatalogueArabicRunsFromRightToLeft()
 void TestConsoleWindowCatalogues::everySwitchLooksAgain()
 {
     put(BuildTree);
-    ConsoleWindow window(options());
+    ConsoleWindow window(options(), nullptr, directories());
     const QString before = openText(window);
     makeCatalogue(cataloguePath(BuildTree), u"نص آخر"_s);
     QCOMPARE(openText(window), before);
@@ -241,7 +248,7 @@ void TestConsoleWindowCatalogues::everySwitchLooksAgain()
 void TestConsoleWindowCatalogues::englishNeedsNoCatalogue()
 {
     put(BuildTree);
-    ConsoleWindow window(options());
+    ConsoleWindow window(options(), nullptr, directories());
     QVERIFY(openText(window) != "Open"_L1);
     QVERIFY(QFile::remove(cataloguePath(BuildTree)));
     window.setInterfaceLanguage(u"en"_s, false);

@@ -1,8 +1,12 @@
-#include "window/consolewindow.h"
+#include "window/closingcontroller.h"
 
-#include <QCloseEvent>
+#include "session/programsession.h"
+
+#include <QDialog>
 #include <QMessageBox>
 #include <QPushButton>
+
+#include <utility>
 
 namespace tarn::console {
 
@@ -14,17 +18,15 @@ constexpr auto questionName = "closeQuestion"_L1;
 
 } // namespace
 
-void ConsoleWindow::closeEvent(QCloseEvent *event)
+ClosingController::ClosingController(ProgramSession *session, QWidget *window)
+    : m_session(session)
+    , m_window(window)
 {
-    if (!m_session.isActive()) {
-        savePreferences();
-        event->accept();
-        return;
-    }
-    // Whatever the answer: with "Stop and close" the window closes when the run has completed.
-    event->ignore();
+}
 
-    QMessageBox box(this);
+void ClosingController::ask()
+{
+    QMessageBox box(m_window);
     box.setObjectName(questionName);
     box.setIcon(QMessageBox::Question);
     box.setWindowTitle(tr("TARN Console"));
@@ -36,32 +38,40 @@ void ConsoleWindow::closeEvent(QCloseEvent *event)
     box.exec();
     if (box.clickedButton() == stopAndClose) {
         m_closeAfterStop = true;
-        m_session.stop();
+        m_session->stop();
     }
 }
 
-void ConsoleWindow::stopAndClose()
+void ClosingController::stopAndClose()
 {
-    const QList<QDialog *> dialogs = findChildren<QDialog *>();
+    const QList<QDialog *> dialogs = m_window->findChildren<QDialog *>();
     for (QDialog *dialog : dialogs)
         dialog->reject();
-    if (!m_session.isActive()) {
+    if (!m_session->isActive()) {
         closeUnasked();
         return;
     }
     m_closeAfterStop = true;
-    m_session.stop();
+    m_session->stop();
 }
 
-void ConsoleWindow::closeUnasked()
+void ClosingController::handleRunCompleted()
 {
-    auto *question = findChild<QMessageBox *>(questionName);
+    if (std::exchange(m_closeAfterStop, false))
+        closeUnasked();
+}
+
+/// Closes when nothing runs; a question whether to close that is open is withdrawn.
+void ClosingController::closeUnasked()
+{
+    auto *question = m_window->findChild<QMessageBox *>(questionName);
     if (!question) {
-        close();
+        m_window->close();
         return;
     }
     // Qt takes no close() while the close event that asks has not returned.
-    connect(question, &QObject::destroyed, this, &QWidget::close, Qt::QueuedConnection);
+    QObject::connect(question, &QObject::destroyed, m_window, &QWidget::close,
+                     Qt::QueuedConnection);
     question->reject();
 }
 

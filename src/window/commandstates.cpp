@@ -1,0 +1,87 @@
+#include "window/commandstates.h"
+
+#include "session/programsession.h"
+#include "window/consoleui.h"
+#include "window/inputcontroller.h"
+#include "window/preferences.h"
+#include "window/sourcechoice.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QMimeData>
+#include <QTextCursor>
+#include <QTextEdit>
+
+namespace tarn::console {
+
+CommandStates::CommandStates(const Sources &sources)
+    : m_sources(sources)
+{
+}
+
+CommandStates::RunStates CommandStates::wantedStates() const
+{
+    const bool active = m_sources.session->isActive();
+    const bool inputOpen = m_sources.session->inputOpen();
+    return {.open = !active,
+            .run = !active && m_sources.source->hasSource(),
+            .stop = active,
+            .send = inputOpen && !m_sources.session->inputPending(),
+            .closeInput = inputOpen};
+}
+
+CommandStates::RunStates CommandStates::shownStates() const
+{
+    const auto isEnabled = [this](Command command) {
+        return m_sources.ui->commands.action(command)->isEnabled();
+    };
+    return {.open = isEnabled(Command::Open),
+            .run = isEnabled(Command::Run),
+            .stop = isEnabled(Command::Stop),
+            .send = isEnabled(Command::Send) && m_sources.input->isDraftEnabled(),
+            .closeInput = isEnabled(Command::CloseInput)};
+}
+
+void CommandStates::followRun()
+{
+    if (shownStates() != wantedStates())
+        updateRun();
+}
+
+void CommandStates::updateRun()
+{
+    const RunStates states = wantedStates();
+    Commands &commands = m_sources.ui->commands;
+    commands.setEnabled(Command::Open, states.open);
+    commands.setEnabled(Command::Run, states.run);
+    commands.setEnabled(Command::Stop, states.stop);
+    updateInput();
+}
+
+void CommandStates::updateInput()
+{
+    const RunStates states = wantedStates();
+    m_sources.input->setDraftEnabled(states.send);
+    m_sources.ui->commands.setEnabled(Command::Send, states.send);
+    m_sources.ui->commands.setEnabled(Command::CloseInput, states.closeInput);
+    updateEdit();
+}
+
+void CommandStates::updateEdit()
+{
+    const auto *focusedText = qobject_cast<QTextEdit *>(QApplication::focusWidget());
+    const QMimeData *clipboard = QGuiApplication::clipboard()->mimeData();
+    const bool draftEnabled = m_sources.input->isDraftEnabled();
+    const Zoom &zoom = m_sources.preferences->zoom;
+    Commands &commands = m_sources.ui->commands;
+    for (const Command always : {Command::Find, Command::ClearOutput, Command::FocusOutput})
+        commands.setEnabled(always, true);
+    commands.setEnabled(Command::Copy, focusedText && focusedText->textCursor().hasSelection());
+    commands.setEnabled(Command::Paste, clipboard && clipboard->hasText() && draftEnabled);
+    commands.setEnabled(Command::FocusDraft, draftEnabled);
+    commands.setEnabled(Command::ZoomIn, zoom.canGrow());
+    commands.setEnabled(Command::ZoomOut, zoom.canShrink());
+    commands.setEnabled(Command::ActualSize, !zoom.isNormal());
+}
+
+} // namespace tarn::console

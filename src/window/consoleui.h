@@ -1,0 +1,32 @@
+#pragma once
+
+#include "window/commands.h"
+#include "window/consolelayout.h"
+#include "window/focuskeeper.h"
+#include "window/menus.h"
+
+class QFont;
+class QMainWindow;
+
+namespace tarn::console {
+
+/// Everything the window shows: its commands, their menus, and what is below the menu bar.
+struct ConsoleUi
+{
+    /// The layout becomes the window's central widget. There are no texts before retranslate().
+    ConsoleUi(QMainWindow *window, Transcript *transcript);
+
+    /// Sets every text that is always visible, in the language of the moment.
+    void retranslate();
+    void setFont(const QFont &font);
+
+    Commands commands;
+    Menus menus;
+    ConsoleLayout layout;
+    FocusKeeper focusKeeper;
+
+private:
+    QMainWindow *m_window;
+};
+
+} // namespace tarn::console

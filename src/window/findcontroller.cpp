@@ -1,0 +1,63 @@
+#include "window/findcontroller.h"
+
+#include "widgets/transcriptview.h"
+#include "window/statustexts.h"
+
+#include <QEvent>
+#include <QFontMetrics>
+#include <QLabel>
+#include <QLineEdit>
+
+#include <algorithm>
+
+namespace tarn::console {
+
+FindController::FindController(QLineEdit *field, TranscriptView *view, QLabel *status)
+    : m_field(field)
+    , m_view(view)
+    , m_status(status)
+{
+    connect(field, &QLineEdit::returnPressed, this, &FindController::findNext);
+    status->installEventFilter(this);
+    reserveStatusWidth();
+}
+
+void FindController::findNext()
+{
+    const TranscriptFindResult result = m_view->findLiteral(m_field->text(), false);
+    if (!result.found)
+        m_status->setText(StatusTexts::noMatch().text());
+    else if (result.wrapped)
+        m_status->setText(StatusTexts::wrapped().text());
+    else
+        m_status->clear();
+}
+
+void FindController::findFromField()
+{
+    m_field->setFocus(Qt::OtherFocusReason);
+    m_field->selectAll();
+    if (!m_field->text().isEmpty())
+        findNext();
+}
+
+void FindController::clearStatus()
+{
+    m_status->clear();
+}
+
+bool FindController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::FontChange)
+        reserveStatusWidth();
+    return QObject::eventFilter(watched, event);
+}
+
+void FindController::reserveStatusWidth()
+{
+    const QFontMetrics metrics(m_status->font());
+    m_status->setMinimumWidth(std::max(metrics.horizontalAdvance(StatusTexts::noMatch().text()),
+                                       metrics.horizontalAdvance(StatusTexts::wrapped().text())));
+}
+
+} // namespace tarn::console

@@ -1,0 +1,50 @@
+#include "window/interfacelanguage.h"
+
+#include "window/preferences.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QGuiApplication>
+
+#include <utility>
+
+namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+
+QStringList InterfaceLanguage::catalogueDirectories()
+{
+    const QDir application(QCoreApplication::applicationDirPath());
+    return {QStringLiteral(TARN_BUILD_TRANSLATIONS_DIR), u"/usr/share/tarn-console/translations"_s,
+            application.filePath(u"../share/tarn-console/translations"_s),
+            application.absolutePath()};
+}
+
+InterfaceLanguage::InterfaceLanguage(QStringList directories)
+    : m_directories(std::move(directories))
+{
+}
+
+void InterfaceLanguage::set(const QString &code)
+{
+    QCoreApplication::removeTranslator(&m_translator);
+    m_code = Preferences::normalizedLanguage(code);
+    const bool english = m_code == "en"_L1;
+    if (!english)
+        installTranslator();
+    QGuiApplication::setLayoutDirection(english ? Qt::LeftToRight : Qt::RightToLeft);
+}
+
+void InterfaceLanguage::installTranslator()
+{
+    for (const QString &directory : std::as_const(m_directories)) {
+        const QString catalogue = QDir(directory).filePath(u"tarn_console_ar.qm"_s);
+        // Empty, but not null: otherwise shortened and completed names would be tried too.
+        if (m_translator.load(catalogue, u""_s, u""_s, u""_s)) {
+            QCoreApplication::installTranslator(&m_translator);
+            return;
+        }
+    }
+}
+
+} // namespace tarn::console

@@ -1,0 +1,70 @@
+#include "window/menus.h"
+
+#include "window/commands.h"
+
+#include <QCoreApplication>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+
+#include <initializer_list>
+#include <optional>
+
+namespace tarn::console {
+
+namespace {
+
+struct MenuTable
+{
+    Q_DECLARE_TR_FUNCTIONS(tarn::console::ConsoleWindow)
+
+public:
+    static constexpr std::array<const char *, menuCount> titles{
+        QT_TR_NOOP("File"),     QT_TR_NOOP("Edit"), QT_TR_NOOP("View"),
+        QT_TR_NOOP("Language"), QT_TR_NOOP("Help"), QT_TR_NOOP("Content direction")};
+};
+
+constexpr std::nullopt_t separator = std::nullopt;
+
+void fill(QMenu *menu, const Commands &commands,
+          std::initializer_list<std::optional<Command>> entries)
+{
+    for (const std::optional<Command> &entry : entries) {
+        if (entry)
+            menu->addAction(commands.action(*entry));
+        else
+            menu->addSeparator();
+    }
+}
+
+} // namespace
+
+Menus::Menus(QMainWindow *window, const Commands &commands)
+{
+    for (QMenu *&entry : m_menus)
+        entry = new QMenu(window);
+    for (const Menu entry : {Menu::File, Menu::Edit, Menu::View, Menu::Language, Menu::Help})
+        window->menuBar()->addMenu(menu(entry));
+
+    fill(menu(Menu::File), commands,
+         {Command::Open, Command::ChooseTarn, separator, Command::Run, Command::Stop,
+          Command::CloseInput, separator, Command::Settings, separator, Command::Quit});
+    fill(menu(Menu::Edit), commands,
+         {Command::Copy, Command::Paste, Command::Find, Command::ClearOutput});
+    fill(menu(Menu::View), commands,
+         {Command::FocusOutput, Command::FocusDraft, separator, Command::ZoomIn, Command::ZoomOut,
+          Command::ActualSize});
+    menu(Menu::View)->addMenu(menu(Menu::ContentDirection));
+    fill(menu(Menu::ContentDirection), commands,
+         {Command::AutoDirection, Command::LeftToRight, Command::RightToLeft});
+    fill(menu(Menu::Language), commands, {Command::Arabic, Command::English});
+    fill(menu(Menu::Help), commands, {Command::Help});
+}
+
+void Menus::retranslate()
+{
+    for (std::size_t i = 0; i < menuCount; ++i)
+        m_menus[i]->setTitle(MenuTable::tr(MenuTable::titles[i]));
+}
+
+} // namespace tarn::console

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "window/zoom.h"
+
+#include <QByteArray>
+#include <QString>
+
+class QFont;
+class QSettings;
+
+namespace tarn::console {
+
+/// What the console remembers from one start to the next. An instance always holds valid values.
+struct Preferences
+{
+    static constexpr int minimumFontPointSize = 7;
+    static constexpr int defaultFontPointSize = 11;
+    static constexpr int maximumFontPointSize = 36;
+
+    /// "ar" or "en"; nothing else.
+    QString interfaceLanguage = QStringLiteral("ar");
+    /// Family that goes before the usual ones; empty for none.
+    QString fontFamily = {};
+    /// minimumFontPointSize to maximumFontPointSize.
+    int fontPointSize = defaultFontPointSize;
+    /// Where the choice of a source begins; empty for the current directory.
+    QString lastSourceDirectory = {};
+    /// The interpreter that the user chose; empty for the one on the PATH.
+    QString tarnExecutable = {};
+    /// QWidget::saveGeometry() of the window; empty for its initial size.
+    QByteArray windowGeometry = {};
+    /// Of the font; for this start only, never stored.
+    Zoom zoom = {};
+
+    bool operator==(const Preferences &) const = default;
+
+    /// "en" for exactly that, and "ar" for everything else.
+    static QString normalizedLanguage(const QString &code);
+
+    /// What is missing or of no use in the settings takes its default, and sizes are clamped.
+    static Preferences load(const QSettings &settings);
+    void save(QSettings *settings) const;
+
+    /// The font of the whole window at the zoom. Families that are missing are passed over, and so
+    /// is a family for the characters that it lacks.
+    QFont font() const;
+};
+
+/// The preferences of this console: read once, and written whenever save() says so.
+class StoredPreferences
+{
+public:
+    /// When not persistent, the defaults hold, and nothing is read or written.
+    explicit StoredPreferences(bool persistent);
+
+    /// With the geometry that the window has now.
+    void save(const QByteArray &windowGeometry);
+
+    Preferences *get() { return &m_preferences; }
+    Preferences *operator->() { return &m_preferences; }
+    const Preferences *operator->() const { return &m_preferences; }
+
+private:
+    bool m_persistent;
+    Preferences m_preferences;
+};
+
+} // namespace tarn::console

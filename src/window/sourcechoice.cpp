@@ -1,0 +1,118 @@
+#include "window/sourcechoice.h"
+
+#include "session/executableresolver.h"
+#include "window/dialogbuttons.h"
+#include "window/pathlabel.h"
+#include "window/preferences.h"
+#include "window/statustexts.h"
+
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFileSystemModel>
+#include <QProcessEnvironment>
+
+#include <utility>
+
+namespace tarn::console {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Qt's own dialog takes the patterns of a name filter only when they are ASCII, and would list no
+/// file at all under the first one. A native dialog has no such model; there, "All files" helps.
+void listSourceFiles(QFileDialog *dialog)
+{
+    auto *files = dialog->findChild<QFileSystemModel *>();
+    if (!files)
+        return;
+    const auto apply = [files,
+                        sourceFilter = dialog->nameFilters().value(0)](const QString &filter) {
+        if (filter == sourceFilter)
+            files->setNameFilters({u"*.tarn"_s, u"*.ترن"_s});
+    };
+    QObject::connect(dialog, &QFileDialog::filterSelected, files, apply);
+    apply(dialog->selectedNameFilter());
+}
+
+/// The file that the user chose; empty for none.
+QString chosenFile(QFileDialog *dialog)
+{
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    removeButtonIcons(dialog);
+    return dialog->exec() == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString();
+}
+
+} // namespace
+
+SourceChoice::SourceChoice(Preferences *preferences, QString explicitExecutable, PathLabel *label,
+                           QWidget *window)
+    : m_preferences(preferences)
+    , m_explicitExecutable(std::move(explicitExecutable))
+    , m_label(label)
+    , m_window(window)
+{
+}
+
+void SourceChoice::select(const QString &path)
+{
+    const QFileInfo source(path);
+    m_sourcePath = source.absoluteFilePath();
+    m_preferences->lastSourceDirectory = source.absolutePath();
+    updateLabel();
+}
+
+QString SourceChoice::askForSource() const
+{
+    QFileDialog dialog(m_window, tr("Choose TARN source"), m_preferences->lastSourceDirectory,
+                       tr("TARN source (*.tarn *.ترن);;All files (*)"));
+    listSourceFiles(&dialog);
+    return chosenFile(&dialog);
+}
+
+bool SourceChoice::chooseInterpreter()
+{
+    QString &interpreter = m_preferences->tarnExecutable;
+    const QString start = interpreter.isEmpty() ? m_preferences->lastSourceDirectory : interpreter;
+    QFileDialog dialog(m_window, tr("Choose TARN executable"), start, tr("Executable files (*)"));
+    // In the name field only: a selection in the list would go before a name that is typed.
+    if (!interpreter.isEmpty())
+        dialog.selectFile(QFileInfo(interpreter).fileName());
+    const QString path = chosenFile(&dialog);
+    if (path.isEmpty())
+        return false;
+    interpreter = QFileInfo(path).absoluteFilePath();
+    return true;
+}
+
+void SourceChoice::updateLabel()
+{
+    // Next to its own label, though its text is left to right in both languages.
+    const Qt::Alignment side = m_window->isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
+    m_label->setAlignment(side | Qt::AlignVCenter);
+    if (hasSource())
+        m_label->showPath(m_sourcePath);
+    else
+        m_label->showRemark(tr("No source selected"));
+}
+
+RunPlan SourceChoice::plan() const
+{
+    if (!hasSource())
+        return {RunPlan::Obstacle::NoSource, StatusTexts::noSource()};
+    const QFileInfo source(m_sourcePath);
+    if (!source.isFile() || !source.isReadable()) {
+        return {RunPlan::Obstacle::SourceUnreadable,
+                StatusTexts::sourceUnreadable(source.absoluteFilePath())};
+    }
+    const ExecutableResolution resolution =
+        ExecutableResolver::resolve(m_explicitExecutable, m_preferences->tarnExecutable,
+                                    QProcessEnvironment::systemEnvironment());
+    if (!resolution.isUsable()) {
+        return {RunPlan::Obstacle::InterpreterUnavailable,
+                StatusTexts::interpreterUnavailable(resolution.message)};
+    }
+    return {.executable = resolution.executable, .sourcePath = source.absoluteFilePath()};
+}
+
+} // namespace tarn::console

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+
+namespace tarn::console {
+
+/// A sentence for the user, perhaps with something it names (a path, a number, an error text) in
+/// place of "%1".
+struct StatusMessage
+{
+    QString pattern;
+    QString argument = {};
+
+    bool operator==(const StatusMessage &) const = default;
+
+    bool isEmpty() const { return pattern.isEmpty(); }
+    /// The whole sentence.
+    QString text() const;
+    /// The same with the argument as a bidirectional isolate (UAX #9, section 2.4), so that a path
+    /// in an Arabic sentence keeps its order on the screen, with its controls escaped, and with its
+    /// middle left out when it is very long.
+    QString isolatedText() const;
+    bool isShortened() const;
+};
+
+} // namespace tarn::console
