@@ -69,10 +69,13 @@ struct DoomedSession
                                   SessionRun<>::patience);
     }
 
+    /// Destroys the session, but not a process object that may have led here.
     void destroy()
     {
         eventsBefore = recorder.events();
+        const bool hadProcess = !process.isNull();
         session.reset();
+        QCOMPARE(!process.isNull(), hadProcess);
     }
 
     /// Like a user: sends a line when the program is ready, closes its input, and stops it when it
