@@ -1,6 +1,6 @@
 #include "widgets/inputeditor.h"
 
-#include "widgets/lazydocumentlayout.h"
+#include "textlayout/lazydocumentlayout.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>

@@ -1,9 +1,9 @@
 #include "widgets/transcriptview.h"
 
+#include "textlayout/lazydocumentlayout.h"
 #include "widgets/accessibletranscript.h"
 #include "widgets/blockpresentation.h"
 #include "widgets/draftpresentation.h"
-#include "widgets/lazydocumentlayout.h"
 
 #include <QAction>
 #include <QClipboard>

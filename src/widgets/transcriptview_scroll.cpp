@@ -2,7 +2,7 @@
 
 #include "widgets/transcriptview.h"
 
-#include "widgets/lazydocumentlayout.h"
+#include "textlayout/lazydocumentlayout.h"
 
 #include <QGuiApplication>
 #include <QResizeEvent>

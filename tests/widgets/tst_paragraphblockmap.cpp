@@ -11,7 +11,8 @@
 #include <array>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -240,6 +241,8 @@ void TestParagraphBlockMap::agreesWithAListOfTexts()
     }
 }
 
-QTEST_MAIN(TestParagraphBlockMap)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestParagraphBlockMap)
 
 #include "tst_paragraphblockmap.moc"

@@ -9,7 +9,7 @@ namespace tarn::console {
 
 /// Which document blocks hold a shaped layout, in the order of their last use. Shaped text takes
 /// some hundred bytes a character, so only what was used last may stay, counted in characters.
-class ShapedBlocks
+class ShapedBlockCache
 {
 public:
     struct Limits
@@ -24,9 +24,7 @@ public:
         qint64 charactersOfFewBlocks = 0;
     };
 
-    explicit ShapedBlocks(Limits limits);
-
-    bool contains(int block) const;
+    explicit ShapedBlockCache(Limits limits);
 
     /// Notes a use, and gives the blocks that are to be released to a function.
     void use(int block, int characters, const std::function<void(int block)> &release);
@@ -37,8 +35,6 @@ public:
 
     /// Forgets all, after giving each to a function.
     void clear(const std::function<void(int block)> &release);
-
-    qint64 characters() const { return m_characters; }
 
 private:
     struct Entry

@@ -1,11 +1,12 @@
-#include "widgets/endlesswords.h"
+#include "textlayout/overlongwords.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
 
-class TestEndlessWords : public QObject
+namespace tarn::console {
+
+class TestOverlongWords : public QObject
 {
     Q_OBJECT
 
@@ -14,17 +15,17 @@ private Q_SLOTS:
     void theWordOfEachPosition();
 };
 
-void TestEndlessWords::theWordOfEachPosition_data()
+void TestOverlongWords::theWordOfEachPosition_data()
 {
     QTest::addColumn<QString>("text");
-    // The ends of the endless words that are found from the start on, one after the other.
+    // The ends of the overlong words that are found from the start on, one after the other.
     QTest::addColumn<QList<int>>("begins");
     QTest::addColumn<QList<int>>("ends");
     const QString word(600, u'x');
     QTest::newRow("nothing") << QString() << QList<int>() << QList<int>();
     QTest::newRow("short words") << u"some words "_s.repeated(500) << QList<int>() << QList<int>();
     QTest::newRow("the shortest") << QString(512, u'x') << QList<int>{0} << QList<int>{512};
-    QTest::newRow("one less") << QString(511, u'x') << QList<int>() << QList<int>();
+    QTest::newRow("one character less") << QString(511, u'x') << QList<int>() << QList<int>();
     QTest::newRow("within others") << QString(u"a " + word + u" b " + word + u"   ")
                                    << QList<int>{2, 605} << QList<int>{602, 1205};
     QTest::newRow("other boundaries than blanks")
@@ -36,12 +37,12 @@ void TestEndlessWords::theWordOfEachPosition_data()
         << QString(word + u'\u00A0' + word) << QList<int>{0} << QList<int>{600};
 }
 
-void TestEndlessWords::theWordOfEachPosition()
+void TestOverlongWords::theWordOfEachPosition()
 {
     QFETCH(QString, text);
     QFETCH(QList<int>, begins);
     QFETCH(QList<int>, ends);
-    const EndlessWords words(text);
+    const OverlongWords words(text);
     qsizetype found = 0;
     for (int position = 0; position < text.size(); ++position) {
         if (found < ends.size() && position == ends[found])
@@ -51,6 +52,8 @@ void TestEndlessWords::theWordOfEachPosition()
     }
 }
 
-QTEST_MAIN(TestEndlessWords)
+} // namespace tarn::console
 
-#include "tst_endlesswords.moc"
+QTEST_MAIN(tarn::console::TestOverlongWords)
+
+#include "tst_overlongwords.moc"

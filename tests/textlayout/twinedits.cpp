@@ -1,4 +1,6 @@
-#include "widgets/twinedits.h"
+#include "textlayout/twinedits.h"
+
+#include "support/patience.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -139,7 +141,7 @@ bool TwinEdits::settle()
 {
     QCoreApplication::processEvents();
     const auto &layout = static_cast<LazyDocumentLayout &>(layoutOf(lazy()));
-    // Qt's layout leaves blocks behind that it never gets to after several changes in a row.
+    // Qt's layout misses blocks and never gets to them after several changes in a row.
     QTextDocument *document = stock().document();
     document->markContentsDirty(0, document->characterCount());
     complete(stock());
@@ -148,7 +150,6 @@ bool TwinEdits::settle()
                && (!m_lazy.window.isVisible()
                    || lazy().verticalScrollBar()->maximum() == expectedMaximum(lazy()));
     };
-    constexpr int patience = 60'000;
     return QTest::qWaitFor(isSettled, patience);
 }
 

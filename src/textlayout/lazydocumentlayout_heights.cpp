@@ -1,6 +1,8 @@
-#include "widgets/lazydocumentlayout.h"
+// How the heights of the blocks become known: estimated with a change, measured when there is time.
 
-#include "widgets/paragraphshaping.h"
+#include "textlayout/lazydocumentlayout.h"
+
+#include "textlayout/blockheight.h"
 
 #include <QDeadlineTimer>
 #include <QTextBlock>
@@ -27,12 +29,7 @@ constexpr int promptCharacters = 16 * 1024;
 constexpr auto idleDelay = 100ms;
 constexpr auto idleSlice = 4ms;
 
-qreal guessedRows(BlockMeasure measure, qreal lineWidth)
-{
-    return std::max(1.0, std::ceil(measure.width / std::max(1.0, lineWidth)));
-}
-
-/// The position behind a block's last character.
+/// The position after a block's last character.
 int endOf(const QTextBlock &block)
 {
     return block.position() + block.length() - 1;
@@ -49,7 +46,7 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     }
     const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
     const bool noHeights = m_pageWidth < 0;
-    const bool newFont = hasNewFont();
+    const bool newFont = takeFont();
     // The wide line may be gone. A change of a format is no removal, it counts the same twice.
     const bool maybeNarrower =
         charsRemoved > 0 && charsRemoved != charsAdded && m_widestLine > lineWidth();
@@ -66,7 +63,7 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     reportSize();
     Q_EMIT update(QRectF(0, top, endless, endless));
     if (!isExact())
-        measureGuessesAfter(idleDelay);
+        m_idleTimer.start(static_cast<int>(idleDelay.count()), this);
 }
 
 void LazyDocumentLayout::reportSize()
@@ -74,35 +71,36 @@ void LazyDocumentLayout::reportSize()
     Q_EMIT documentSizeChanged(documentSize());
 }
 
-bool LazyDocumentLayout::hasNewFont()
+/// Takes over how the document's text is set. Returns whether that is another way than before.
+bool LazyDocumentLayout::takeFont()
 {
     const QFont font = document()->defaultFont();
     const QTextOption option = document()->defaultTextOption();
-    if (m_extents && font == m_font && breakAlike(option, m_option))
+    if (m_advances && font == m_shaper.font() && breakAlike(option, m_option))
         return false;
-    m_font = font;
+    m_shaper.setFont(font);
     m_option = option;
-    m_extents = std::make_unique<CharacterExtents>(m_font, paintDevice(), m_option);
+    m_advances = std::make_unique<AdvanceTable>(font, paintDevice(), option);
     return true;
 }
 
 /// With the same texts as before, only the width is another: most lines fit as they did.
 void LazyDocumentLayout::changeEverything(bool sameTexts)
 {
-    m_shaped.clear([this](int block) { release(block); });
-    m_segmented.clear();
+    m_shaper.clear();
     const qreal widthBefore = lineWidth();
     m_pageWidth = document()->pageSize().width();
+    m_shaper.setLineWidth(lineWidth());
     m_widestLine = 0;
     m_lastGuess = -1;
     int prompt = document()->characterCount() <= promptCharacters ? promptCharacters : 0;
     for (QTextBlock block = document()->firstBlock(); block.isValid(); block = block.next()) {
-        const auto measure = BlockMeasure::fromUserState(block.userState());
-        const bool isNarrow = measure.width <= lineWidth();
-        if (sameTexts && measure.height == BlockMeasure::Height::OneLine && isNarrow)
+        const auto height = BlockHeight::of(block);
+        const bool fits = height.oneLineWidth <= lineWidth();
+        if (sameTexts && fits && height.certainty == BlockHeight::Certainty::OneLine)
             continue;
-        if (sameTexts && measure.isSized() && !isNarrow && block.length() > prompt)
-            guess(block, measure, guessedRowsAgain(block, measure, widthBefore));
+        if (sameTexts && !fits && height.isSized() && block.length() > prompt)
+            guess(block, height.guessedAgain(widthBefore, lineWidth()));
         else
             estimate(block, &prompt);
     }
@@ -123,8 +121,7 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
     if (charsRemoved == 0 && added > 0 && isAfterText)
         first = first.next();
     const int count = last.blockNumber() - first.blockNumber() + 1;
-    m_shaped.replace(first.blockNumber(), count - added, count);
-    m_segmented.replace(first.blockNumber(), count - added, count);
+    m_shaper.replace(first.blockNumber(), count - added, count);
     if (m_lastGuess >= first.blockNumber())
         m_lastGuess = std::max(first.blockNumber(), m_lastGuess + added);
 
@@ -145,11 +142,11 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
 void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 {
     block.clearLayout();
-    block.setUserState(BlockMeasure().toUserState());
-    if (charsAdded <= shortBlock && shapeSegments(block))
+    block.setUserState(BlockHeight().toUserState());
+    if (charsAdded <= BlockShaper::shortBlock && shapeSegments(block))
         return;
     const bool composing = !block.layout()->preeditAreaText().isEmpty();
-    if (composing || block.length() <= shortBlock) {
+    if (composing || block.length() <= BlockShaper::shortBlock) {
         shape(block);
     } else {
         int nothing = 0;
@@ -161,65 +158,29 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
 {
     block.clearLayout();
     const QString text = block.text();
-    const CharacterExtents::Line line = m_extents->lineOf(text);
-    // Some room for kerning and for glyphs that reach over their advance.
-    BlockMeasure measure{.width = static_cast<int>(std::ceil(line.width + line.height)),
-                         .rowHeight = line.height};
-    if (line.certain && measure.width <= lineWidth()) {
-        measure.height = BlockMeasure::Height::OneLine;
-        setHeight(&block, measure, line.height);
+    const AdvanceTable::Line line = m_advances->lineOf(text);
+    // Wider than the characters: kerning, and glyphs that reach over their advance.
+    BlockHeight height{.pixels = line.height,
+                       .oneLineWidth = static_cast<int>(std::ceil(line.width + line.height)),
+                       .rowHeight = line.height};
+    if (line.certain && height.oneLineWidth <= lineWidth()) {
+        height.certainty = BlockHeight::Certainty::OneLine;
+        height.keepIn(block);
     } else if (text.size() <= *promptCharacters) {
         *promptCharacters -= static_cast<int>(text.size());
-        block.setUserState(measure.toUserState());
+        block.setUserState(height.toUserState());
         if (!shapeSegments(block))
-            measureAlone(block);
+            takeSize(block, m_shaper.sizeOf(block));
     } else {
-        guess(block, measure, guessedRows(measure, lineWidth()));
+        guess(block, height.guessed(lineWidth()));
     }
 }
 
-/// Says whether the block had another height.
-bool LazyDocumentLayout::setHeight(QTextBlock *block, BlockMeasure measure, int height)
+void LazyDocumentLayout::guess(const QTextBlock &block, const BlockHeight &height)
 {
-    block->setUserState(measure.toUserState());
-    if (block->lineCount() == height)
-        return false;
-    block->setLineCount(height);
-    return true;
-}
-
-/// After a change of the width. How far a guess was off before tells how far the next one will be:
-/// some characters shrink to nothing beside others.
-qreal LazyDocumentLayout::guessedRowsAgain(const QTextBlock &block, BlockMeasure measure,
-                                           qreal widthBefore) const
-{
-    const qreal rows = guessedRows(measure, lineWidth());
-    if (measure.height != BlockMeasure::Height::Exact)
-        return rows;
-    const qreal rowsBefore = static_cast<qreal>(block.lineCount()) / measure.rowHeight;
-    return std::round(rows * rowsBefore / guessedRows(measure, widthBefore));
-}
-
-void LazyDocumentLayout::guess(QTextBlock block, BlockMeasure measure, qreal rows)
-{
-    measure.height = BlockMeasure::Height::Guessed;
-    // Never zero: a block without height would be at no y.
-    setHeight(&block, measure, std::max(1, static_cast<int>(rows) * measure.rowHeight));
+    height.keepIn(block);
     // At the end at most: to find out where the block is would take as long as the guess.
     m_lastGuess = document()->blockCount() - 1;
-}
-
-/// Measures a block without keeping its shaped text.
-bool LazyDocumentLayout::measureAlone(QTextBlock block)
-{
-    const QString text = block.text();
-    QTextLayout layout(text, m_font, paintDevice());
-    shapeClustersApart(&layout, text);
-    const ParagraphSize size = shapeParagraph(&layout, text, paragraphOption(block), lineWidth());
-    m_widestLine = std::max(m_widestLine, size.width);
-    auto measure = BlockMeasure::fromUserState(block.userState());
-    measure.height = BlockMeasure::Height::Exact;
-    return setHeight(&block, measure, size.height);
 }
 
 bool LazyDocumentLayout::measure(int top, int bottom)
@@ -240,7 +201,7 @@ bool LazyDocumentLayout::measure(int top, int bottom)
     return moved;
 }
 
-/// Measures guesses for a while, from the end upwards; says whether that changed a height.
+/// Measures guesses for a while, from the end upwards. Returns whether that changed a height.
 bool LazyDocumentLayout::measureGuesses()
 {
     bool moved = false;
@@ -251,15 +212,10 @@ bool LazyDocumentLayout::measureGuesses()
             continue;
         if (end.hasExpired())
             break;
-        moved |= measureAlone(block);
+        moved |= takeSize(block, m_shaper.sizeOf(block));
     }
     m_lastGuess = block.blockNumber();
     return moved;
-}
-
-void LazyDocumentLayout::measureGuessesAfter(std::chrono::milliseconds delay)
-{
-    m_idleTimer.start(static_cast<int>(delay.count()), this);
 }
 
 void LazyDocumentLayout::timerEvent(QTimerEvent *event)
@@ -272,7 +228,7 @@ void LazyDocumentLayout::timerEvent(QTimerEvent *event)
         m_idleTimer.stop();
         moved = measureGuesses();
         if (!isExact())
-            measureGuessesAfter(0ms);
+            m_idleTimer.start(0, this);
     } else {
         QAbstractTextDocumentLayout::timerEvent(event);
     }

@@ -1,4 +1,4 @@
-#include "widgets/characterextents.h"
+#include "textlayout/advancetable.h"
 
 #include <QChar>
 #include <QFontMetricsF>
@@ -102,8 +102,7 @@ int lineHeight(qreal ascent, qreal descent, qreal leading)
 
 } // namespace
 
-CharacterExtents::CharacterExtents(const QFont &font, QPaintDevice *device,
-                                   const QTextOption &option)
+AdvanceTable::AdvanceTable(const QFont &font, QPaintDevice *device, const QTextOption &option)
     : m_font(device ? QFont(font, device) : font)
     , m_device(device)
     , m_option(option)
@@ -112,7 +111,7 @@ CharacterExtents::CharacterExtents(const QFont &font, QPaintDevice *device,
     m_emptyHeight = lineHeight(empty.ascent, empty.descent, empty.leading);
 }
 
-CharacterExtents::Line CharacterExtents::lineOf(QStringView text) const
+AdvanceTable::Line AdvanceTable::lineOf(QStringView text) const
 {
     // What comes before the first letter takes that letter's script.
     std::size_t script = common;
@@ -132,7 +131,7 @@ CharacterExtents::Line CharacterExtents::lineOf(QStringView text) const
             .certain = !(classes & uncertain)};
 }
 
-const CharacterExtents::Unit &CharacterExtents::unit(char16_t code, std::size_t script) const
+const AdvanceTable::Unit &AdvanceTable::unit(char16_t code, std::size_t script) const
 {
     std::unique_ptr<Page> &page = m_tables[script][code >> 8];
     if (!page)
@@ -143,7 +142,7 @@ const CharacterExtents::Unit &CharacterExtents::unit(char16_t code, std::size_t 
     return unit;
 }
 
-CharacterExtents::Unit CharacterExtents::measure(char16_t code, std::size_t script) const
+AdvanceTable::Unit AdvanceTable::measure(char16_t code, std::size_t script) const
 {
     const QChar character(code);
     if (character.isSurrogate())
@@ -160,7 +159,7 @@ CharacterExtents::Unit CharacterExtents::measure(char16_t code, std::size_t scri
 }
 
 /// Width of a character that stands after other text.
-qreal CharacterExtents::widestForm(QChar character, const QString &before) const
+qreal AdvanceTable::widestForm(QChar character, const QString &before) const
 {
     const QFontMetricsF metrics(m_font, m_device);
     const QString letter(character);
@@ -175,7 +174,7 @@ qreal CharacterExtents::widestForm(QChar character, const QString &before) const
     return std::max(0.0, width - metrics.horizontalAdvance(before));
 }
 
-CharacterExtents::LineClass CharacterExtents::measureLine(const QString &text) const
+AdvanceTable::LineClass AdvanceTable::measureLine(const QString &text) const
 {
     constexpr qreal wideEnough = 100'000;
     QTextLayout layout(text, m_font, m_device);
@@ -188,7 +187,7 @@ CharacterExtents::LineClass CharacterExtents::measureLine(const QString &text) c
     return {line.ascent(), line.descent(), line.leading()};
 }
 
-quint32 CharacterExtents::classBits(const QString &text) const
+quint32 AdvanceTable::classBits(const QString &text) const
 {
     const LineClass lineClass = measureLine(text);
     auto found = std::find(m_classes.begin(), m_classes.end(), lineClass);
@@ -201,7 +200,7 @@ quint32 CharacterExtents::classBits(const QString &text) const
 }
 
 /// The rule by which a text layout combines the fonts of a line.
-int CharacterExtents::heightOf(quint32 classes) const
+int AdvanceTable::heightOf(quint32 classes) const
 {
     if (classes == 0)
         return m_emptyHeight;

@@ -1,4 +1,4 @@
-#include "widgets/twinedits.h"
+#include "textlayout/twinedits.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -17,7 +17,8 @@
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -407,6 +408,8 @@ void TestLazyDocumentLayoutEditing::aCopyPrintsAlike()
     QVERIFY(lazy == printed(m_twins->stock()));
 }
 
-QTEST_MAIN(TestLazyDocumentLayoutEditing)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestLazyDocumentLayoutEditing)
 
 #include "tst_lazydocumentlayout_editing.moc"

@@ -1,10 +1,11 @@
-#include "widgets/segmentedparagraph.h"
+#include "textlayout/segmentedparagraph.h"
+
+#include "textlayout/overlongclusters.h"
 
 #include <QPainter>
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 
 namespace tarn::console {
 
@@ -12,10 +13,6 @@ namespace {
 
 /// Short enough to be shaped between two frames, long enough to hold a safe end.
 constexpr qsizetype segmentLength = 2048;
-
-/// More than a screen of long paragraphs has, unless they are very long; then a few.
-constexpr qsizetype maximumCharacters = 1024 * 1024;
-constexpr std::size_t fewParagraphs = 4;
 
 /// Whether a character leaves the order of a text alone that runs in a direction.
 bool runsWith(QChar character, Qt::LayoutDirection direction)
@@ -77,25 +74,25 @@ bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
         reset();
     else if (!m_text.isEmpty() && text.size() == m_text.size())
         return !m_segments.empty();
-    noteNature(text, setting.option.textDirection());
+    inspectNewEnd(text, setting.option.textDirection());
     m_text = text;
     m_setting = setting;
     m_canBeCut = m_canBeCut && shapeSegments();
     if (!m_canBeCut)
         m_segments.clear();
-    if (m_hasEndlessClusters)
+    if (m_hasOverlongClusters)
         m_segments.push_back(shapeSegment(0, text.size()));
     return !m_segments.empty();
 }
 
-/// Finds out from the new end of a text what can be done with the whole.
-void SegmentedParagraph::noteNature(const QString &text, Qt::LayoutDirection direction)
+/// Finds out from what is new at the end of a text what can be done with the whole.
+void SegmentedParagraph::inspectNewEnd(const QString &text, Qt::LayoutDirection direction)
 {
     const auto newBegin = text.begin() + m_text.size();
-    // A cluster that was not endless may have got so; a character takes two code units at most.
+    // A cluster that was not overlong may have become so; a character takes two code units at most.
     const qsizetype clusterBegin = std::max<qsizetype>(0, m_text.size() - 2 * charactersInOnePiece);
-    m_hasEndlessClusters = m_hasEndlessClusters || hasEndlessClusters(text.sliced(clusterBegin));
-    m_canBeCut = m_canBeCut && !m_hasEndlessClusters
+    m_hasOverlongClusters = m_hasOverlongClusters || hasOverlongClusters(text.sliced(clusterBegin));
+    m_canBeCut = m_canBeCut && !m_hasOverlongClusters
                  && std::all_of(newBegin, text.end(), [direction](QChar character) {
                         return runsWith(character, direction);
                     });
@@ -114,7 +111,7 @@ void SegmentedParagraph::reset()
     m_text.clear();
     m_segments.clear();
     m_canBeCut = true;
-    m_hasEndlessClusters = false;
+    m_hasOverlongClusters = false;
 }
 
 /// Shapes what follows the segments that are sure.
@@ -150,9 +147,9 @@ SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start,
                     .start = start,
                     .length = text.size()};
     keepShapedText(segment.layout.get(), text);
-    shapeClustersApart(segment.layout.get(), text);
+    splitOverlongClusters(segment.layout.get(), text);
     segment.size =
-        shapeParagraph(segment.layout.get(), text, m_setting.option, m_setting.lineWidth);
+        breakIntoLines(segment.layout.get(), text, m_setting.option, m_setting.lineWidth);
     return segment;
 }
 
@@ -168,8 +165,8 @@ bool SegmentedParagraph::isCut(qsizetype position) const
            || (isAsciiPunctuation(before) && isAsciiPunctuation(after));
 }
 
-/// Leaves a segment its lines up to the last safe cut; says false when there is none. Its layout
-/// keeps the text behind them: at the end of a text, blanks count as a part of the line.
+/// Leaves a segment its lines up to the last safe cut; returns false when there is none. Its layout
+/// keeps the text after them: at the end of a text, blanks count as a part of the line.
 bool SegmentedParagraph::cutOff(Segment *segment) const
 {
     // The text of the last lines goes on: they may break elsewhere.
@@ -228,51 +225,6 @@ void SegmentedParagraph::drawCursor(QPainter *painter, QPointF position, int off
         }
         position.ry() += segment.size.height;
     }
-}
-
-SegmentedParagraphs::SegmentedParagraphs() = default;
-SegmentedParagraphs::~SegmentedParagraphs() = default;
-
-SegmentedParagraph &SegmentedParagraphs::of(int block)
-{
-    auto found = std::find_if(m_paragraphs.begin(), m_paragraphs.end(),
-                              [block](const auto &entry) { return entry.first == block; });
-    if (found == m_paragraphs.end()) {
-        dropOldest();
-        m_paragraphs.emplace_back(block, std::make_unique<SegmentedParagraph>());
-    } else {
-        std::rotate(found, std::next(found), m_paragraphs.end());
-    }
-    return *m_paragraphs.back().second;
-}
-
-/// Makes room for one more.
-void SegmentedParagraphs::dropOldest()
-{
-    qsizetype characters = 0;
-    std::size_t kept = 0;
-    for (auto entry = m_paragraphs.rbegin(); entry != m_paragraphs.rend(); ++entry, ++kept) {
-        characters += entry->second->length();
-        if (characters > maximumCharacters && kept + 1 >= fewParagraphs)
-            break;
-    }
-    m_paragraphs.erase(m_paragraphs.begin(), std::prev(m_paragraphs.end(), std::ptrdiff_t(kept)));
-}
-
-void SegmentedParagraphs::replace(int first, int removed, int inserted)
-{
-    std::erase_if(m_paragraphs, [=](const auto &entry) {
-        return entry.first > first && entry.first < first + removed;
-    });
-    for (auto &entry : m_paragraphs) {
-        if (entry.first >= first + removed)
-            entry.first += inserted - removed;
-    }
-}
-
-void SegmentedParagraphs::clear()
-{
-    m_paragraphs.clear();
 }
 
 } // namespace tarn::console

@@ -1,10 +1,13 @@
-#include "widgets/paragraphshaping.h"
+#include "textlayout/overlongclusters.h"
+
+#include "textlayout/linebreaking.h"
 
 #include <QTest>
 #include <QTextLayout>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -14,7 +17,7 @@ const QString acute = u"\u0301"_s;
 
 } // namespace
 
-class TestParagraphShaping : public QObject
+class TestOverlongClusters : public QObject
 {
     Q_OBJECT
 
@@ -24,7 +27,7 @@ private Q_SLOTS:
     void marksShapedApartTakeTheSameLines();
 };
 
-void TestParagraphShaping::clustersAreShapedApart_data()
+void TestOverlongClusters::clustersAreShapedApart_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QList<Piece>>("pieces");
@@ -51,34 +54,36 @@ void TestParagraphShaping::clustersAreShapedApart_data()
                                  << QList<Piece>{{0, 65}};
 }
 
-void TestParagraphShaping::clustersAreShapedApart()
+void TestOverlongClusters::clustersAreShapedApart()
 {
     QFETCH(QString, text);
     QFETCH(QList<Piece>, pieces);
     QTextLayout layout(text);
-    shapeClustersApart(&layout, text);
+    splitOverlongClusters(&layout, text);
     QList<Piece> actual;
     for (const QTextLayout::FormatRange &range : layout.formats())
         actual.append({range.start, range.length});
     QCOMPARE(actual, pieces);
-    QCOMPARE(hasEndlessClusters(text), !pieces.isEmpty());
+    QCOMPARE(hasOverlongClusters(text), !pieces.isEmpty());
 }
 
-void TestParagraphShaping::marksShapedApartTakeTheSameLines()
+void TestOverlongClusters::marksShapedApartTakeTheSameLines()
 {
     const QString text = QString(u"word and word"_s + acute.repeated(200) + u' ').repeated(20);
     const QTextOption option;
     QTextLayout whole(text);
-    const ParagraphSize expected = shapeParagraph(&whole, text, option, 300);
+    const ParagraphSize expected = breakIntoLines(&whole, text, option, 300);
     QTextLayout apart(text);
-    shapeClustersApart(&apart, text);
-    const ParagraphSize actual = shapeParagraph(&apart, text, option, 300);
+    splitOverlongClusters(&apart, text);
+    const ParagraphSize actual = breakIntoLines(&apart, text, option, 300);
     QCOMPARE(actual.height, expected.height);
     QCOMPARE(apart.lineCount(), whole.lineCount());
     for (int line = 0; line < whole.lineCount(); ++line)
         QCOMPARE(apart.lineAt(line).textStart(), whole.lineAt(line).textStart());
 }
 
-QTEST_MAIN(TestParagraphShaping)
+} // namespace tarn::console
 
-#include "tst_paragraphshaping.moc"
+QTEST_MAIN(tarn::console::TestOverlongClusters)
+
+#include "tst_overlongclusters.moc"

@@ -1,4 +1,4 @@
-#include "widgets/segmentedparagraph.h"
+#include "textlayout/segmentedparagraph.h"
 
 #include <QFont>
 #include <QImage>
@@ -8,7 +8,8 @@
 #include <QTextLayout>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -35,7 +36,7 @@ QString difference(const SegmentedParagraph &paragraph, const QString &text,
                    const SegmentedParagraph::Setting &setting)
 {
     QTextLayout whole(text, setting.font);
-    const ParagraphSize size = shapeParagraph(&whole, text, setting.option, setting.lineWidth);
+    const ParagraphSize size = breakIntoLines(&whole, text, setting.option, setting.lineWidth);
     if (paragraph.size().height != size.height)
         return u"%1 pixels high instead of %2"_s.arg(paragraph.size().height).arg(size.height);
     QImage actual = canvas(size.height);
@@ -65,14 +66,11 @@ private Q_SLOTS:
     void refusesWhatCannotBeSegmented_data();
     void refusesWhatCannotBeSegmented();
     void refusesTabsThatAreWiderThanTheLines();
-    void endlessMarksAreShapedInOnePiece_data();
-    void endlessMarksAreShapedInOnePiece();
-    void aClusterThatGrowsBecomesEndless_data();
-    void aClusterThatGrowsBecomesEndless();
+    void overlongMarksAreShapedInOnePiece_data();
+    void overlongMarksAreShapedInOnePiece();
+    void aClusterThatGrowsBecomesOverlong_data();
+    void aClusterThatGrowsBecomesOverlong();
     void aRefusedTextMayBeFollowedByAnother();
-    void paragraphsFollowTheirBlocks();
-    void aScreenOfParagraphsIsKept();
-    void ofVeryLongParagraphsAFewAreKept();
 };
 
 void TestSegmentedParagraph::aGrowingTextLooksAsInOnePiece_data()
@@ -169,17 +167,17 @@ void TestSegmentedParagraph::refusesTabsThatAreWiderThanTheLines()
     QCOMPARE(difference(paragraph, text, narrow), QString());
 }
 
-void TestSegmentedParagraph::endlessMarksAreShapedInOnePiece_data()
+void TestSegmentedParagraph::overlongMarksAreShapedInOnePiece_data()
 {
     QTest::addColumn<QString>("text");
     const QString marks = u"\u0301"_s.repeated(3000);
     QTest::newRow("alone") << marks;
-    QTest::newRow("behind words") << u"step by step "_s.repeated(400) + marks;
+    QTest::newRow("after words") << u"step by step "_s.repeated(400) + marks;
     QTest::newRow("beside another direction") << u"خطوة "_s.repeated(900) + u"step"_s + marks;
 }
 
 /// As high as in one layout; how the marks are heaped up is another matter.
-void TestSegmentedParagraph::endlessMarksAreShapedInOnePiece()
+void TestSegmentedParagraph::overlongMarksAreShapedInOnePiece()
 {
     QFETCH(QString, text);
     const SegmentedParagraph::Setting leftToRight = setting(Qt::LeftToRight);
@@ -189,19 +187,19 @@ void TestSegmentedParagraph::endlessMarksAreShapedInOnePiece()
         QVERIFY(paragraph.shape(text, leftToRight));
         QTextLayout whole(text, leftToRight.font);
         const ParagraphSize size =
-            shapeParagraph(&whole, text, leftToRight.option, leftToRight.lineWidth);
+            breakIntoLines(&whole, text, leftToRight.option, leftToRight.lineWidth);
         QCOMPARE(paragraph.size().height, size.height);
     }
 }
 
-void TestSegmentedParagraph::aClusterThatGrowsBecomesEndless_data()
+void TestSegmentedParagraph::aClusterThatGrowsBecomesOverlong_data()
 {
     QTest::addColumn<QString>("mark");
     QTest::newRow("one code unit") << u"\u0301"_s;
     QTest::newRow("two code units") << u"\U0001D165"_s;
 }
 
-void TestSegmentedParagraph::aClusterThatGrowsBecomesEndless()
+void TestSegmentedParagraph::aClusterThatGrowsBecomesOverlong()
 {
     QFETCH(QString, mark);
     SegmentedParagraph paragraph;
@@ -222,48 +220,8 @@ void TestSegmentedParagraph::aRefusedTextMayBeFollowedByAnother()
     QCOMPARE(difference(paragraph, text, setting(Qt::LeftToRight)), QString());
 }
 
-void TestSegmentedParagraph::paragraphsFollowTheirBlocks()
-{
-    SegmentedParagraphs paragraphs;
-    SegmentedParagraph *first = &paragraphs.of(3);
-    SegmentedParagraph *second = &paragraphs.of(8);
-    QCOMPARE(&paragraphs.of(3), first);
-    // One block more in the third's place; the first of the replaced ones may have got longer.
-    paragraphs.replace(3, 1, 2);
-    QCOMPARE(&paragraphs.of(3), first);
-    QCOMPARE(&paragraphs.of(9), second);
-    paragraphs.replace(8, 2, 1);
-    QVERIFY(paragraphs.of(9).size().height == 0);
-    paragraphs.clear();
-    QCOMPARE(paragraphs.of(3).size().height, 0);
-}
+} // namespace tarn::console
 
-/// Uses paragraphs, and then says which of them are still shaped.
-QList<int> keptOf(int count, const QString &text)
-{
-    SegmentedParagraphs paragraphs;
-    for (int number = 0; number < count; ++number)
-        paragraphs.of(number).shape(text, setting(Qt::LeftToRight));
-    QList<int> kept;
-    for (int number = count - 1; number >= 0; --number) {
-        if (paragraphs.of(number).length() == 0)
-            break;
-        kept.prepend(number);
-    }
-    return kept;
-}
-
-void TestSegmentedParagraph::aScreenOfParagraphsIsKept()
-{
-    QCOMPARE(keptOf(40, u"step by step "_s.repeated(200)).size(), 40);
-}
-
-void TestSegmentedParagraph::ofVeryLongParagraphsAFewAreKept()
-{
-    // 260,000 characters each.
-    QCOMPARE(keptOf(8, u"step by step "_s.repeated(20'000)), (QList<int>{3, 4, 5, 6, 7}));
-}
-
-QTEST_MAIN(TestSegmentedParagraph)
+QTEST_MAIN(tarn::console::TestSegmentedParagraph)
 
 #include "tst_segmentedparagraph.moc"

@@ -19,7 +19,7 @@ namespace tarn::console {
 /// four joining forms of an Arabic letter); ligatures only make a text narrower. Blanks, digits and
 /// punctuation have no script of their own and take that of the letters before them (UAX #24,
 /// section 5.1), and often its font; so there is a table for each script.
-class CharacterExtents
+class AdvanceTable
 {
 public:
     /// What a text would need on one line.
@@ -32,7 +32,7 @@ public:
     };
 
     /// The paint device decides the resolution; null for the screen's.
-    CharacterExtents(const QFont &font, QPaintDevice *device, const QTextOption &option);
+    AdvanceTable(const QFont &font, QPaintDevice *device, const QTextOption &option);
 
     Line lineOf(QStringView text) const;
 

@@ -1,6 +1,9 @@
-#include "widgets/lazydocumentlayout.h"
+// What text widgets ask of a document layout: where things are, what is at a point, painting.
 
-#include "widgets/paragraphshaping.h"
+#include "textlayout/lazydocumentlayout.h"
+
+#include "textlayout/blockheight.h"
+#include "textlayout/segmentedparagraph.h"
 
 #include <QPainter>
 #include <QTextBlock>
@@ -14,13 +17,6 @@
 namespace tarn::console {
 
 namespace {
-
-/// About as much as a screen of text, several times over.
-constexpr ShapedBlocks::Limits shapedLimits{
-    .characters = 32 * 1024,
-    .fewBlocks = 128,
-    .charactersOfFewBlocks = 1024 * 1024,
-};
 
 /// The parts of a block that the selections cover.
 QList<QTextLayout::FormatRange>
@@ -37,7 +33,7 @@ selectedRanges(const QTextBlock &block,
     return ranges;
 }
 
-/// Offset in a laid out text of a point relative to the layout; says whether it is on the text.
+/// Offset in a laid out text of a point relative to the layout; `exact` when it is on the text.
 int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accuracy, bool *exact)
 {
     const QTextLine::CursorPosition where = accuracy == Qt::ExactHit
@@ -63,7 +59,7 @@ int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accur
 
 LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device)
     : QAbstractTextDocumentLayout(document)
-    , m_shaped(shapedLimits)
+    , m_shaper(document)
 {
     setPaintDevice(device);
 }
@@ -123,14 +119,14 @@ QTextBlock LazyDocumentLayout::blockAt(qreal y) const
 
 bool LazyDocumentLayout::isExact(const QTextBlock &block)
 {
-    return BlockMeasure::fromUserState(block.userState()).isExact();
+    return BlockHeight::of(block).isExact();
 }
 
 QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
 {
     if (!isLaidOut() || !block.isValid())
         return QRectF();
-    if (m_shapesLongBlocks || block.length() <= shortBlock)
+    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock)
         shapeOnDemand(block);
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
@@ -224,48 +220,30 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
 }
 
 /// Makes sure that the block's own layout has lines and knows its place.
-void LazyDocumentLayout::shape(QTextBlock block) const
+void LazyDocumentLayout::shape(const QTextBlock &block) const
 {
-    QTextLayout *layout = block.layout();
-    if (layout->lineCount() == 0) {
-        const QString text = block.text();
-        keepShapedText(layout, text);
-        takeHeight(&block, shapeParagraph(layout, text, paragraphOption(block), lineWidth()));
-    }
-    layout->setPosition(QPointF(margin(), topOf(block)));
-    m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
+    if (const auto size = m_shaper.shape(block))
+        takeSize(block, *size);
+    block.layout()->setPosition(QPointF(margin(), topOf(block)));
 }
 
-/// Whether it would be felt to shape a block at once.
-bool LazyDocumentLayout::isSlow(const QTextBlock &block)
+const SegmentedParagraph *LazyDocumentLayout::shapeSegments(const QTextBlock &block) const
 {
-    constexpr int shortEvenWithClusters = 512;
-    return block.length() > shortBlock
-           || (block.length() > shortEvenWithClusters && hasEndlessClusters(block.text()));
+    const SegmentedParagraph *paragraph = m_shaper.shapeSegments(block);
+    if (paragraph)
+        takeSize(block, paragraph->size());
+    return paragraph;
 }
 
-/// Shapes a long paragraph in segments, and nothing more than its end if it only got longer. Null
-/// when the block is shaped fast enough, or cannot be segmented.
-SegmentedParagraph *LazyDocumentLayout::shapeSegments(QTextBlock block) const
-{
-    if (!isSlow(block) || !block.layout()->preeditAreaText().isEmpty())
-        return nullptr;
-    SegmentedParagraph &paragraph = m_segmented.of(block.blockNumber());
-    if (!paragraph.shape(block.text(),
-                         {m_font, paintDevice(), paragraphOption(block), lineWidth()}))
-        return nullptr;
-    takeHeight(&block, paragraph.size());
-    return &paragraph;
-}
-
-/// Notes the size of a block that was shaped.
-void LazyDocumentLayout::takeHeight(QTextBlock *block, const ParagraphSize &size) const
+/// Notes the size of a block that was shaped. Returns whether it had another height.
+bool LazyDocumentLayout::takeSize(const QTextBlock &block, const ParagraphSize &size) const
 {
     m_widestLine = std::max(m_widestLine, size.width);
-    BlockMeasure measure = BlockMeasure::fromUserState(block->userState());
-    if (measure.height != BlockMeasure::Height::OneLine || block->lineCount() != size.height)
-        measure.height = BlockMeasure::Height::Exact;
-    setHeight(block, measure, size.height);
+    auto height = BlockHeight::of(block);
+    if (height.certainty != BlockHeight::Certainty::OneLine || height.pixels != size.height)
+        height.certainty = BlockHeight::Certainty::Measured;
+    height.pixels = size.height;
+    return height.keepIn(block);
 }
 
 /// For queries and painting, which cannot report another size while they are under way.
@@ -281,16 +259,6 @@ void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) co
     if (block.lineCount() == heightBefore)
         return;
     m_moveTimer.start(0, const_cast<LazyDocumentLayout *>(this));
-}
-
-void LazyDocumentLayout::release(int block) const
-{
-    QTextLayout *layout = document()->findBlockByNumber(block).layout();
-    if (!layout)
-        return;
-    // The text of a block's layout is the block's; setting one only frees the glyphs.
-    layout->setText(QString());
-    layout->clearLayout();
 }
 
 } // namespace tarn::console

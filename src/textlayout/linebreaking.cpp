@@ -1,9 +1,8 @@
-#include "widgets/paragraphshaping.h"
+#include "textlayout/linebreaking.h"
 
-#include "widgets/endlesswords.h"
+#include "textlayout/overlongwords.h"
 
 #include <QString>
-#include <QStyle>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
@@ -15,48 +14,6 @@
 namespace tarn::console {
 
 namespace {
-
-char32_t characterAt(const QString &text, qsizetype position)
-{
-    const QChar unit = text[position];
-    if (unit.isHighSurrogate() && position + 1 < text.size())
-        return QChar::surrogateToUcs4(unit, text[position + 1]);
-    return unit.unicode();
-}
-
-/// Whether a character does not stand for itself, but is a part of the one before.
-bool continuesCluster(char32_t character, char32_t before)
-{
-    // A virama stacks the next letter on the one before.
-    constexpr int virama = 9;
-    return QChar::isMark(character) || QChar::combiningClass(before) == virama;
-}
-
-/// The parts of long clusters.
-QList<QTextLayout::FormatRange> clusterPieces(const QString &text)
-{
-    QList<QTextLayout::FormatRange> pieces;
-    qsizetype begin = 0;
-    qsizetype continuations = 0;
-    char32_t before = 0;
-    for (qsizetype position = 0; position < text.size();) {
-        const char32_t character = characterAt(text, position);
-        const qsizetype next = position + (QChar::requiresSurrogates(character) ? 2 : 1);
-        if (!continuesCluster(character, before)) {
-            begin = position;
-            continuations = 0;
-        } else if (++continuations == charactersInOnePiece) {
-            pieces.append({.start = static_cast<int>(begin),
-                           .length = static_cast<int>(next - begin),
-                           .format = {}});
-            begin = next;
-            continuations = 0;
-        }
-        before = character;
-        position = next;
-    }
-    return pieces;
-}
 
 /// A single character that is wider than the line makes the line wider. As a text document does
 /// it, the option then allows breaks at words only for the rest of the paragraph: that shows at
@@ -78,9 +35,9 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
     }
 }
 
-/// Breaks a line in the middle of an endless word as Qt does it after it has been to the word's
-/// end. Says false, and leaves the line to be broken again, when that may not be the same.
-bool breakInside(const EndlessWords &words, QTextLayout *layout, QTextLine *line,
+/// Breaks a line in the middle of an overlong word as Qt does it after it has been to the word's
+/// end. Returns false, and leaves the line to be broken again, when that may not be the same.
+bool breakInside(const OverlongWords &words, QTextLayout *layout, QTextLine *line,
                  const QTextOption &option, qreal width)
 {
     const qsizetype end = words.endAt(line->textStart());
@@ -94,6 +51,17 @@ bool breakInside(const EndlessWords &words, QTextLayout *layout, QTextLine *line
     return line->textStart() + line->textLength() < end && line->naturalTextWidth() <= width;
 }
 
+/// The edge that a document's default alignment means for a text of a direction: left is where the
+/// text begins, unless it is absolute.
+Qt::Alignment visualAlignment(Qt::LayoutDirection direction, Qt::Alignment alignment)
+{
+    constexpr Qt::Alignment edges = Qt::AlignLeft | Qt::AlignRight;
+    if (!(alignment & Qt::AlignHorizontal_Mask))
+        alignment |= Qt::AlignLeft;
+    const bool isLogical = (alignment & edges) && !(alignment & Qt::AlignAbsolute);
+    return isLogical && direction == Qt::RightToLeft ? alignment ^ edges : alignment;
+}
+
 } // namespace
 
 QTextOption paragraphOption(const QTextBlock &block)
@@ -104,7 +72,7 @@ QTextOption paragraphOption(const QTextBlock &block)
     option.setTextDirection(direction);
     option.setAlignment(format.hasProperty(QTextFormat::BlockAlignment)
                             ? format.alignment()
-                            : QStyle::visualAlignment(direction, option.alignment()));
+                            : visualAlignment(direction, option.alignment()));
     return option;
 }
 
@@ -119,23 +87,11 @@ void keepShapedText(QTextLayout *layout, const QString &text)
     layout->setCacheEnabled(!text.contains(u'\t'));
 }
 
-bool hasEndlessClusters(const QString &text)
-{
-    return !clusterPieces(text).isEmpty();
-}
-
-void shapeClustersApart(QTextLayout *layout, const QString &text)
-{
-    // What has another format is shaped apart, even if the formats are the same.
-    if (const auto pieces = clusterPieces(text); !pieces.isEmpty())
-        layout->setFormats(pieces);
-}
-
-ParagraphSize shapeParagraph(QTextLayout *layout, const QString &text, const QTextOption &option,
+ParagraphSize breakIntoLines(QTextLayout *layout, const QString &text, const QTextOption &option,
                              qreal lineWidth)
 {
     // What an input method composes is not in the text.
-    const EndlessWords words(layout->preeditAreaText().isEmpty() ? text : QString());
+    const OverlongWords words(layout->preeditAreaText().isEmpty() ? text : QString());
     QTextOption current = option;
     const bool mayBreakWords = option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere;
     ParagraphSize size;

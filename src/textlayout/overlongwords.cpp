@@ -1,4 +1,4 @@
-#include "widgets/endlesswords.h"
+#include "textlayout/overlongwords.h"
 
 #include <QTextBoundaryFinder>
 
@@ -9,13 +9,13 @@ namespace tarn::console {
 namespace {
 
 /// Much quicker than to look for all boundaries.
-bool isBlankEverywhere(const QString &text)
+bool hasBlanksEverywhere(const QString &text)
 {
     qsizetype blank = -1;
     while (blank < text.size()) {
         const qsizetype next = text.indexOf(u' ', blank + 1);
         const qsizetype end = next < 0 ? text.size() : next;
-        if (end - blank > EndlessWords::minimumLength)
+        if (end - blank > OverlongWords::minimumLength)
             return false;
         blank = end;
     }
@@ -24,19 +24,19 @@ bool isBlankEverywhere(const QString &text)
 
 } // namespace
 
-EndlessWords::EndlessWords(const QString &text)
+OverlongWords::OverlongWords(const QString &text)
 {
-    if (!isBlankEverywhere(text))
+    if (!hasBlanksEverywhere(text))
         findIn(text);
 }
 
-void EndlessWords::findIn(const QString &text)
+void OverlongWords::findIn(const QString &text)
 {
-    // Finds more boundaries than a text layout, which keeps Korean words whole, but none less.
+    // Finds every boundary of a text layout, and more: a layout keeps Korean words whole.
     QTextBoundaryFinder finder(QTextBoundaryFinder::Line, text);
     qsizetype begin = 0;
     for (qsizetype next = finder.toNextBoundary(); next >= 0; next = finder.toNextBoundary()) {
-        // A word ends before its blanks, and the boundary is behind them.
+        // A word ends before its blanks, and the boundary comes after them.
         const auto end = std::find_if(text.begin() + begin, text.begin() + next,
                                       [](QChar character) { return character.isSpace(); });
         const qsizetype length = end - (text.begin() + begin);
@@ -46,7 +46,7 @@ void EndlessWords::findIn(const QString &text)
     }
 }
 
-qsizetype EndlessWords::endAt(qsizetype position) const
+qsizetype OverlongWords::endAt(qsizetype position) const
 {
     const auto word =
         std::find_if(m_words.begin(), m_words.end(),

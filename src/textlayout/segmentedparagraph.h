@@ -1,6 +1,6 @@
 #pragma once
 
-#include "widgets/paragraphshaping.h"
+#include "textlayout/linebreaking.h"
 
 #include <QFont>
 #include <QList>
@@ -10,7 +10,6 @@
 #include <QTextOption>
 
 #include <memory>
-#include <utility>
 #include <vector>
 
 class QPaintDevice;
@@ -26,8 +25,8 @@ namespace tarn::console {
 /// direction, that of the paragraph, so that no character decides the order of far ones. Words stay
 /// whole where one layout of the paragraph would tear them: Qt shapes 4,096 characters at a time.
 ///
-/// A text with endless clusters (see shapeClustersApart()) is one segment, whatever it is: only a
-/// layout without a document can shape it in a reasonable time.
+/// A text with overlong clusters (see splitOverlongClusters()) is one segment, whatever it is: only
+/// a layout without a document can shape it in a reasonable time.
 class SegmentedParagraph
 {
 public:
@@ -43,8 +42,8 @@ public:
     SegmentedParagraph();
     ~SegmentedParagraph();
 
-    /// Shapes a text; cheap when it only got longer since the last time. Says false, and holds
-    /// nothing, when the text cannot be segmented and has no endless clusters.
+    /// Shapes a text; cheap when it only got longer since the last time. Returns false, and holds
+    /// nothing, when the text cannot be segmented and has no overlong clusters.
     bool shape(const QString &text, const Setting &setting);
 
     ParagraphSize size() const;
@@ -61,7 +60,7 @@ private:
     struct Segment;
 
     bool isContinuedBy(const QString &text, const Setting &setting) const;
-    void noteNature(const QString &text, Qt::LayoutDirection direction);
+    void inspectNewEnd(const QString &text, Qt::LayoutDirection direction);
     void reset();
     bool shapeSegments();
     Segment shapeSegment(qsizetype start, qsizetype maximumLength) const;
@@ -72,30 +71,8 @@ private:
     QString m_text;
     Setting m_setting;
     bool m_canBeCut = true;
-    bool m_hasEndlessClusters = false;
+    bool m_hasOverlongClusters = false;
     std::vector<Segment> m_segments;
-};
-
-/// The paragraphs shaped in segments, by the number of their block: what was used last, enough for
-/// a screen of long paragraphs and the two that the streams extend.
-class SegmentedParagraphs
-{
-public:
-    SegmentedParagraphs();
-    ~SegmentedParagraphs();
-
-    /// The paragraph of a block, a new one where there was none; used last from now on.
-    SegmentedParagraph &of(int block);
-
-    /// `removed` blocks from first on became `inserted` ones. What is known of the first may still
-    /// hold: its text may have got longer.
-    void replace(int first, int removed, int inserted);
-    void clear();
-
-private:
-    void dropOldest();
-
-    std::vector<std::pair<int, std::unique_ptr<SegmentedParagraph>>> m_paragraphs; ///< newest last
 };
 
 } // namespace tarn::console

@@ -1,22 +1,16 @@
-#include "widgets/shapedblocks.h"
+#include "textlayout/shapedblockcache.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace tarn::console {
 
-ShapedBlocks::ShapedBlocks(Limits limits)
+ShapedBlockCache::ShapedBlockCache(Limits limits)
     : m_limits(limits)
 {
 }
 
-bool ShapedBlocks::contains(int block) const
-{
-    return std::any_of(m_entries.begin(), m_entries.end(),
-                       [block](const Entry &entry) { return entry.block == block; });
-}
-
-void ShapedBlocks::use(int block, int characters, const std::function<void(int block)> &release)
+void ShapedBlockCache::use(int block, int characters, const std::function<void(int block)> &release)
 {
     const auto found = std::find_if(m_entries.rbegin(), m_entries.rend(),
                                     [block](const Entry &entry) { return entry.block == block; });
@@ -36,7 +30,7 @@ void ShapedBlocks::use(int block, int characters, const std::function<void(int b
     m_entries.erase(m_entries.begin(), m_entries.begin() + static_cast<std::ptrdiff_t>(released));
 }
 
-bool ShapedBlocks::exceedLimits(std::size_t blocks) const
+bool ShapedBlockCache::exceedLimits(std::size_t blocks) const
 {
     if (blocks <= 2)
         return false;
@@ -44,7 +38,7 @@ bool ShapedBlocks::exceedLimits(std::size_t blocks) const
            > (blocks > m_limits.fewBlocks ? m_limits.characters : m_limits.charactersOfFewBlocks);
 }
 
-void ShapedBlocks::replace(int first, int removed, int inserted)
+void ShapedBlockCache::replace(int first, int removed, int inserted)
 {
     std::erase_if(m_entries, [&](const Entry &entry) {
         const bool gone = entry.block >= first && entry.block < first + removed;
@@ -58,7 +52,7 @@ void ShapedBlocks::replace(int first, int removed, int inserted)
     }
 }
 
-void ShapedBlocks::clear(const std::function<void(int block)> &release)
+void ShapedBlockCache::clear(const std::function<void(int block)> &release)
 {
     const std::vector<Entry> entries = std::exchange(m_entries, {});
     m_characters = 0;

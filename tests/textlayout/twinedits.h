@@ -1,6 +1,6 @@
 #pragma once
 
-#include "widgets/lazydocumentlayout.h"
+#include "textlayout/lazydocumentlayout.h"
 
 #include <QSize>
 #include <QString>

@@ -1,6 +1,6 @@
-#include "widgets/lazydocumentlayout.h"
+#include "textlayout/lazydocumentlayout.h"
 
-#include "widgets/twinedits.h"
+#include "textlayout/twinedits.h"
 
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -13,7 +13,8 @@
 #include <functional>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -88,7 +89,7 @@ private Q_SLOTS:
     void hugeParagraphs_data();
     void hugeParagraphs();
     void aScreenOfLongFlatLinesStaysShaped();
-    void endlessMarksAreDrawnWithoutTheirBlocks();
+    void overlongClustersAreDrawnWithoutTheirBlocks();
     void manyParagraphsBecomeExact();
     void manyParagraphsAfterAnotherWidth();
     void manyParagraphsAfterAnInsertionAtTheTop();
@@ -328,7 +329,7 @@ void TestLazyDocumentLayout::aScreenOfLongFlatLinesStaysShaped()
 }
 
 /// The layouts of blocks would shape them in half a second each.
-void TestLazyDocumentLayout::endlessMarksAreDrawnWithoutTheirBlocks()
+void TestLazyDocumentLayout::overlongClustersAreDrawnWithoutTheirBlocks()
 {
     const QString marks =
         QString(30'000, QChar(0x0301)) + u'\n' + u'e' + QString(1'000, QChar(0x0301)) + u" سطر\n"_s;
@@ -391,6 +392,8 @@ void TestLazyDocumentLayout::manyParagraphsAfterAnInsertionAtTheTop()
     QVERIFY2(difference.isEmpty(), qPrintable(difference));
 }
 
-QTEST_MAIN(TestLazyDocumentLayout)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestLazyDocumentLayout)
 
 #include "tst_lazydocumentlayout.moc"

@@ -1,4 +1,4 @@
-#include "widgets/characterextents.h"
+#include "textlayout/advancetable.h"
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -8,7 +8,8 @@
 #include <iterator>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -43,7 +44,7 @@ const char16_t *const unsurePieces[] = {u"e\u0301", u"\u200D", u"\u200B",     u"
 
 } // namespace
 
-class TestCharacterExtents : public QObject
+class TestAdvanceTable : public QObject
 {
     Q_OBJECT
 
@@ -55,7 +56,7 @@ private Q_SLOTS:
     void theWidthGrowsWithTheText();
 };
 
-void TestCharacterExtents::aCertainLineIsAsHighAndNotWider_data()
+void TestAdvanceTable::aCertainLineIsAsHighAndNotWider_data()
 {
     QTest::addColumn<QFont>("font");
     const QStringList families[] = {{u"DejaVu Sans Mono"_s},
@@ -72,17 +73,17 @@ void TestCharacterExtents::aCertainLineIsAsHighAndNotWider_data()
     }
 }
 
-void TestCharacterExtents::aCertainLineIsAsHighAndNotWider()
+void TestAdvanceTable::aCertainLineIsAsHighAndNotWider()
 {
     QFETCH(QFont, font);
     QTextOption option;
-    const CharacterExtents extents(font, nullptr, option);
+    const AdvanceTable extents(font, nullptr, option);
     QRandomGenerator random(7);
     for (int round = 0; round < 400; ++round) {
         QString text;
         for (int i = random.bounded(1, 12); i > 0; --i)
             text += QString::fromUtf16(pieces[random.bounded(int(std::size(pieces)))]);
-        const CharacterExtents::Line line = extents.lineOf(text);
+        const AdvanceTable::Line line = extents.lineOf(text);
         QVERIFY2(line.certain, qPrintable(text));
         const RealLine real(text, font, option);
         QVERIFY2(
@@ -92,35 +93,37 @@ void TestCharacterExtents::aCertainLineIsAsHighAndNotWider()
     }
 }
 
-void TestCharacterExtents::whatShapesOtherTextIsNotCertain()
+void TestAdvanceTable::whatShapesOtherTextIsNotCertain()
 {
-    const CharacterExtents extents(QFont(u"Noto Sans"_s, 11), nullptr, QTextOption());
+    const AdvanceTable extents(QFont(u"Noto Sans"_s, 11), nullptr, QTextOption());
     for (const char16_t *piece : unsurePieces) {
         const QString text = u"word "_s + QString::fromUtf16(piece);
         QVERIFY2(!extents.lineOf(text).certain, qPrintable(text));
     }
 }
 
-void TestCharacterExtents::anEmptyTextIsAsHighAsAnEmptyLine()
+void TestAdvanceTable::anEmptyTextIsAsHighAsAnEmptyLine()
 {
     const QFont font(u"Noto Sans"_s, 11);
-    const CharacterExtents::Line line = CharacterExtents(font, nullptr, QTextOption()).lineOf({});
+    const AdvanceTable::Line line = AdvanceTable(font, nullptr, QTextOption()).lineOf({});
     QVERIFY(line.certain);
     QCOMPARE(line.width, 0.0);
     QCOMPARE(line.height, RealLine(QString(), font, QTextOption()).height);
 }
 
-void TestCharacterExtents::theWidthGrowsWithTheText()
+void TestAdvanceTable::theWidthGrowsWithTheText()
 {
     QTextOption option;
     option.setTabStopDistance(80);
-    const CharacterExtents extents(QFont(u"Noto Sans"_s, 11), nullptr, option);
+    const AdvanceTable extents(QFont(u"Noto Sans"_s, 11), nullptr, option);
     const qreal one = extents.lineOf(u"x").width;
     QVERIFY(one > 0);
     QCOMPARE(extents.lineOf(QString(1000, u'x')).width, 1000 * one);
     QCOMPARE(extents.lineOf(u"\t").width, option.tabStopDistance());
 }
 
-QTEST_MAIN(TestCharacterExtents)
+} // namespace tarn::console
 
-#include "tst_characterextents.moc"
+QTEST_MAIN(tarn::console::TestAdvanceTable)
+
+#include "tst_advancetable.moc"

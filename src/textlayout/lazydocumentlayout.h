@@ -1,29 +1,33 @@
 #pragma once
 
-#include "widgets/blockmeasure.h"
-#include "widgets/characterextents.h"
-#include "widgets/segmentedparagraph.h"
-#include "widgets/shapedblocks.h"
+#include "textlayout/advancetable.h"
+#include "textlayout/blockshaper.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QBasicTimer>
-#include <QFont>
 #include <QTextBlock>
 #include <QTextOption>
 
-#include <chrono>
 #include <memory>
 
 namespace tarn::console {
 
+struct BlockHeight;
+
 /// Lays out a plain-text document, and shapes a block only when somebody looks at it. The heights
-/// of all others come from CharacterExtents: exact where a block surely stays on one line, guessed
+/// of all others come from the AdvanceTable: exact where a block surely stays on one line, guessed
 /// where it may wrap, and guesses are measured in the idle time after a change. Each block keeps
-/// its height in pixels as its line count, so that the document's own tree answers at which y a
-/// block begins and which block is at a y.
+/// its own (see BlockHeight), so that the document's tree answers at which y a block begins and
+/// which block is at a y.
 ///
-/// The text is broken and placed as Qt's own document layout does it, with one difference: see
+/// Drawn are the texts of the blocks in the document's default font, each in the direction and with
+/// the alignment of its block; selections; the caret; and what an input method composes. The text
+/// is broken and placed as Qt's own document layout does it, with one difference: see
 /// paragraphOption(). Text is never wider than the page but by a character.
+///
+/// Everything else that a document can hold is ignored: pages, frames, tables, lists and images;
+/// margins, indents, line heights, tab stops and backgrounds of blocks; whether a block is visible.
+/// Heights know nothing of character formats.
 class LazyDocumentLayout : public QAbstractTextDocumentLayout
 {
     Q_OBJECT
@@ -35,7 +39,7 @@ public:
     LazyDocumentLayout(QTextDocument *document, QPaintDevice *device);
     ~LazyDocumentLayout() override;
 
-    /// Measures every block between two y coordinates of the document. Says whether that changed
+    /// Measures every block between two y coordinates of the document. Returns whether that changed
     /// a height; the size is then to be reported.
     bool measure(int top, int bottom);
 
@@ -80,46 +84,34 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
-    /// Up to this length, in characters, a block is shaped in one piece, and at once. More takes
-    /// milliseconds.
-    static constexpr int shortBlock = 2048;
-
     bool isLaidOut() const;
     qreal margin() const;
     qreal lineWidth() const;
 
-    bool hasNewFont();
+    bool takeFont();
     void changeEverything(bool sameTexts);
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
-    qreal guessedRowsAgain(const QTextBlock &block, BlockMeasure measure, qreal widthBefore) const;
-    void guess(QTextBlock block, BlockMeasure measure, qreal rows);
-    static bool setHeight(QTextBlock *block, BlockMeasure measure, int height);
-    bool measureAlone(QTextBlock block);
+    void guess(const QTextBlock &block, const BlockHeight &height);
     bool measureGuesses();
-    void measureGuessesAfter(std::chrono::milliseconds delay);
 
-    void shape(QTextBlock block) const;
-    static bool isSlow(const QTextBlock &block);
-    SegmentedParagraph *shapeSegments(QTextBlock block) const;
+    void shape(const QTextBlock &block) const;
+    const SegmentedParagraph *shapeSegments(const QTextBlock &block) const;
+    bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
+    void shapeOnDemand(const QTextBlock &block) const;
+    void noteMoved(const QTextBlock &block, int heightBefore) const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;
-    void takeHeight(QTextBlock *block, const ParagraphSize &size) const;
-    void noteMoved(const QTextBlock &block, int heightBefore) const;
-    void shapeOnDemand(const QTextBlock &block) const;
-    void release(int block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
 
-    std::unique_ptr<CharacterExtents> m_extents;
-    QFont m_font;
+    std::unique_ptr<AdvanceTable> m_advances;
     QTextOption m_option;
     qreal m_pageWidth = -1; ///< of the heights; -1 before the first
     int m_blockCount = 1;
     int m_cursorWidth = 1;
     int m_lastGuess = -1; ///< guessed heights are in this block or before it
-    mutable ShapedBlocks m_shaped;
-    mutable SegmentedParagraphs m_segmented;
+    mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
     mutable QBasicTimer m_moveTimer; ///< active when looking at a block gave it another height
