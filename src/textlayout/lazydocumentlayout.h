@@ -8,6 +8,7 @@
 #include <QTextBlock>
 #include <QTextOption>
 
+#include <functional>
 #include <memory>
 
 namespace tarn::console {
@@ -39,9 +40,16 @@ public:
     LazyDocumentLayout(QTextDocument *document, QPaintDevice *device);
     ~LazyDocumentLayout() override;
 
-    /// Measures every block between two y coordinates of the document. Returns whether that changed
-    /// a height; the size is then to be reported.
-    bool measure(int top, int bottom);
+    /// What somebody sees or is about to see: y coordinates of the document.
+    struct Sight
+    {
+        int top = 0;
+        int bottom = 0;
+    };
+
+    /// Measures every block in sight, again while that moves what is in sight, and reports the size
+    /// that the document has then. Returns whether a height changed.
+    bool measure(const std::function<Sight()> &sight);
 
     /// Whether no height is a guess.
     bool isExact() const { return m_lastGuess < 0; }
@@ -57,9 +65,6 @@ public:
     /// without shaping, the rectangle may be empty or another.
     void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
 
-    /// Emits documentSizeChanged().
-    void reportSize();
-
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
     int pageCount() const override;
@@ -71,13 +76,10 @@ public:
     void setCursorWidth(int width) { m_cursorWidth = width; }
 
 Q_SIGNALS:
-    /// A change of the document left guesses. Whoever knows what is in sight may measure() it now,
-    /// before a wrong size is reported: scroll bars that come and go make all lines break again.
-    void heightsGuessed();
-
-    /// Heights turned out to be others than guessed, without a change of the document. The new
-    /// size is reported next, which may move the scroll bar.
-    void heightsMeasured();
+    /// Heights are others than before, or new guesses. The new size is reported next, which may
+    /// move the scroll bar: whoever knows what is in sight may measure() it now. That spares
+    /// reporting a wrong size: scroll bars that come and go make all lines break again.
+    void heightsChanged();
 
 protected:
     void documentChanged(int from, int charsRemoved, int charsAdded) override;
@@ -88,12 +90,14 @@ private:
     qreal margin() const;
     qreal lineWidth() const;
 
+    void reportSize();
     bool takeFont();
     void changeEverything(bool sameTexts);
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
     void guess(const QTextBlock &block, const BlockHeight &height);
+    bool measureOnce(Sight sight);
     bool measureGuesses();
 
     void shape(const QTextBlock &block) const;

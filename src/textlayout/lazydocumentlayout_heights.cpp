@@ -57,7 +57,7 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
         top = topOf(changeBlocks(from, charsRemoved, charsAdded));
     m_blockCount = document()->blockCount();
     if (!isExact())
-        Q_EMIT heightsGuessed();
+        Q_EMIT heightsChanged();
 
     constexpr qreal endless = std::numeric_limits<int>::max();
     reportSize();
@@ -183,13 +183,26 @@ void LazyDocumentLayout::guess(const QTextBlock &block, const BlockHeight &heigh
     m_lastGuess = document()->blockCount() - 1;
 }
 
-bool LazyDocumentLayout::measure(int top, int bottom)
+bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)
+{
+    if (!isLaidOut())
+        return false;
+    constexpr int maximumRounds = 8;
+    int round = 0;
+    while (round < maximumRounds && measureOnce(sight()))
+        ++round;
+    reportSize();
+    return round > 0;
+}
+
+/// Returns whether that changed a height.
+bool LazyDocumentLayout::measureOnce(Sight sight)
 {
     bool moved = false;
-    if (!isLaidOut() || isExact())
+    if (isExact())
         return moved;
-    // The blocks in between are shaped and not only measured: they are about to be painted.
-    for (QTextBlock block = blockAt(top + 1); block.isValid() && topOf(block) < bottom;
+    // Shaped and not only measured: they are about to be painted.
+    for (QTextBlock block = blockAt(sight.top + 1); block.isValid() && topOf(block) < sight.bottom;
          block = block.next()) {
         if (isExact(block))
             continue;
@@ -233,7 +246,7 @@ void LazyDocumentLayout::timerEvent(QTimerEvent *event)
         QAbstractTextDocumentLayout::timerEvent(event);
     }
     if (moved) {
-        Q_EMIT heightsMeasured();
+        Q_EMIT heightsChanged();
         reportSize();
         Q_EMIT update();
     }

@@ -15,7 +15,6 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QScopedValueRollback>
-#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTextBlock>
@@ -27,28 +26,29 @@
 
 namespace tarn::console {
 
+namespace {
+
+LazyDocumentLayout *installLayout(QTextEdit *view)
+{
+    auto *layout = new LazyDocumentLayout(view->document(), view->viewport());
+    view->document()->setDocumentLayout(layout);
+    return layout;
+}
+
+} // namespace
+
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     : QTextEdit(parent)
     , m_transcript(transcript)
-    , m_layout(new LazyDocumentLayout(document(), viewport()))
+    , m_readingPlace(this, installLayout(this))
 {
     AccessibleTranscript::install();
-    document()->setDocumentLayout(m_layout);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
     setAcceptRichText(false);
     setTabChangesFocus(true);
     document()->setUndoRedoEnabled(false);
-
-    QScrollBar *bar = verticalScrollBar();
-    connect(bar, &QScrollBar::valueChanged, this, [this] { showScrolled(); });
-    connect(bar, &QScrollBar::rangeChanged, this, [this, bar] {
-        if (m_followEnd)
-            bar->setValue(bar->maximum());
-    });
-    connect(m_layout, &LazyDocumentLayout::heightsGuessed, this, [this] { measureSight(); });
-    connect(m_layout, &LazyDocumentLayout::heightsMeasured, this, [this] { showMeasured(); });
 }
 
 TranscriptView::~TranscriptView() = default;
@@ -82,7 +82,7 @@ void TranscriptView::showChanges(const std::function<void()> &update)
     const int anchor = textCursor().anchor();
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
-    keepPlace([&] {
+    m_readingPlace.keep([&] {
         update();
         restoreCursor(anchor, position);
     });
@@ -100,10 +100,6 @@ void TranscriptView::restoreCursor(int anchor, int position)
     position = std::clamp(position, 0, last);
     // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
     QTextCursor cursor(document());
-    // Qt asks where it is on the screen, which does not matter: the view gets its place next. And
-    // its paragraph may be one that is growing.
-    m_layout->setShapesLongBlocks(false);
-    const auto shapeAgain = qScopeGuard([this] { m_layout->setShapesLongBlocks(true); });
     cursor.setPosition(anchor);
     cursor.setPosition(position, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
@@ -269,13 +265,13 @@ TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backw
     const int start = backward ? cursor.selectionStart() : cursor.selectionEnd();
     const TranscriptFindResult result = m_transcript->findLiteral(text, start, backward);
     if (result.found) {
-        const bool followed = m_followEnd;
         cursor.setPosition(static_cast<int>(result.position));
         cursor.setPosition(static_cast<int>(result.position + result.length),
                            QTextCursor::KeepAnchor);
-        setTextCursor(cursor);
-        scrollToCursor();
-        m_followEnd = followed;
+        m_readingPlace.visit([this, &cursor] {
+            setTextCursor(cursor);
+            scrollToCursor();
+        });
     }
     return result;
 }

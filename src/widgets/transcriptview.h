@@ -2,6 +2,7 @@
 
 #include "transcript/transcript.h"
 #include "widgets/paragraphblockmap.h"
+#include "widgets/readingplace.h"
 
 #include <QPointer>
 #include <QTextEdit>
@@ -13,8 +14,6 @@ class QAction;
 
 namespace tarn::console {
 
-class LazyDocumentLayout;
-
 /// Shows a transcript, read-only. Its document holds exactly Transcript::documentText(), each
 /// paragraph in its own direction; positions in the document and in the model are the same. Copy
 /// and find work on the model, so that no-break spaces and odd separators survive.
@@ -23,12 +22,7 @@ class LazyDocumentLayout;
 class TranscriptView : public QTextEdit
 {
 public:
-    /// Place of the reader: a block, and how far its top is below the top of the viewport.
-    struct ScrollAnchor
-    {
-        qint32 blockNumber = 0;
-        qint32 offset = 0; ///< pixels
-    };
+    using ScrollAnchor = tarn::console::ScrollAnchor;
 
     /// The transcript is not owned and must outlive the view. The first refresh() is the caller's.
     explicit TranscriptView(Transcript *transcript, QWidget *parent = nullptr);
@@ -80,20 +74,7 @@ protected:
     QMimeData *createMimeDataFromSelection() const override;
 
 private:
-    struct Place
-    {
-        bool atEnd = true;
-        ScrollAnchor anchor; ///< unless at the end
-    };
-
     void showChanges(const std::function<void()> &update);
-    void keepPlace(const std::function<void()> &change);
-    void settle(const Place &place);
-    void notePlace();
-    void measureSight();
-    void showScrolled();
-    void showMeasured();
-    ScrollAnchor firstExactInSight() const;
     void scrollToCursor();
 
     void updateDocument();
@@ -107,10 +88,7 @@ private:
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;
     QPointer<QAction> m_copyAction;
-    LazyDocumentLayout *m_layout; ///< the document's
-    bool m_followEnd = true;
-    bool m_settling = false;
-    Place m_place; ///< where the reader is, or will be once all heights are known
+    ReadingPlace m_readingPlace;
     bool m_applyingDraftPresentation = false;
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first refresh.

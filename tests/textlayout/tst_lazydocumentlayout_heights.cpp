@@ -19,6 +19,8 @@ namespace tarn::console {
 namespace {
 
 constexpr int pageWidth = 400;
+/// Stacked letters, which take far less than they would side by side.
+const QString flat = u"\u1780\u17D2"_s.repeated(500);
 const QString wide = u"words of a line that wraps"_s.repeated(20);
 
 /// A document in the lazy layout that nothing shows.
@@ -65,7 +67,9 @@ private Q_SLOTS:
     void shortLinesAreSureAtOnce();
     void aLittleTextIsMeasuredAtOnce();
     void muchTextIsGuessedAndThenMeasured();
-    void whatIsAboutToBeSeenIsMeasured();
+    void whatIsInSightIsMeasured();
+    void whatComesIntoSightMeanwhileIsMeasuredToo();
+    void newGuessesAreAnnouncedBeforeTheSize();
     void onlyWhatMayWrapIsGuessedAtAnotherWidth();
     void anInsertionLeavesTheOtherHeights();
 };
@@ -99,14 +103,53 @@ void TestLazyDocumentLayoutHeights::muchTextIsGuessedAndThenMeasured()
                  .join(u' '));
 }
 
-void TestLazyDocumentLayoutHeights::whatIsAboutToBeSeenIsMeasured()
+void TestLazyDocumentLayoutHeights::whatIsInSightIsMeasured()
 {
-    const LaidOutDocument document(QString(wide + u'\n').repeated(100));
+    const LaidOutDocument document(QString(flat + u'\n').repeated(100));
     QVERIFY(heightShape(document).startsWith(u"gap("_s));
+    const QSignalSpy sizes(&document.layout(), &LazyDocumentLayout::documentSizeChanged);
     // One pixel of a block is enough.
-    document.layout().measure(0, int(document.documentMargin()) + 1);
-    const int rows = document.firstBlock().lineCount() / document.rowHeight();
-    QVERIFY(heightShape(document).startsWith(document.line(rows) + u" gap("_s));
+    const LazyDocumentLayout::Sight sight{0, int(document.documentMargin()) + 1};
+    const bool changed = document.layout().measure([sight] { return sight; });
+    const QString measured = u"line(%1) gap("_s.arg(document.firstBlock().lineCount());
+    QVERIFY(heightShape(document).startsWith(measured));
+    QVERIFY(changed);
+    QCOMPARE(sizes.size(), 1);
+    QCOMPARE(sizes.constFirst().constFirst().toSizeF(), document.layout().documentSize());
+    QVERIFY(!document.layout().measure([sight] { return sight; }));
+}
+
+/// Who follows the end sees other blocks with each height that is lower than it was guessed.
+void TestLazyDocumentLayoutHeights::whatComesIntoSightMeanwhileIsMeasuredToo()
+{
+    const LaidOutDocument document(QString(flat + u'\n').repeated(60) + u"short"_s);
+    constexpr int viewportHeight = 100;
+    const auto sight = [&document] {
+        const int height = int(document.layout().documentSize().height());
+        return LazyDocumentLayout::Sight{height - viewportHeight, height};
+    };
+    QVERIFY(document.layout().measure(sight));
+    for (QTextBlock block = document.layout().blockAt(sight().top + 1); block.isValid();
+         block = block.next())
+        QVERIFY(LazyDocumentLayout::isExact(block));
+    QVERIFY(!document.layout().isExact());
+}
+
+void TestLazyDocumentLayoutHeights::newGuessesAreAnnouncedBeforeTheSize()
+{
+    LaidOutDocument document(u"short"_s);
+    QStringList reports;
+    connect(&document.layout(), &LazyDocumentLayout::heightsChanged, this,
+            [&] { reports << u"heights"_s; });
+    connect(&document.layout(), &LazyDocumentLayout::documentSizeChanged, this,
+            [&] { reports << u"size"_s; });
+    QTextCursor cursor(&document);
+    cursor.insertText(u"and sure"_s);
+    QCOMPARE(reports.join(u' '), u"size"_s);
+    cursor.insertText(QString(u'\n' + flat).repeated(100));
+    QCOMPARE(reports.join(u' '), u"size heights size"_s);
+    QVERIFY(document.settle());
+    QVERIFY(reports.join(u' ').startsWith(u"size heights size heights size"_s));
 }
 
 void TestLazyDocumentLayoutHeights::onlyWhatMayWrapIsGuessedAtAnotherWidth()
