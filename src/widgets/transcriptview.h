@@ -1,14 +1,13 @@
 #pragma once
 
 #include "transcript/transcript.h"
-#include "widgets/paragraphblockmap.h"
+#include "widgets/consoletextedit.h"
 #include "widgets/readingplace.h"
+#include "widgets/transcriptwriter.h"
 
 #include <QPointer>
-#include <QTextEdit>
 
 #include <functional>
-#include <optional>
 
 class QAction;
 
@@ -19,7 +18,7 @@ namespace tarn::console {
 /// and find work on the model, so that no-break spaces and odd separators survive.
 ///
 /// The view also keeps the direction of the program-input draft in step with its text.
-class TranscriptView : public QTextEdit
+class TranscriptView : public ConsoleTextEdit
 {
 public:
     using ScrollAnchor = tarn::console::ScrollAnchor;
@@ -44,8 +43,6 @@ public:
 
     /// Gives every block the presentation of the paragraph whose text it shows.
     void applyParagraphFormats();
-    QTextBlock presentRun(QTextBlock block);
-    ParagraphPresentation presentationOfBlock(int number) const;
 
     /// Searches on from the selection and selects the match. Showing it never changes whether the
     /// view follows the end.
@@ -69,30 +66,19 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
-    void wheelEvent(QWheelEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
 
 private:
     void showChanges(const std::function<void()> &update);
-    void scrollToCursor();
-
-    void updateDocument();
-    void rebuildDocument();
-    void extendParagraph(const TranscriptChanges::Extension &extension);
-    void appendParagraphs(qint64 first, bool previousWasTerminated);
-    qint64 appendRun(QTextCursor &cursor, qint64 first);
-    void presentParagraph(qint64 paragraph);
     void restoreCursor(int anchor, int position);
+    void scrollToCursor();
 
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;
     QPointer<QAction> m_copyAction;
+    TranscriptWriter m_writer;
     ReadingPlace m_readingPlace;
     bool m_applyingDraftPresentation = false;
-    ParagraphBlockMap m_blockMap;
-    /// The acknowledgement of what the document shows; none before the first refresh.
-    std::optional<quint64> m_shownAcknowledgement;
 };
 
 } // namespace tarn::console
