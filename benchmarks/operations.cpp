@@ -2,7 +2,7 @@
 // the same or for showing the same text once.
 
 #include "subjects.h"
-#include "widgets/lazydocumentlayout.h"
+#include "textlayout/lazydocumentlayout.h"
 
 #include <QApplication>
 #include <QClipboard>

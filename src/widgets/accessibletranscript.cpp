@@ -1,7 +1,5 @@
 #include "widgets/accessibletranscript.h"
 
-#include "widgets/transcriptview.h"
-
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetrics>
 #include <QScrollBar>
@@ -17,27 +15,12 @@ namespace tarn::console {
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-QAccessibleInterface *accessibleTranscript(const QString &, QObject *object)
-{
-    auto *view = dynamic_cast<TranscriptView *>(object);
-    return view ? new AccessibleTranscript(view) : nullptr;
-}
-
-} // namespace
-
 AccessibleTranscript::AccessibleTranscript(QTextEdit *view)
     : QAccessibleWidget(view, QAccessible::EditableText)
 {
 }
 
 AccessibleTranscript::~AccessibleTranscript() = default;
-
-void AccessibleTranscript::install()
-{
-    QAccessible::installFactory(accessibleTranscript);
-}
 
 QTextEdit *AccessibleTranscript::view() const
 {

@@ -6,17 +6,14 @@ class QTextEdit;
 
 namespace tarn::console {
 
-/// What assistive technology reads of a transcript view. Qt's own interface looks for characters
-/// only in text that has been shaped, and the view shapes text when it comes into sight; this one
-/// asks for it.
+/// What assistive technology reads of a text widget in the lazy layout. Qt's own interface looks
+/// for characters only in text that has been shaped, and the layout shapes text when it comes into
+/// sight; this one asks for it.
 class AccessibleTranscript : public QAccessibleWidget, public QAccessibleTextInterface
 {
 public:
     explicit AccessibleTranscript(QTextEdit *view);
     ~AccessibleTranscript() override;
-
-    /// Makes accessibility use this class for all transcript views from now on.
-    static void install();
 
     QAccessible::State state() const override;
     QString text(QAccessible::Text kind) const override;

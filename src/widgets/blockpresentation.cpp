@@ -18,16 +18,11 @@ int alignmentProperty(ParagraphPresentation presentation)
 
 } // namespace
 
-void setBlockPresentation(QTextBlockFormat *format, ParagraphPresentation presentation)
-{
-    format->setProperty(QTextFormat::LayoutDirection, directionProperty(presentation));
-    format->setProperty(QTextFormat::BlockAlignment, alignmentProperty(presentation));
-}
-
 QTextBlockFormat blockFormatFor(ParagraphPresentation presentation)
 {
     QTextBlockFormat format;
-    setBlockPresentation(&format, presentation);
+    format.setProperty(QTextFormat::LayoutDirection, directionProperty(presentation));
+    format.setProperty(QTextFormat::BlockAlignment, alignmentProperty(presentation));
     return format;
 }
 

@@ -6,11 +6,8 @@ class QTextBlockFormat;
 
 namespace tarn::console {
 
-/// Writes a presentation into a block format, as the integer properties LayoutDirection and
-/// BlockAlignment. The alignment is the plain flag without Qt::AlignAbsolute.
-void setBlockPresentation(QTextBlockFormat *format, ParagraphPresentation presentation);
-
-/// A format that holds these two properties only.
+/// A format that holds a presentation and nothing else, as the integer properties LayoutDirection
+/// and BlockAlignment. The alignment is the plain flag without Qt::AlignAbsolute.
 QTextBlockFormat blockFormatFor(ParagraphPresentation presentation);
 
 /// Whether the format's two properties say exactly this presentation.

@@ -1,15 +1,13 @@
 #include "widgets/inputeditor.h"
 
-#include "widgets/lazydocumentlayout.h"
+#include "textlayout/lazydocumentlayout.h"
 
 #include <QFontMetrics>
-#include <QGuiApplication>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QTextCursor>
 #include <QTextDocument>
-#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -19,18 +17,14 @@
 namespace tarn::console {
 
 InputEditor::InputEditor(QWidget *parent)
-    : QTextEdit(parent)
+    : ConsoleTextEdit(parent)
 {
-    setAcceptRichText(false);
-    setTabChangesFocus(true);
-
     QSizePolicy policy = sizePolicy();
     policy.setVerticalPolicy(QSizePolicy::Fixed);
     setSizePolicy(policy);
 
-    auto *layout = new LazyDocumentLayout(document(), viewport());
-    document()->setDocumentLayout(layout);
-    connect(layout, &LazyDocumentLayout::documentSizeChanged, this, [this] { updateGeometry(); });
+    connect(lazyLayout(), &LazyDocumentLayout::documentSizeChanged, this,
+            [this] { updateGeometry(); });
 }
 
 InputEditor::~InputEditor() = default;
@@ -61,18 +55,18 @@ int InputEditor::heightForText() const
 
 QSize InputEditor::sizeHint() const
 {
-    return {QTextEdit::sizeHint().width(), heightForText()};
+    return {ConsoleTextEdit::sizeHint().width(), heightForText()};
 }
 
 QSize InputEditor::minimumSizeHint() const
 {
-    return {QTextEdit::minimumSizeHint().width(), heightForText()};
+    return {ConsoleTextEdit::minimumSizeHint().width(), heightForText()};
 }
 
 void InputEditor::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
-        QTextEdit::keyPressEvent(event);
+        ConsoleTextEdit::keyPressEvent(event);
         return;
     }
     // Whatever happens, Enter never inserts a line break.
@@ -89,7 +83,7 @@ void InputEditor::keyPressEvent(QKeyEvent *event)
 void InputEditor::inputMethodEvent(QInputMethodEvent *event)
 {
     m_composing = !event->preeditString().isEmpty();
-    QTextEdit::inputMethodEvent(event);
+    ConsoleTextEdit::inputMethodEvent(event);
 }
 
 void InputEditor::insertFromMimeData(const QMimeData *source)
@@ -114,7 +108,7 @@ void InputEditor::insertFromMimeData(const QMimeData *source)
     // data without any format, such as that of an empty clipboard.
     QMimeData plainText;
     plainText.setText(text);
-    QTextEdit::insertFromMimeData(&plainText);
+    ConsoleTextEdit::insertFromMimeData(&plainText);
 }
 
 QMimeData *InputEditor::createMimeDataFromSelection() const
@@ -123,22 +117,6 @@ QMimeData *InputEditor::createMimeDataFromSelection() const
     auto data = std::make_unique<QMimeData>();
     data->setText(textCursor().selectedText());
     return data.release();
-}
-
-void InputEditor::wheelEvent(QWheelEvent *event)
-{
-    // Zooming is the window's: it keeps all texts at one size.
-    if (event->modifiers().testFlag(Qt::ControlModifier))
-        event->ignore();
-    else
-        QTextEdit::wheelEvent(event);
-}
-
-/// As in the transcript: Qt's timer must not begin a drag after the button was released.
-void InputEditor::timerEvent(QTimerEvent *event)
-{
-    if (QGuiApplication::mouseButtons().testFlag(Qt::LeftButton))
-        QTextEdit::timerEvent(event);
 }
 
 } // namespace tarn::console

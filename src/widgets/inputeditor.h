@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QTextEdit>
+#include "widgets/consoletextedit.h"
 
 #include <functional>
 
@@ -10,7 +10,7 @@ namespace tarn::console {
 /// own included) and insertions that hold a line break are refused; Enter during an input-method
 /// composition belongs to the input method. The field is one line high and grows with its text up
 /// to its maximum height.
-class InputEditor : public QTextEdit
+class InputEditor : public ConsoleTextEdit
 {
 public:
     /// Nothing pasted or dropped makes the text longer than this, in UTF-16 units: twice what a
@@ -35,8 +35,6 @@ protected:
     void inputMethodEvent(QInputMethodEvent *event) override;
     void insertFromMimeData(const QMimeData *source) override;
     QMimeData *createMimeDataFromSelection() const override;
-    void wheelEvent(QWheelEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
 
 private:
     int heightForText() const;

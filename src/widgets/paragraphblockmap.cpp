@@ -59,11 +59,6 @@ qint64 ParagraphBlockMap::firstBlock(qint64 paragraph) const
     return paragraph + extraBlocksBefore(paragraph);
 }
 
-qint64 ParagraphBlockMap::blockCount(qint64 paragraph) const
-{
-    return firstBlock(paragraph + 1) - firstBlock(paragraph);
-}
-
 qint64 ParagraphBlockMap::paragraphOfBlock(qint64 block) const
 {
     // The last split paragraph that begins at or before the block.

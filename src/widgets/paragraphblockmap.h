@@ -20,7 +20,6 @@ public:
     qint64 paragraphCount() const { return m_paragraphCount; }
     /// Number of the first block of a paragraph; for paragraphCount(), of the block after the last.
     qint64 firstBlock(qint64 paragraph) const;
-    qint64 blockCount(qint64 paragraph) const;
     /// The paragraph that a block shows; paragraphCount() or more for blocks after the last.
     qint64 paragraphOfBlock(qint64 block) const;
 

@@ -1,9 +1,7 @@
 #include "widgets/transcriptview.h"
 
 #include "widgets/accessibletranscript.h"
-#include "widgets/blockpresentation.h"
 #include "widgets/draftpresentation.h"
-#include "widgets/lazydocumentlayout.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -15,10 +13,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QScopedValueRollback>
-#include <QScopeGuard>
 #include <QScrollBar>
-#include <QSignalBlocker>
-#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 
@@ -27,28 +22,27 @@
 
 namespace tarn::console {
 
-TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
-    : QTextEdit(parent)
-    , m_transcript(transcript)
-    , m_layout(new LazyDocumentLayout(document(), viewport()))
+namespace {
+
+QAccessibleInterface *accessibleTranscript(const QString &, QObject *object)
 {
-    AccessibleTranscript::install();
-    document()->setDocumentLayout(m_layout);
+    auto *view = dynamic_cast<TranscriptView *>(object);
+    return view ? new AccessibleTranscript(view) : nullptr;
+}
+
+} // namespace
+
+TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
+    : ConsoleTextEdit(parent)
+    , m_transcript(transcript)
+    , m_writer(transcript, document())
+    , m_readingPlace(this, lazyLayout())
+{
+    QAccessible::installFactory(accessibleTranscript);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
-    setAcceptRichText(false);
-    setTabChangesFocus(true);
     document()->setUndoRedoEnabled(false);
-
-    QScrollBar *bar = verticalScrollBar();
-    connect(bar, &QScrollBar::valueChanged, this, [this] { showScrolled(); });
-    connect(bar, &QScrollBar::rangeChanged, this, [this, bar] {
-        if (m_followEnd)
-            bar->setValue(bar->maximum());
-    });
-    connect(m_layout, &LazyDocumentLayout::heightsGuessed, this, [this] { measureSight(); });
-    connect(m_layout, &LazyDocumentLayout::heightsMeasured, this, [this] { showMeasured(); });
 }
 
 TranscriptView::~TranscriptView() = default;
@@ -60,7 +54,7 @@ void TranscriptView::setCopyAction(QAction *action)
 
 void TranscriptView::refresh()
 {
-    showChanges([this] { updateDocument(); });
+    showChanges([this] { m_writer.update(); });
 }
 
 void TranscriptView::setContentDirection(ContentDirection direction)
@@ -70,9 +64,9 @@ void TranscriptView::setContentDirection(ContentDirection direction)
         m_draftEditor->document()->clearUndoRedoStacks();
     // The texts stay as they are, once the last changes are shown.
     showChanges([this, direction] {
-        updateDocument();
+        m_writer.update();
         m_transcript->setDirection(direction);
-        applyParagraphFormats();
+        m_writer.applyFormats();
     });
 }
 
@@ -82,13 +76,12 @@ void TranscriptView::showChanges(const std::function<void()> &update)
     const int anchor = textCursor().anchor();
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
-    keepPlace([&] {
+    m_readingPlace.keep([&] {
         update();
         restoreCursor(anchor, position);
     });
     applyDraftPresentation();
-    m_transcript->acknowledgePendingUpdates();
-    m_shownAcknowledgement = m_transcript->changes().acknowledgement;
+    m_writer.acknowledge();
     if (hadFocus)
         setFocus(Qt::OtherFocusReason);
 }
@@ -100,167 +93,54 @@ void TranscriptView::restoreCursor(int anchor, int position)
     position = std::clamp(position, 0, last);
     // Text inserted before the cursor moved it, but a selection is a pair of fixed positions.
     QTextCursor cursor(document());
-    // Qt asks where it is on the screen, which does not matter: the view gets its place next. And
-    // its paragraph may be one that is growing.
-    m_layout->setShapesLongBlocks(false);
-    const auto shapeAgain = qScopeGuard([this] { m_layout->setShapesLongBlocks(true); });
     cursor.setPosition(anchor);
     cursor.setPosition(position, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
 }
 
-void TranscriptView::updateDocument()
-{
-    const TranscriptChanges &changes = m_transcript->changes();
-    if (changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
-        rebuildDocument();
-        return;
-    }
-    // No common edit block: it would lay out everything between them again.
-    for (const TranscriptChanges::Extension &extension : changes.extended)
-        extendParagraph(extension);
-    appendParagraphs(changes.firstNew, changes.lastWasTerminated);
-}
-
-void TranscriptView::rebuildDocument()
-{
-    m_blockMap.clear();
-    // Laid out empty for a moment, so that a scroll bar that is no longer needed goes: a text that
-    // fits without it may be too high beside it.
-    document()->clear();
-    QTextCursor cursor(document());
-    cursor.beginEditBlock();
-    cursor.setBlockFormat(blockFormatFor({}));
-    appendParagraphs(0, false);
-    cursor.endEditBlock();
-}
-
-void TranscriptView::extendParagraph(const TranscriptChanges::Extension &extension)
-{
-    const QString &text = m_transcript->paragraphs()[extension.paragraph].text;
-    const QStringView added = QStringView(text).sliced(extension.shownLength);
-    const qint64 lastBlock = m_blockMap.firstBlock(extension.paragraph + 1) - 1;
-    const QTextBlock block = document()->findBlockByNumber(static_cast<int>(lastBlock));
-
-    // By position and in an edit block: a movement would shape the block first, and an insertion
-    // alone afterwards.
-    QTextCursor cursor(block);
-    cursor.beginEditBlock();
-    cursor.setPosition(block.position() + block.length() - 1);
-    cursor.insertText(added.toString());
-    cursor.endEditBlock();
-    m_blockMap.extendParagraph(extension.paragraph, added);
-    presentParagraph(extension.paragraph);
-}
-
-/// The first strong character may only now have arrived.
-void TranscriptView::presentParagraph(qint64 paragraph)
-{
-    // A screen reader has just heard the new text, and knows the other.
-    const QSignalBlocker silence(document());
-    const auto presentation = m_transcript->presentationForParagraph(paragraph);
-    const qint64 end = m_blockMap.firstBlock(paragraph + 1);
-    for (qint64 number = m_blockMap.firstBlock(paragraph); number < end; ++number) {
-        QTextCursor cursor(document()->findBlockByNumber(static_cast<int>(number)));
-        if (!hasBlockPresentation(cursor.blockFormat(), presentation))
-            cursor.mergeBlockFormat(blockFormatFor(presentation));
-    }
-}
-
-/// Adds the paragraphs from an index on, and the empty block after a last line break.
-void TranscriptView::appendParagraphs(qint64 first, bool previousWasTerminated)
-{
-    const qint64 count = m_transcript->paragraphs().size();
-    if (count == 0)
-        return;
-    const bool terminated = m_transcript->isParagraphTerminated(count - 1);
-    if (first == count && terminated == previousWasTerminated)
-        return;
-
-    QTextCursor cursor(document());
-    cursor.beginEditBlock();
-    cursor.setPosition(document()->characterCount() - 1);
-    bool inFreshBlock = first == 0 || previousWasTerminated;
-    while (first < count) {
-        const QTextBlockFormat format =
-            blockFormatFor(m_transcript->presentationForParagraph(first));
-        // The format goes first: the blocks of the run inherit it.
-        if (inFreshBlock)
-            cursor.setBlockFormat(format);
-        else
-            cursor.insertBlock(format);
-        inFreshBlock = false;
-        first = appendRun(cursor, first);
-    }
-    if (terminated)
-        cursor.insertBlock(blockFormatFor({}));
-    cursor.endEditBlock();
-}
-
-/// Inserts the paragraphs that share the presentation of the first, in one piece; returns the
-/// index after the last.
-qint64 TranscriptView::appendRun(QTextCursor &cursor, qint64 first)
-{
-    const QList<TranscriptParagraph> &paragraphs = m_transcript->paragraphs();
-    const auto presentation = m_transcript->presentationForParagraph(first);
-    QString text;
-    qint64 index = first;
-    do {
-        if (index > first)
-            text.append(u'\n');
-        text.append(paragraphs[index].text);
-        m_blockMap.appendParagraph(paragraphs[index].text);
-        ++index;
-    } while (index < paragraphs.size()
-             && m_transcript->presentationForParagraph(index) == presentation);
-    cursor.insertText(text);
-    return index;
-}
-
 void TranscriptView::applyParagraphFormats()
 {
-    // The text stays: a screen reader must not hear all of it once more.
-    const QSignalBlocker silence(document());
-    QTextCursor edit(document());
-    // Outside one edit block, every single format would be a layout pass of its own.
-    edit.beginEditBlock();
-    for (QTextBlock block = document()->begin(); block.isValid();)
-        block = presentRun(block);
-    edit.endEditBlock();
+    m_writer.applyFormats();
 }
 
-/// Gives a block and those after it that share its presentation that presentation, in one piece;
-/// returns the block after the last.
-QTextBlock TranscriptView::presentRun(QTextBlock block)
+bool TranscriptView::followsEnd() const
 {
-    const ParagraphPresentation presentation = presentationOfBlock(block.blockNumber());
-    const int start = block.position();
-    int end = start;
-    bool presented = true;
-    int number = block.blockNumber();
-    do {
-        presented = presented && hasBlockPresentation(block.blockFormat(), presentation);
-        end = block.position();
-        block = block.next();
-        ++number;
-    } while (block.isValid() && presentationOfBlock(number) == presentation);
-    if (!presented) {
-        QTextCursor cursor(document());
-        cursor.setPosition(start);
-        cursor.setPosition(end, QTextCursor::KeepAnchor);
-        cursor.mergeBlockFormat(blockFormatFor(presentation));
+    return m_readingPlace.isAtEnd();
+}
+
+TranscriptView::ScrollAnchor TranscriptView::scrollAnchor() const
+{
+    return m_readingPlace.anchor();
+}
+
+void TranscriptView::restoreScrollAnchor(ScrollAnchor anchor)
+{
+    m_readingPlace.goTo(anchor);
+}
+
+/// What comes into view on the way there can move the cursor out of it again.
+void TranscriptView::scrollToCursor()
+{
+    constexpr int maximumRounds = 4;
+    for (int round = 0; round < maximumRounds; ++round) {
+        const int before = verticalScrollBar()->value();
+        ensureCursorVisible();
+        if (verticalScrollBar()->value() == before)
+            return;
     }
-    return block;
 }
 
-ParagraphPresentation TranscriptView::presentationOfBlock(int number) const
+void TranscriptView::resizeEvent(QResizeEvent *event)
 {
-    const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
-    // Behind the last paragraph, and before anything is shown, there is an empty block.
-    if (paragraph
-        >= std::min<qint64>(m_blockMap.paragraphCount(), m_transcript->paragraphs().size()))
-        return {};
-    return m_transcript->presentationForParagraph(paragraph);
+    m_readingPlace.keep([this, event] { ConsoleTextEdit::resizeEvent(event); });
+}
+
+void TranscriptView::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange)
+        m_readingPlace.keep([this, event] { ConsoleTextEdit::changeEvent(event); });
+    else
+        ConsoleTextEdit::changeEvent(event);
 }
 
 TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backward)
@@ -269,13 +149,13 @@ TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backw
     const int start = backward ? cursor.selectionStart() : cursor.selectionEnd();
     const TranscriptFindResult result = m_transcript->findLiteral(text, start, backward);
     if (result.found) {
-        const bool followed = m_followEnd;
         cursor.setPosition(static_cast<int>(result.position));
         cursor.setPosition(static_cast<int>(result.position + result.length),
                            QTextCursor::KeepAnchor);
-        setTextCursor(cursor);
-        scrollToCursor();
-        m_followEnd = followed;
+        m_readingPlace.visit([this, &cursor] {
+            setTextCursor(cursor);
+            scrollToCursor();
+        });
     }
     return result;
 }
@@ -305,7 +185,7 @@ void TranscriptView::keyPressEvent(QKeyEvent *event)
         event->accept();
         return;
     }
-    QTextEdit::keyPressEvent(event);
+    ConsoleTextEdit::keyPressEvent(event);
 }
 
 void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
@@ -332,7 +212,7 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
 QSize TranscriptView::minimumSizeHint() const
 {
     const int line = QFontMetrics(font()).lineSpacing() + qRound(2 * document()->documentMargin());
-    return {QTextEdit::minimumSizeHint().width(), line + 2 * frameWidth()};
+    return {ConsoleTextEdit::minimumSizeHint().width(), line + 2 * frameWidth()};
 }
 
 void TranscriptView::setDraftEditor(QTextEdit *editor)

@@ -1,34 +1,27 @@
 #pragma once
 
 #include "transcript/transcript.h"
-#include "widgets/paragraphblockmap.h"
+#include "widgets/consoletextedit.h"
+#include "widgets/readingplace.h"
+#include "widgets/transcriptwriter.h"
 
 #include <QPointer>
-#include <QTextEdit>
 
 #include <functional>
-#include <optional>
 
 class QAction;
 
 namespace tarn::console {
-
-class LazyDocumentLayout;
 
 /// Shows a transcript, read-only. Its document holds exactly Transcript::documentText(), each
 /// paragraph in its own direction; positions in the document and in the model are the same. Copy
 /// and find work on the model, so that no-break spaces and odd separators survive.
 ///
 /// The view also keeps the direction of the program-input draft in step with its text.
-class TranscriptView : public QTextEdit
+class TranscriptView : public ConsoleTextEdit
 {
 public:
-    /// Place of the reader: a block, and how far its top is below the top of the viewport.
-    struct ScrollAnchor
-    {
-        qint32 blockNumber = 0;
-        qint32 offset = 0; ///< pixels
-    };
+    using ScrollAnchor = tarn::console::ScrollAnchor;
 
     /// The transcript is not owned and must outlive the view. The first refresh() is the caller's.
     explicit TranscriptView(Transcript *transcript, QWidget *parent = nullptr);
@@ -50,8 +43,6 @@ public:
 
     /// Gives every block the presentation of the paragraph whose text it shows.
     void applyParagraphFormats();
-    QTextBlock presentRun(QTextBlock block);
-    ParagraphPresentation presentationOfBlock(int number) const;
 
     /// Searches on from the selection and selects the match. Showing it never changes whether the
     /// view follows the end.
@@ -75,46 +66,19 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
-    void wheelEvent(QWheelEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
 
 private:
-    struct Place
-    {
-        bool atEnd = true;
-        ScrollAnchor anchor; ///< unless at the end
-    };
-
     void showChanges(const std::function<void()> &update);
-    void keepPlace(const std::function<void()> &change);
-    void settle(const Place &place);
-    void notePlace();
-    void measureSight();
-    void showScrolled();
-    void showMeasured();
-    ScrollAnchor firstExactInSight() const;
-    void scrollToCursor();
-
-    void updateDocument();
-    void rebuildDocument();
-    void extendParagraph(const TranscriptChanges::Extension &extension);
-    void appendParagraphs(qint64 first, bool previousWasTerminated);
-    qint64 appendRun(QTextCursor &cursor, qint64 first);
-    void presentParagraph(qint64 paragraph);
     void restoreCursor(int anchor, int position);
+    void scrollToCursor();
 
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;
     QPointer<QAction> m_copyAction;
-    LazyDocumentLayout *m_layout; ///< the document's
-    bool m_followEnd = true;
-    bool m_settling = false;
-    Place m_place; ///< where the reader is, or will be once all heights are known
+    TranscriptWriter m_writer;
+    ReadingPlace m_readingPlace;
     bool m_applyingDraftPresentation = false;
-    ParagraphBlockMap m_blockMap;
-    /// The acknowledgement of what the document shows; none before the first refresh.
-    std::optional<quint64> m_shownAcknowledgement;
 };
 
 } // namespace tarn::console

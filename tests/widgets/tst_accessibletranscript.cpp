@@ -12,7 +12,8 @@
 #include <utility>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 /// What a screen reader learns of the view, against Qt's own interface of a plain text widget that
 /// shows the same.
@@ -222,6 +223,8 @@ void TestAccessibleTranscript::aPassageIsScrolledIntoView()
     }
 }
 
-QTEST_MAIN(TestAccessibleTranscript)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestAccessibleTranscript)
 
 #include "tst_accessibletranscript.moc"

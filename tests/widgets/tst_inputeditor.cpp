@@ -13,7 +13,8 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -413,6 +414,8 @@ void TestInputEditor::theWheelScrollsADraftThatIsTooHigh()
     QVERIFY(bar->value() > 0);
 }
 
-QTEST_MAIN(TestInputEditor)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestInputEditor)
 
 #include "tst_inputeditor.moc"

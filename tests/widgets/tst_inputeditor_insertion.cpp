@@ -13,7 +13,8 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -21,7 +22,7 @@ enum class Way { Keys, ShiftInsert, Slot, Drop };
 
 const QString draft = u"the draft"_s;
 
-/// An editor with a draft, the cursor behind "the", which counts refusals.
+/// An editor with a draft, the cursor after "the", which counts refusals.
 struct EditorWithDraft
 {
     EditorWithDraft()
@@ -316,6 +317,8 @@ void TestInputEditorInsertion::cutAndCopyKeepEveryCharacter()
     QCOMPARE(shown.editor.document()->toRawText(), text);
 }
 
-QTEST_MAIN(TestInputEditorInsertion)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestInputEditorInsertion)
 
 #include "tst_inputeditor_insertion.moc"

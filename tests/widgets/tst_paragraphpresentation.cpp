@@ -5,7 +5,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -271,6 +272,8 @@ void TestParagraphPresentation::forcedDirectionsIgnoreTheText()
     }
 }
 
-QTEST_GUILESS_MAIN(TestParagraphPresentation)
+} // namespace tarn::console
+
+QTEST_GUILESS_MAIN(tarn::console::TestParagraphPresentation)
 
 #include "tst_paragraphpresentation.moc"

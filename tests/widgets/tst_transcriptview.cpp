@@ -12,7 +12,8 @@
 #include <QTextDocument>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -450,6 +451,8 @@ void TestTranscriptView::refreshAloneChangesNothing()
     QCOMPARE(shown.view.textCursor().selectedText(), u"bc"_s);
 }
 
-QTEST_MAIN(TestTranscriptView)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestTranscriptView)
 
 #include "tst_transcriptview.moc"

@@ -7,7 +7,8 @@
 #include <QTextDocument>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -152,6 +153,8 @@ void TestTranscriptViewAccessibility::theWholeTextCanBeRead()
     QVERIFY(view->state().readOnly);
 }
 
-QTEST_MAIN(TestTranscriptViewAccessibility)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestTranscriptViewAccessibility)
 
 #include "tst_transcriptview_accessibility.moc"

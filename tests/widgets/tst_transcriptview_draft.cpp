@@ -14,7 +14,8 @@
 #include <QTextLayout>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -451,6 +452,8 @@ void TestTranscriptViewDraft::refreshWithoutFocusTakesNone()
     QCOMPARE(QApplication::focusWidget(), nullptr);
 }
 
-QTEST_MAIN(TestTranscriptViewDraft)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestTranscriptViewDraft)
 
 #include "tst_transcriptview_draft.moc"

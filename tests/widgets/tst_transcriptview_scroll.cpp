@@ -15,7 +15,8 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -580,6 +581,8 @@ void TestTranscriptViewScroll::aWrongGuessBringsNoScrollBar()
         QCOMPARE(range[1].toInt(), 0);
 }
 
-QTEST_MAIN(TestTranscriptViewScroll)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestTranscriptViewScroll)
 
 #include "tst_transcriptview_scroll.moc"

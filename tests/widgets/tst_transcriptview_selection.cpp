@@ -24,7 +24,8 @@
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -530,6 +531,8 @@ void TestTranscriptViewSelection::keysMoveACaretAndSelect()
     QCOMPARE(characters(shown.view), u"abc def\nghi\nmore\n"_s);
 }
 
-QTEST_MAIN(TestTranscriptViewSelection)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestTranscriptViewSelection)
 
 #include "tst_transcriptview_selection.moc"

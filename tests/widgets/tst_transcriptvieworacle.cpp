@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -64,15 +65,17 @@ void TestTranscriptViewOracle::looksLikeAFullRebuild()
     QStringList done;
     for (int step = 0; step < stepsOfARound; ++step) {
         done << history.step();
-        const QString difference = ::difference(history.views(), step % 5 == 0);
-        if (difference.isEmpty())
+        const QString found = difference(history.views(), step % 5 == 0);
+        if (found.isEmpty())
             continue;
         QFAIL(qPrintable(
             u"seed %1, step %2 (%3): %4"_s.arg(QString::number(seed), QString::number(step),
-                                               done.mid(step - 3).join(u", "_s), difference)));
+                                               done.mid(step - 3).join(u", "_s), found)));
     }
 }
 
-QTEST_MAIN(TestTranscriptViewOracle)
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestTranscriptViewOracle)
 
 #include "tst_transcriptvieworacle.moc"

@@ -1,7 +1,8 @@
 #include "widgets/twinviews.h"
 
+#include "support/patience.h"
 #include "support/transcripttesting.h"
-#include "widgets/lazydocumentlayout.h"
+#include "textlayout/lazydocumentlayout.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QCoreApplication>
@@ -183,7 +184,6 @@ bool TwinViews::isSettled() const
 
 bool TwinViews::settle()
 {
-    constexpr int patience = 60'000;
     return QTest::qWaitFor([this] { return isSettled(); }, patience);
 }
 

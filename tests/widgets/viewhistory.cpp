@@ -86,7 +86,7 @@ const ViewHistory::Step ViewHistory::steps[] = {
     {1, "clear", &ViewHistory::clear},
     {3, "refresh for nothing", &ViewHistory::refreshForNothing},
     {3, "turn content", &ViewHistory::turnContent},
-    {1, "turn behind the view", &ViewHistory::turnBehindTheView},
+    {1, "turn without the view", &ViewHistory::turnWithoutTheView},
     {2, "acknowledge elsewhere", &ViewHistory::acknowledgeElsewhere},
     {2, "format again", &ViewHistory::formatAgain},
     {6, "place cursor", &ViewHistory::placeCursor},
@@ -236,7 +236,7 @@ void ViewHistory::turnContent()
     m_stale = false;
 }
 
-void ViewHistory::turnBehindTheView()
+void ViewHistory::turnWithoutTheView()
 {
     const auto direction = ContentDirection(below(3));
     m_views.both(

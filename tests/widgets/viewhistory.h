@@ -44,7 +44,7 @@ private:
     void clear();
     void refreshForNothing();
     void turnContent();
-    void turnBehindTheView();
+    void turnWithoutTheView();
     void acknowledgeElsewhere();
     void formatAgain();
     void placeCursor();

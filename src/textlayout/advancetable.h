@@ -1,0 +1,79 @@
+#pragma once
+
+#include <QFont>
+#include <QStringView>
+#include <QTextOption>
+#include <QtGlobal>
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+class QPaintDevice;
+
+namespace tarn::console {
+
+/// How much room characters take in a line, known without shaping the text: tables with one entry
+/// per UTF-16 code unit, filled as units turn up. The widths are upper bounds (the widest of the
+/// four joining forms of an Arabic letter); ligatures only make a text narrower. Blanks, digits and
+/// punctuation have no script of their own and take that of the letters before them (UAX #24,
+/// section 5.1), and often its font; so there is a table for each script.
+class AdvanceTable
+{
+public:
+    /// What a text would need on one line.
+    struct Line
+    {
+        qreal width = 0; ///< pixels; an upper bound when certain
+        int height = 0;  ///< pixels, as a text layout would make the line
+        /// Whether width and height do not depend on how the characters shape each other.
+        bool certain = true;
+    };
+
+    /// The paint device decides the resolution; null for the screen's.
+    AdvanceTable(const QFont &font, QPaintDevice *device, const QTextOption &option);
+
+    Line lineOf(QStringView text) const;
+
+private:
+    struct Unit
+    {
+        quint32 advance = 0; ///< 1/64 pixel
+        quint32 classes =
+            0; ///< bits of the line classes, or of `uncertain`; none: not measured yet
+    };
+    using Page = std::array<Unit, 256>;
+    using Table = std::array<std::unique_ptr<Page>, 256>;
+
+    /// Fonts differ in height; characters of one font share a class.
+    struct LineClass
+    {
+        qreal ascent;
+        qreal descent;
+        qreal leading;
+        bool operator==(const LineClass &) const = default;
+    };
+
+    static constexpr std::size_t scriptCount = 7; ///< Latin to Arabic, and none
+    static constexpr int maximumClasses = 31;
+    static constexpr quint32 uncertain = quint32(1) << maximumClasses;
+
+    const Unit &unit(char16_t code, std::size_t script) const;
+    Unit measure(char16_t code, std::size_t script) const;
+    qreal widestForm(QChar character, const QString &before) const;
+    LineClass measureLine(const QString &text) const;
+    quint32 classBits(const QString &text) const;
+    int heightOf(quint32 classes) const;
+
+    QFont m_font;
+    QPaintDevice *m_device;
+    QTextOption m_option;
+    int m_emptyHeight;
+    mutable std::array<Table, scriptCount> m_tables;
+    mutable std::vector<LineClass> m_classes;
+    mutable quint32 m_lastClasses = 0;
+    mutable int m_lastHeight = 0;
+};
+
+} // namespace tarn::console

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "textlayout/linebreaking.h"
+#include "textlayout/segmentedparagraphcache.h"
+#include "textlayout/shapedblockcache.h"
+
+#include <QFont>
+
+#include <optional>
+
+class QTextBlock;
+class QTextDocument;
+
+namespace tarn::console {
+
+/// Shapes the blocks of a document, and keeps what was shaped last. Knows no heights: it returns
+/// what it measured.
+class BlockShaper
+{
+public:
+    /// Up to this length, in characters, a block is shaped in one piece, and at once. More takes
+    /// milliseconds.
+    static constexpr int shortBlock = 2048;
+
+    explicit BlockShaper(const QTextDocument *document);
+
+    /// What is shaped already stays as it is.
+    void setFont(const QFont &font) { m_font = font; }
+    void setLineWidth(qreal width) { m_lineWidth = width; }
+    const QFont &font() const { return m_font; }
+
+    /// Makes sure that the block's own layout has lines. Returns its size if it had none.
+    std::optional<ParagraphSize> shape(const QTextBlock &block);
+
+    /// Shapes a long paragraph in segments, and nothing more than its end if it only got longer.
+    /// Null when the block is shaped fast enough, or cannot be segmented.
+    const SegmentedParagraph *shapeSegments(const QTextBlock &block);
+
+    /// Shapes a block only for its size.
+    ParagraphSize sizeOf(const QTextBlock &block) const;
+
+    /// `removed` blocks from first on became `inserted` ones.
+    void replace(int first, int removed, int inserted);
+    /// Gives everything back.
+    void clear();
+
+private:
+    static bool isSlow(const QTextBlock &block);
+    void release(int block) const;
+
+    const QTextDocument *m_document;
+    QFont m_font;
+    qreal m_lineWidth = 0;
+    ShapedBlockCache m_shaped;
+    SegmentedParagraphCache m_segmented;
+};
+
+} // namespace tarn::console

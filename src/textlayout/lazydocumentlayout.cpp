@@ -1,0 +1,264 @@
+// What text widgets ask of a document layout: where things are, what is at a point, painting.
+
+#include "textlayout/lazydocumentlayout.h"
+
+#include "textlayout/blockheight.h"
+#include "textlayout/segmentedparagraph.h"
+
+#include <QPainter>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTimerEvent>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn::console {
+
+namespace {
+
+/// The parts of a block that the selections cover.
+QList<QTextLayout::FormatRange>
+selectedRanges(const QTextBlock &block,
+               const QList<QAbstractTextDocumentLayout::Selection> &selections)
+{
+    QList<QTextLayout::FormatRange> ranges;
+    for (const QAbstractTextDocumentLayout::Selection &selection : selections) {
+        const int start = selection.cursor.selectionStart() - block.position();
+        const int end = selection.cursor.selectionEnd() - block.position();
+        if (start < block.length() && end > 0 && end > start)
+            ranges.append({.start = start, .length = end - start, .format = selection.format});
+    }
+    return ranges;
+}
+
+/// Offset in a laid out text of a point relative to the layout; `exact` when it is on the text.
+int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accuracy, bool *exact)
+{
+    const QTextLine::CursorPosition where = accuracy == Qt::ExactHit
+                                                ? QTextLine::CursorOnCharacter
+                                                : QTextLine::CursorBetweenCharacters;
+    int offset = 0;
+    for (int i = 0; i < layout.lineCount(); ++i) {
+        const QTextLine line = layout.lineAt(i);
+        const QRectF rect = line.naturalTextRect();
+        if (rect.top() > point.y()) {
+            offset = std::min(offset, line.textStart());
+        } else if (rect.bottom() <= point.y()) {
+            offset = std::max(offset, line.textStart() + line.textLength());
+        } else {
+            *exact = rect.left() <= point.x() && rect.right() >= point.x();
+            return line.xToCursor(point.x(), where);
+        }
+    }
+    return offset;
+}
+
+} // namespace
+
+LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device)
+    : QAbstractTextDocumentLayout(document)
+    , m_shaper(document)
+{
+    setPaintDevice(device);
+}
+
+LazyDocumentLayout::~LazyDocumentLayout() = default;
+
+bool LazyDocumentLayout::isLaidOut() const
+{
+    // A text widget that was never shown gives its document no page.
+    return !document()->pageSize().isNull();
+}
+
+qreal LazyDocumentLayout::margin() const
+{
+    return std::round(document()->documentMargin());
+}
+
+qreal LazyDocumentLayout::lineWidth() const
+{
+    return std::max(0.0, m_pageWidth - 2 * margin());
+}
+
+int LazyDocumentLayout::pageCount() const
+{
+    return 1;
+}
+
+QSizeF LazyDocumentLayout::documentSize() const
+{
+    if (!isLaidOut())
+        return QSizeF(0, 0);
+    return QSizeF(std::max(m_pageWidth, m_widestLine + 2 * margin()),
+                  document()->lineCount() + 2 * margin());
+}
+
+QRectF LazyDocumentLayout::frameBoundingRect(QTextFrame *) const
+{
+    // A plain text has the root frame only.
+    return QRectF(QPointF(0, 0), documentSize());
+}
+
+int LazyDocumentLayout::topOf(const QTextBlock &block) const
+{
+    return block.firstLineNumber() + static_cast<int>(margin());
+}
+
+QTextBlock LazyDocumentLayout::blockAt(qreal y) const
+{
+    const int row = static_cast<int>(std::ceil(y - margin())) - 1;
+    // The first and the last one may have no height, and then no line has their number.
+    if (row < 0)
+        return document()->firstBlock();
+    if (row >= document()->lineCount())
+        return document()->lastBlock();
+    return document()->findBlockByLineNumber(row);
+}
+
+bool LazyDocumentLayout::isExact(const QTextBlock &block)
+{
+    return BlockHeight::of(block).isExact();
+}
+
+QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
+{
+    if (!isLaidOut() || !block.isValid())
+        return QRectF();
+    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock)
+        shapeOnDemand(block);
+    QRectF rect = block.layout()->boundingRect();
+    rect.moveTopLeft(block.layout()->position());
+    return rect;
+}
+
+int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const
+{
+    const int miss = accuracy == Qt::ExactHit ? -1 : 0;
+    if (!isLaidOut())
+        return miss;
+    QTextBlock block = blockAt(point.y());
+    // Another height can move the point out of the block.
+    for (bool exact = false; !exact; block = blockAt(point.y())) {
+        exact = isExact(block);
+        shapeOnDemand(block);
+    }
+
+    const QTextLayout &layout = *block.layout();
+    const QRectF rect = layout.boundingRect().translated(layout.position());
+    const int last = document()->characterCount() - 1;
+    if (point.y() < rect.top() || point.y() > rect.bottom()) {
+        const int end = block.position() + (point.y() > rect.bottom() ? block.length() : 0);
+        return accuracy == Qt::ExactHit ? miss : std::min(end, last);
+    }
+    bool exact = false;
+    const int offset = offsetAt(layout, point - layout.position(), accuracy, &exact);
+    if (accuracy == Qt::ExactHit && !exact)
+        return miss;
+    // What an input method composes is not yet a part of the document.
+    const int composed = static_cast<int>(layout.preeditAreaText().size());
+    return std::min(block.position() + offset, last + composed);
+}
+
+void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
+{
+    if (!isLaidOut())
+        return;
+    QTextBlock block =
+        context.clip.isValid() ? blockAt(context.clip.top()) : document()->firstBlock();
+    for (; block.isValid(); block = block.next()) {
+        if (context.clip.isValid() && topOf(block) > context.clip.bottom())
+            return;
+        if (drawSegments(painter, context, block))
+            continue;
+        shapeOnDemand(block);
+        drawBlock(painter, context, block);
+    }
+}
+
+/// Draws a long paragraph without shaping the whole; not where a selection is, unless that helps.
+bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
+                                      const QTextBlock &block) const
+{
+    const int height = block.lineCount();
+    const SegmentedParagraph *paragraph = shapeSegments(block);
+    const auto selections = selectedRanges(block, context.selections);
+    if (!paragraph || (!selections.isEmpty() && !paragraph->canDrawSelections()))
+        return false;
+    noteMoved(block, height);
+    const QPen pen = painter->pen();
+    painter->setPen(context.palette.color(QPalette::Text));
+    const QPointF position(margin(), topOf(block));
+    paragraph->draw(painter, position, selections, context.clip);
+    if (block.contains(context.cursorPosition))
+        paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
+                              m_cursorWidth);
+    painter->setPen(pen);
+    return true;
+}
+
+void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &context,
+                                   const QTextBlock &block) const
+{
+    const QTextLayout &layout = *block.layout();
+    QRectF clip(margin(), 0, documentSize().width() - 2 * margin(), documentSize().height());
+    if (context.clip.isValid())
+        clip &= context.clip;
+    const QPen pen = painter->pen();
+    painter->setPen(context.palette.color(QPalette::Text));
+    layout.draw(painter, QPointF(), selectedRanges(block, context.selections), clip);
+
+    // Positions below -1 count within the text that an input method is composing.
+    const int position = context.cursorPosition;
+    if (block.contains(position))
+        layout.drawCursor(painter, QPointF(), position - block.position(), m_cursorWidth);
+    else if (position < -1 && !layout.preeditAreaText().isEmpty())
+        layout.drawCursor(painter, QPointF(), layout.preeditAreaPosition() - (position + 2),
+                          m_cursorWidth);
+    painter->setPen(pen);
+}
+
+/// Makes sure that the block's own layout has lines and knows its place.
+void LazyDocumentLayout::shape(const QTextBlock &block) const
+{
+    if (const auto size = m_shaper.shape(block))
+        takeSize(block, *size);
+    block.layout()->setPosition(QPointF(margin(), topOf(block)));
+}
+
+const SegmentedParagraph *LazyDocumentLayout::shapeSegments(const QTextBlock &block) const
+{
+    const SegmentedParagraph *paragraph = m_shaper.shapeSegments(block);
+    if (paragraph)
+        takeSize(block, paragraph->size());
+    return paragraph;
+}
+
+/// Notes the size of a block that was shaped. Returns whether it had another height.
+bool LazyDocumentLayout::takeSize(const QTextBlock &block, const ParagraphSize &size) const
+{
+    m_widestLine = std::max(m_widestLine, size.width);
+    auto height = BlockHeight::of(block);
+    if (height.certainty != BlockHeight::Certainty::OneLine || height.pixels != size.height)
+        height.certainty = BlockHeight::Certainty::Measured;
+    height.pixels = size.height;
+    return height.keepIn(block);
+}
+
+/// For queries and painting, which cannot report another size while they are under way.
+void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block) const
+{
+    const int height = block.lineCount();
+    shape(block);
+    noteMoved(block, height);
+}
+
+void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) const
+{
+    if (block.lineCount() == heightBefore)
+        return;
+    m_moveTimer.start(0, const_cast<LazyDocumentLayout *>(this));
+}
+
+} // namespace tarn::console

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "textlayout/advancetable.h"
+#include "textlayout/blockshaper.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QBasicTimer>
+#include <QTextBlock>
+#include <QTextOption>
+
+#include <functional>
+#include <memory>
+
+namespace tarn::console {
+
+struct BlockHeight;
+
+/// Lays out a plain-text document, and shapes a block only when somebody looks at it. The heights
+/// of all others come from the AdvanceTable: exact where a block surely stays on one line, guessed
+/// where it may wrap, and guesses are measured in the idle time after a change. Each block keeps
+/// its own (see BlockHeight), so that the document's tree answers at which y a block begins and
+/// which block is at a y.
+///
+/// Drawn are the texts of the blocks in the document's default font, each in the direction and with
+/// the alignment of its block; selections; the caret; and what an input method composes. The text
+/// is broken and placed as Qt's own document layout does it, with one difference: see
+/// paragraphOption(). Text is never wider than the page but by a character.
+///
+/// Everything else that a document can hold is ignored: pages, frames, tables, lists and images;
+/// margins, indents, line heights, tab stops and backgrounds of blocks; whether a block is visible.
+/// Heights know nothing of character formats.
+class LazyDocumentLayout : public QAbstractTextDocumentLayout
+{
+    Q_OBJECT
+    Q_PROPERTY(int cursorWidth READ cursorWidth WRITE setCursorWidth)
+
+public:
+    /// The document is to get the layout by QTextDocument::setDocumentLayout(), which takes
+    /// ownership. The paint device is what the document is shown on.
+    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device);
+    ~LazyDocumentLayout() override;
+
+    /// What somebody sees or is about to see: y coordinates of the document.
+    struct Sight
+    {
+        int top = 0;
+        int bottom = 0;
+    };
+
+    /// Measures every block in sight, again while that moves what is in sight, and reports the size
+    /// that the document has then. Returns whether a height changed.
+    bool measure(const std::function<Sight()> &sight);
+
+    /// Whether no height is a guess.
+    bool isExact() const { return m_lastGuess < 0; }
+    static bool isExact(const QTextBlock &block);
+
+    /// The block that covers a y, its bottom edge included as in hit tests; above the first block
+    /// that one, below the last that one.
+    QTextBlock blockAt(qreal y) const;
+    /// Where a block begins, as far as the heights before it are known.
+    int topOf(const QTextBlock &block) const;
+
+    /// Whether blockBoundingRect() shapes a long block. It is asked wherever a text cursor is put;
+    /// without shaping, the rectangle may be empty or another.
+    void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
+
+    void draw(QPainter *painter, const PaintContext &context) override;
+    int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
+    int pageCount() const override;
+    QSizeF documentSize() const override;
+    QRectF frameBoundingRect(QTextFrame *frame) const override;
+    QRectF blockBoundingRect(const QTextBlock &block) const override;
+
+    int cursorWidth() const { return m_cursorWidth; }
+    void setCursorWidth(int width) { m_cursorWidth = width; }
+
+Q_SIGNALS:
+    /// Heights are others than before, or new guesses. The new size is reported next, which may
+    /// move the scroll bar: whoever knows what is in sight may measure() it now. That spares
+    /// reporting a wrong size: scroll bars that come and go make all lines break again.
+    void heightsChanged();
+
+protected:
+    void documentChanged(int from, int charsRemoved, int charsAdded) override;
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    bool isLaidOut() const;
+    qreal margin() const;
+    qreal lineWidth() const;
+
+    void reportSize();
+    bool takeFont();
+    void changeEverything(bool sameTexts);
+    QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
+    void reshape(QTextBlock block, int charsAdded);
+    void estimate(QTextBlock block, int *promptCharacters);
+    void guess(const QTextBlock &block, const BlockHeight &height);
+    bool measureOnce(Sight sight);
+    bool measureGuesses();
+
+    void shape(const QTextBlock &block) const;
+    const SegmentedParagraph *shapeSegments(const QTextBlock &block) const;
+    bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
+    void shapeOnDemand(const QTextBlock &block) const;
+    void noteMoved(const QTextBlock &block, int heightBefore) const;
+    bool drawSegments(QPainter *painter, const PaintContext &context,
+                      const QTextBlock &block) const;
+    void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
+
+    std::unique_ptr<AdvanceTable> m_advances;
+    QTextOption m_option;
+    qreal m_pageWidth = -1; ///< of the heights; -1 before the first
+    int m_blockCount = 1;
+    int m_cursorWidth = 1;
+    int m_lastGuess = -1; ///< guessed heights are in this block or before it
+    mutable BlockShaper m_shaper;
+    mutable qreal m_widestLine = 0;
+    bool m_shapesLongBlocks = true;
+    mutable QBasicTimer m_moveTimer; ///< active when looking at a block gave it another height
+    QBasicTimer m_idleTimer;
+};
+
+} // namespace tarn::console

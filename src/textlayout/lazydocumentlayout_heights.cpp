@@ -1,0 +1,255 @@
+// How the heights of the blocks become known: estimated with a change, measured when there is time.
+
+#include "textlayout/lazydocumentlayout.h"
+
+#include "textlayout/blockheight.h"
+
+#include <QDeadlineTimer>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTimerEvent>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace tarn::console {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// So much text with unsure heights is measured at once, in each change; all of it in most
+/// transcripts.
+constexpr int promptCharacters = 16 * 1024;
+
+/// Guesses wait until a flood of changes is over, even if it comes in bursts; then they are
+/// measured in slices.
+constexpr auto idleDelay = 100ms;
+constexpr auto idleSlice = 4ms;
+
+/// The position after a block's last character.
+int endOf(const QTextBlock &block)
+{
+    return block.position() + block.length() - 1;
+}
+
+} // namespace
+
+void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAdded)
+{
+    if (!isLaidOut()) {
+        m_blockCount = document()->blockCount();
+        m_pageWidth = -1;
+        return;
+    }
+    const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
+    const bool noHeights = m_pageWidth < 0;
+    const bool newFont = takeFont();
+    // The wide line may be gone. A change of a format is no removal, it counts the same twice.
+    const bool maybeNarrower =
+        charsRemoved > 0 && charsRemoved != charsAdded && m_widestLine > lineWidth();
+    qreal top = 0;
+    if (noHeights || newFont || wholeDocument || maybeNarrower)
+        changeEverything(!noHeights && !newFont && charsRemoved == 0);
+    else
+        top = topOf(changeBlocks(from, charsRemoved, charsAdded));
+    m_blockCount = document()->blockCount();
+    if (!isExact())
+        Q_EMIT heightsChanged();
+
+    constexpr qreal endless = std::numeric_limits<int>::max();
+    reportSize();
+    Q_EMIT update(QRectF(0, top, endless, endless));
+    if (!isExact())
+        m_idleTimer.start(static_cast<int>(idleDelay.count()), this);
+}
+
+void LazyDocumentLayout::reportSize()
+{
+    Q_EMIT documentSizeChanged(documentSize());
+}
+
+/// Takes over how the document's text is set. Returns whether that is another way than before.
+bool LazyDocumentLayout::takeFont()
+{
+    const QFont font = document()->defaultFont();
+    const QTextOption option = document()->defaultTextOption();
+    if (m_advances && font == m_shaper.font() && breakAlike(option, m_option))
+        return false;
+    m_shaper.setFont(font);
+    m_option = option;
+    m_advances = std::make_unique<AdvanceTable>(font, paintDevice(), option);
+    return true;
+}
+
+/// With the same texts as before, only the width is another: most lines fit as they did.
+void LazyDocumentLayout::changeEverything(bool sameTexts)
+{
+    m_shaper.clear();
+    const qreal widthBefore = lineWidth();
+    m_pageWidth = document()->pageSize().width();
+    m_shaper.setLineWidth(lineWidth());
+    m_widestLine = 0;
+    m_lastGuess = -1;
+    int prompt = document()->characterCount() <= promptCharacters ? promptCharacters : 0;
+    for (QTextBlock block = document()->firstBlock(); block.isValid(); block = block.next()) {
+        const auto height = BlockHeight::of(block);
+        const bool fits = height.oneLineWidth <= lineWidth();
+        if (sameTexts && fits && height.certainty == BlockHeight::Certainty::OneLine)
+            continue;
+        if (sameTexts && !fits && height.isSized() && block.length() > prompt)
+            guess(block, height.guessedAgain(widthBefore, lineWidth()));
+        else
+            estimate(block, &prompt);
+    }
+}
+
+/// Returns the first block that changed.
+QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int charsAdded)
+{
+    const int added = document()->blockCount() - m_blockCount;
+    // An inserted line break moves what follows it into a block of its own.
+    const int end = added > 0 ? from + charsAdded : std::max(from, from + charsAdded - 1);
+    QTextBlock first = document()->findBlock(from);
+    QTextBlock last = document()->findBlock(end);
+    if (!last.isValid())
+        last = document()->lastBlock();
+    // Blocks inserted after a text leave it as it is, unless they take a part of it with them.
+    const bool isAfterText = from > first.position() && from == endOf(first) && end == endOf(last);
+    if (charsRemoved == 0 && added > 0 && isAfterText)
+        first = first.next();
+    const int count = last.blockNumber() - first.blockNumber() + 1;
+    m_shaper.replace(first.blockNumber(), count - added, count);
+    if (m_lastGuess >= first.blockNumber())
+        m_lastGuess = std::max(first.blockNumber(), m_lastGuess + added);
+
+    if (count == 1) {
+        reshape(first, charsAdded);
+        return first;
+    }
+    int prompt = promptCharacters;
+    for (QTextBlock block = first; block.isValid(); block = block.next()) {
+        estimate(block, &prompt);
+        if (block == last)
+            break;
+    }
+    return first;
+}
+
+/// A block that changes alone, and by little, is most likely in sight.
+void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
+{
+    block.clearLayout();
+    block.setUserState(BlockHeight().toUserState());
+    if (charsAdded <= BlockShaper::shortBlock && shapeSegments(block))
+        return;
+    const bool composing = !block.layout()->preeditAreaText().isEmpty();
+    if (composing || block.length() <= BlockShaper::shortBlock) {
+        shape(block);
+    } else {
+        int nothing = 0;
+        estimate(block, &nothing);
+    }
+}
+
+void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
+{
+    block.clearLayout();
+    const QString text = block.text();
+    const AdvanceTable::Line line = m_advances->lineOf(text);
+    // Wider than the characters: kerning, and glyphs that reach over their advance.
+    BlockHeight height{.pixels = line.height,
+                       .oneLineWidth = static_cast<int>(std::ceil(line.width + line.height)),
+                       .rowHeight = line.height};
+    if (line.certain && height.oneLineWidth <= lineWidth()) {
+        height.certainty = BlockHeight::Certainty::OneLine;
+        height.keepIn(block);
+    } else if (text.size() <= *promptCharacters) {
+        *promptCharacters -= static_cast<int>(text.size());
+        block.setUserState(height.toUserState());
+        if (!shapeSegments(block))
+            takeSize(block, m_shaper.sizeOf(block));
+    } else {
+        guess(block, height.guessed(lineWidth()));
+    }
+}
+
+void LazyDocumentLayout::guess(const QTextBlock &block, const BlockHeight &height)
+{
+    height.keepIn(block);
+    // At the end at most: to find out where the block is would take as long as the guess.
+    m_lastGuess = document()->blockCount() - 1;
+}
+
+bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)
+{
+    if (!isLaidOut())
+        return false;
+    constexpr int maximumRounds = 8;
+    int round = 0;
+    while (round < maximumRounds && measureOnce(sight()))
+        ++round;
+    reportSize();
+    return round > 0;
+}
+
+/// Returns whether that changed a height.
+bool LazyDocumentLayout::measureOnce(Sight sight)
+{
+    bool moved = false;
+    if (isExact())
+        return moved;
+    // Shaped and not only measured: they are about to be painted.
+    for (QTextBlock block = blockAt(sight.top + 1); block.isValid() && topOf(block) < sight.bottom;
+         block = block.next()) {
+        if (isExact(block))
+            continue;
+        const int height = block.lineCount();
+        if (!shapeSegments(block))
+            shape(block);
+        moved = moved || block.lineCount() != height;
+    }
+    return moved;
+}
+
+/// Measures guesses for a while, from the end upwards. Returns whether that changed a height.
+bool LazyDocumentLayout::measureGuesses()
+{
+    bool moved = false;
+    const QDeadlineTimer end(idleSlice, Qt::PreciseTimer);
+    QTextBlock block = document()->findBlockByNumber(m_lastGuess);
+    for (; block.isValid(); block = block.previous()) {
+        if (isExact(block))
+            continue;
+        if (end.hasExpired())
+            break;
+        moved |= takeSize(block, m_shaper.sizeOf(block));
+    }
+    m_lastGuess = block.blockNumber();
+    return moved;
+}
+
+void LazyDocumentLayout::timerEvent(QTimerEvent *event)
+{
+    bool moved = false;
+    if (event->timerId() == m_moveTimer.timerId()) {
+        m_moveTimer.stop();
+        moved = true;
+    } else if (event->timerId() == m_idleTimer.timerId()) {
+        m_idleTimer.stop();
+        moved = measureGuesses();
+        if (!isExact())
+            m_idleTimer.start(0, this);
+    } else {
+        QAbstractTextDocumentLayout::timerEvent(event);
+    }
+    if (moved) {
+        Q_EMIT heightsChanged();
+        reportSize();
+        Q_EMIT update();
+    }
+}
+
+} // namespace tarn::console

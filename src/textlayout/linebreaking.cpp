@@ -1,0 +1,117 @@
+#include "textlayout/linebreaking.h"
+
+#include "textlayout/overlongwords.h"
+
+#include <QString>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn::console {
+
+namespace {
+
+/// A single character that is wider than the line makes the line wider. As a text document does
+/// it, the option then allows breaks at words only for the rest of the paragraph: that shows at
+/// tabs that are wider than a line.
+void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, bool mayBreakWords,
+                  qreal width)
+{
+    line->setLineWidth(width);
+    if (line->naturalTextWidth() <= width)
+        return;
+    if (mayBreakWords) {
+        option->setWrapMode(QTextOption::WrapAnywhere);
+        layout->setTextOption(*option);
+    }
+    line->setLineWidth(std::max(line->naturalTextWidth(), width));
+    if (mayBreakWords) {
+        option->setWrapMode(QTextOption::WordWrap);
+        layout->setTextOption(*option);
+    }
+}
+
+/// Breaks a line in the middle of an overlong word as Qt does it after it has been to the word's
+/// end. Returns false, and leaves the line to be broken again, when that may not be the same.
+bool breakInside(const OverlongWords &words, QTextLayout *layout, QTextLine *line,
+                 const QTextOption &option, qreal width)
+{
+    const qsizetype end = words.endAt(line->textStart());
+    if (end == line->textStart() || option.wrapMode() != QTextOption::WrapAtWordBoundaryOrAnywhere)
+        return false;
+    QTextOption anywhere = option;
+    anywhere.setWrapMode(QTextOption::WrapAnywhere);
+    layout->setTextOption(anywhere);
+    line->setLineWidth(width);
+    layout->setTextOption(option);
+    return line->textStart() + line->textLength() < end && line->naturalTextWidth() <= width;
+}
+
+/// The edge that a document's default alignment means for a text of a direction: left is where the
+/// text begins, unless it is absolute.
+Qt::Alignment visualAlignment(Qt::LayoutDirection direction, Qt::Alignment alignment)
+{
+    constexpr Qt::Alignment edges = Qt::AlignLeft | Qt::AlignRight;
+    if (!(alignment & Qt::AlignHorizontal_Mask))
+        alignment |= Qt::AlignLeft;
+    const bool isLogical = (alignment & edges) && !(alignment & Qt::AlignAbsolute);
+    return isLogical && direction == Qt::RightToLeft ? alignment ^ edges : alignment;
+}
+
+} // namespace
+
+QTextOption paragraphOption(const QTextBlock &block)
+{
+    QTextOption option = block.document()->defaultTextOption();
+    const QTextBlockFormat format = block.blockFormat();
+    const Qt::LayoutDirection direction = block.textDirection();
+    option.setTextDirection(direction);
+    option.setAlignment(format.hasProperty(QTextFormat::BlockAlignment)
+                            ? format.alignment()
+                            : visualAlignment(direction, option.alignment()));
+    return option;
+}
+
+bool breakAlike(const QTextOption &a, const QTextOption &b)
+{
+    return a.alignment() == b.alignment() && a.wrapMode() == b.wrapMode() && a.flags() == b.flags()
+           && a.tabStopDistance() == b.tabStopDistance();
+}
+
+void keepShapedText(QTextLayout *layout, const QString &text)
+{
+    layout->setCacheEnabled(!text.contains(u'\t'));
+}
+
+ParagraphSize breakIntoLines(QTextLayout *layout, const QString &text, const QTextOption &option,
+                             qreal lineWidth)
+{
+    // What an input method composes is not in the text.
+    const OverlongWords words(layout->preeditAreaText().isEmpty() ? text : QString());
+    QTextOption current = option;
+    const bool mayBreakWords = option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere;
+    ParagraphSize size;
+    qreal y = 0;
+    qreal bottom = 0;
+    layout->setTextOption(option);
+    layout->beginLayout();
+    for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
+        line.setLeadingIncluded(true);
+        if (!breakInside(words, layout, &line, current, lineWidth))
+            setLineWidth(layout, &line, &current, mayBreakWords, lineWidth);
+        line.setPosition(QPointF(0, y));
+        bottom = y + line.height();
+        // A negative leading lets lines overlap.
+        y += std::ceil(line.ascent() + line.descent() + line.leading());
+        size.width = std::max(size.width, line.naturalTextWidth());
+    }
+    layout->endLayout();
+    size.height = static_cast<int>(std::ceil(std::max(y, bottom)));
+    return size;
+}
+
+} // namespace tarn::console

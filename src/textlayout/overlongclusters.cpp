@@ -1,0 +1,68 @@
+#include "textlayout/overlongclusters.h"
+
+#include <QChar>
+#include <QList>
+#include <QString>
+#include <QTextLayout>
+
+namespace tarn::console {
+
+namespace {
+
+char32_t characterAt(const QString &text, qsizetype position)
+{
+    const QChar unit = text[position];
+    if (unit.isHighSurrogate() && position + 1 < text.size())
+        return QChar::surrogateToUcs4(unit, text[position + 1]);
+    return unit.unicode();
+}
+
+/// Whether a character does not stand for itself, but is a part of the one before.
+bool continuesCluster(char32_t character, char32_t before)
+{
+    // A virama stacks the next letter on the one before.
+    constexpr int virama = 9;
+    return QChar::isMark(character) || QChar::combiningClass(before) == virama;
+}
+
+/// The parts of long clusters.
+QList<QTextLayout::FormatRange> clusterPieces(const QString &text)
+{
+    QList<QTextLayout::FormatRange> pieces;
+    qsizetype begin = 0;
+    qsizetype continuations = 0;
+    char32_t before = 0;
+    for (qsizetype position = 0; position < text.size();) {
+        const char32_t character = characterAt(text, position);
+        const qsizetype next = position + (QChar::requiresSurrogates(character) ? 2 : 1);
+        if (!continuesCluster(character, before)) {
+            begin = position;
+            continuations = 0;
+        } else if (++continuations == charactersInOnePiece) {
+            pieces.append({.start = static_cast<int>(begin),
+                           .length = static_cast<int>(next - begin),
+                           .format = {}});
+            begin = next;
+            continuations = 0;
+        }
+        before = character;
+        position = next;
+    }
+    return pieces;
+}
+
+} // namespace
+
+bool hasOverlongClusters(const QString &text)
+{
+    return !clusterPieces(text).isEmpty();
+}
+
+void splitOverlongClusters(QTextLayout *layout, const QString &text)
+{
+    // What has another format is shaped apart, even if the formats are the same.
+    if (const auto pieces = clusterPieces(text); !pieces.isEmpty())
+        layout->setFormats(pieces);
+}
+
+} // namespace tarn::console

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "textlayout/linebreaking.h"
+
+#include <QFont>
+#include <QList>
+#include <QRectF>
+#include <QString>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <memory>
+#include <vector>
+
+class QPaintDevice;
+class QPainter;
+
+namespace tarn::console {
+
+/// A long paragraph shaped in segments of whole lines. Text appended to it costs only the last
+/// segment: progress dots need not shape 65,536 bytes for each dot.
+///
+/// A segment ends where the text on both sides does not shape each other: after a blank or tab, or
+/// between two ASCII punctuation characters of left-to-right text. The text must run in one
+/// direction, that of the paragraph, so that no character decides the order of far ones. Words stay
+/// whole where one layout of the paragraph would tear them: Qt shapes 4,096 characters at a time.
+///
+/// A text with overlong clusters (see splitOverlongClusters()) is one segment, whatever it is: only
+/// a layout without a document can shape it in a reasonable time.
+class SegmentedParagraph
+{
+public:
+    /// What decides the lines besides the text.
+    struct Setting
+    {
+        QFont font;
+        QPaintDevice *device = nullptr;
+        QTextOption option;
+        qreal lineWidth = 0;
+    };
+
+    SegmentedParagraph();
+    ~SegmentedParagraph();
+
+    /// Shapes a text; cheap when it only got longer since the last time. Returns false, and holds
+    /// nothing, when the text cannot be segmented and has no overlong clusters.
+    bool shape(const QString &text, const Setting &setting);
+
+    ParagraphSize size() const;
+    qsizetype length() const { return m_text.size(); }
+
+    /// Whether selections are drawn as in one layout. In segments, the numbers of an Arabic text
+    /// look different where they are selected.
+    bool canDrawSelections() const;
+    void draw(QPainter *painter, QPointF position,
+              const QList<QTextLayout::FormatRange> &selections, const QRectF &clip) const;
+    void drawCursor(QPainter *painter, QPointF position, int offset, int width) const;
+
+private:
+    struct Segment;
+
+    bool isContinuedBy(const QString &text, const Setting &setting) const;
+    void inspectNewEnd(const QString &text, Qt::LayoutDirection direction);
+    void reset();
+    bool shapeSegments();
+    Segment shapeSegment(qsizetype start, qsizetype maximumLength) const;
+    bool cutOff(Segment *segment) const;
+    qsizetype shapedEnd() const;
+    bool isCut(qsizetype position) const;
+
+    QString m_text;
+    Setting m_setting;
+    bool m_canBeCut = true;
+    bool m_hasOverlongClusters = false;
+    std::vector<Segment> m_segments;
+};
+
+} // namespace tarn::console

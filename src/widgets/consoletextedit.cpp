@@ -1,0 +1,40 @@
+#include "widgets/consoletextedit.h"
+
+#include "textlayout/lazydocumentlayout.h"
+
+#include <QGuiApplication>
+#include <QTextDocument>
+#include <QWheelEvent>
+
+namespace tarn::console {
+
+ConsoleTextEdit::ConsoleTextEdit(QWidget *parent)
+    : QTextEdit(parent)
+    , m_lazyLayout(new LazyDocumentLayout(document(), viewport()))
+{
+    document()->setDocumentLayout(m_lazyLayout);
+    setAcceptRichText(false);
+    setTabChangesFocus(true);
+}
+
+ConsoleTextEdit::~ConsoleTextEdit() = default;
+
+void ConsoleTextEdit::wheelEvent(QWheelEvent *event)
+{
+    // Zooming is the window's: it keeps all texts at one size.
+    if (event->modifiers().testFlag(Qt::ControlModifier))
+        event->ignore();
+    else
+        QTextEdit::wheelEvent(event);
+}
+
+/// Qt's timer scrolls while a selection is drawn out of the text. When the movement out of it began
+/// a drag instead, the timer goes on after the button was released, and would begin another drag,
+/// which takes all keys and which no release ends.
+void ConsoleTextEdit::timerEvent(QTimerEvent *event)
+{
+    if (QGuiApplication::mouseButtons().testFlag(Qt::LeftButton))
+        QTextEdit::timerEvent(event);
+}
+
+} // namespace tarn::console

@@ -1,0 +1,160 @@
+#include "widgets/readingplace.h"
+
+#include "textlayout/lazydocumentlayout.h"
+
+#include <QScopedValueRollback>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextEdit>
+
+namespace tarn::console {
+
+ReadingPlace::ReadingPlace(QTextEdit *view, LazyDocumentLayout *layout)
+    : m_view(view)
+    , m_layout(layout)
+{
+    connect(bar(), &QScrollBar::valueChanged, this, [this] { takeScrolling(); });
+    connect(bar(), &QScrollBar::rangeChanged, this, [this] {
+        if (m_followsEnd)
+            bar()->setValue(bar()->maximum());
+    });
+    connect(layout, &LazyDocumentLayout::heightsChanged, this, [this] { takeHeights(); });
+}
+
+ReadingPlace::~ReadingPlace() = default;
+
+QScrollBar *ReadingPlace::bar() const
+{
+    return m_view->verticalScrollBar();
+}
+
+/// By the heights as they are known now. The scroll bar may not have heard of it yet.
+ScrollRange ReadingPlace::range() const
+{
+    return ScrollRange::of(m_layout->documentSize().toSize().height(),
+                           m_view->viewport()->height());
+}
+
+std::optional<int> ReadingPlace::topOf(qint32 blockNumber) const
+{
+    const QTextBlock block = m_view->document()->findBlockByNumber(blockNumber);
+    return block.isValid() ? std::optional(m_layout->topOf(block)) : std::nullopt;
+}
+
+int ReadingPlace::offsetOf(const QTextBlock &block) const
+{
+    return m_layout->topOf(block) - bar()->value();
+}
+
+bool ReadingPlace::isAtEnd() const
+{
+    return ScrollRange{bar()->maximum()}.isAtEnd(bar()->value());
+}
+
+ScrollAnchor ReadingPlace::anchor() const
+{
+    // One pixel below the top, as a hit test there would find it.
+    const QTextBlock block = m_layout->blockAt(bar()->value() + 1);
+    return {.blockNumber = block.blockNumber(), .offset = offsetOf(block)};
+}
+
+void ReadingPlace::goTo(ScrollAnchor anchor)
+{
+    const ScrollRange known{bar()->maximum()};
+    bar()->setValue(known.valueFor(topOf(anchor.blockNumber), anchor.offset));
+}
+
+void ReadingPlace::keep(const std::function<void()> &change)
+{
+    // A scroll bar that comes or goes resizes the view: whoever settles then goes on with it.
+    if (m_isSettling) {
+        change();
+        return;
+    }
+    const QScopedValueRollback guard(m_isSettling, true);
+    // Guessed heights may keep the reader from the place for a while.
+    m_place = {.atEnd = m_followsEnd, .anchor = m_layout->isExact() ? anchor() : m_place.anchor};
+    // The cursor's paragraph may be one that is growing.
+    m_layout->setShapesLongBlocks(false);
+    change();
+    m_layout->setShapesLongBlocks(true);
+    settle();
+}
+
+void ReadingPlace::visit(const std::function<void()> &scroll)
+{
+    const bool followed = m_followsEnd;
+    scroll();
+    m_followsEnd = followed;
+}
+
+/// Goes to the place, and measures what is in view there, which can move it.
+void ReadingPlace::settle()
+{
+    constexpr int maximumRounds = 8;
+    for (int round = 0; round < maximumRounds; ++round) {
+        const bool moved = measureSight();
+        if (m_place.atEnd)
+            bar()->setValue(bar()->maximum());
+        else
+            goTo(m_place.anchor);
+        // A scroll bar that comes or goes changes the width, and with it the heights once more.
+        if (!moved && bar()->maximum() == range().maximum)
+            break;
+    }
+    if (m_layout->isExact())
+        m_place.anchor = anchor();
+}
+
+/// Measures what is in view at the place, or will be. Returns whether that changed a height.
+bool ReadingPlace::measureSight()
+{
+    if (m_layout->isExact() && bar()->maximum() == range().maximum)
+        return false;
+    return m_layout->measure([this] {
+        const auto top = m_place.atEnd ? std::nullopt : topOf(m_place.anchor.blockNumber);
+        const int value = range().valueFor(top, m_place.anchor.offset);
+        return LazyDocumentLayout::Sight{value, value + m_view->viewport()->height()};
+    });
+}
+
+/// Heights that turn out to be others move nothing in view. The layout asks for the painting.
+void ReadingPlace::takeHeights()
+{
+    if (m_isSettling) {
+        measureSight();
+        return;
+    }
+    const QScopedValueRollback guard(m_isSettling, true);
+    settle();
+}
+
+/// What comes into view by scrolling is measured; what was in its place there stays.
+void ReadingPlace::takeScrolling()
+{
+    if (m_isSettling)
+        return;
+    const QScopedValueRollback guard(m_isSettling, true);
+    m_followsEnd = isAtEnd();
+    m_place = {.atEnd = m_followsEnd, .anchor = firstExactInSight()};
+    if (!m_layout->isExact() && measureSight()) {
+        settle();
+        m_view->viewport()->update();
+    }
+    m_place.anchor = anchor();
+}
+
+ScrollAnchor ReadingPlace::firstExactInSight() const
+{
+    const int bottom = bar()->value() + m_view->viewport()->height();
+    QTextBlock block = m_layout->blockAt(bar()->value() + 1);
+    while (block.isValid() && !LazyDocumentLayout::isExact(block)
+           && m_layout->topOf(block) < bottom)
+        block = block.next();
+    if (!block.isValid() || !LazyDocumentLayout::isExact(block))
+        return anchor();
+    return {.blockNumber = block.blockNumber(), .offset = offsetOf(block)};
+}
+
+} // namespace tarn::console

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "widgets/scrollrange.h"
+
+#include <QObject>
+
+#include <functional>
+#include <optional>
+
+class QScrollBar;
+class QTextBlock;
+class QTextEdit;
+
+namespace tarn::console {
+
+class LazyDocumentLayout;
+
+/// Where the reader of a text is: at its end, which stays in view whatever is appended, or at a
+/// paragraph, which stays where it is on the screen whatever happens above it.
+///
+/// Neither is a scroll value: the layout learns the heights of the text bit by bit, and everything
+/// moves with each of them. So a place is a block and a distance, and to settle is to measure what
+/// is in sight there, to bring the scroll bar up to date and to go there, until that moves nothing.
+class ReadingPlace : public QObject
+{
+public:
+    /// The view's document has the layout. Neither is owned, and both outlive the place.
+    ReadingPlace(QTextEdit *view, LazyDocumentLayout *layout);
+    ~ReadingPlace() override;
+
+    /// Whether the scroll bar is at its end now.
+    bool isAtEnd() const;
+    /// The block at the top of the viewport.
+    ScrollAnchor anchor() const;
+    /// Scrolls there; to the end when the anchor's block is gone.
+    void goTo(ScrollAnchor anchor);
+
+    /// Changes something that moves the text or the scroll range, and keeps the end in view or the
+    /// reader's place. What is asked about the cursor's place on the screen meanwhile does not
+    /// matter, and may get a wrong answer.
+    void keep(const std::function<void()> &change);
+
+    /// Scrolls somewhere for a look: whether the end is followed does not change.
+    void visit(const std::function<void()> &scroll);
+
+private:
+    struct Place
+    {
+        bool atEnd = true;
+        ScrollAnchor anchor; ///< unless at the end
+    };
+
+    QScrollBar *bar() const;
+    ScrollRange range() const;
+    std::optional<int> topOf(qint32 blockNumber) const;
+    int offsetOf(const QTextBlock &block) const;
+    ScrollAnchor firstExactInSight() const;
+
+    void settle();
+    bool measureSight();
+    void takeHeights();
+    void takeScrolling();
+
+    QTextEdit *m_view;
+    LazyDocumentLayout *m_layout;
+    /// Whether the next change goes to the end: only the reader's own scrolling decides that.
+    bool m_followsEnd = true;
+    bool m_isSettling = false; ///< the scroll bar's moves are not the reader's
+    Place m_place;             ///< where the reader is, or will be once all heights are known
+};
+
+} // namespace tarn::console

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "transcript/transcript.h"
+#include "widgets/paragraphblockmap.h"
+
+#include <optional>
+
+class QTextBlock;
+class QTextCursor;
+class QTextDocument;
+
+namespace tarn::console {
+
+/// Writes a transcript into a text document: exactly Transcript::documentText(), each paragraph in
+/// its own direction.
+class TranscriptWriter
+{
+public:
+    /// Neither is owned, and both outlive the writer, which alone changes the document.
+    TranscriptWriter(Transcript *transcript, QTextDocument *document);
+
+    /// Brings the document up to date. The cost is that of what changed since acknowledge(); all is
+    /// written anew when somebody else has acknowledged changes meanwhile.
+    void update();
+
+    /// Gives every block the presentation of the paragraph whose text it shows.
+    void applyFormats();
+
+    /// Tells the transcript that its changes are shown.
+    void acknowledge();
+
+private:
+    void rebuild();
+    void extendParagraph(const TranscriptChanges::Extension &extension);
+    void appendParagraphs(qint64 first, bool previousWasTerminated);
+    qint64 appendRun(QTextCursor &cursor, qint64 first);
+    void presentParagraph(qint64 paragraph);
+    QTextBlock presentRun(QTextBlock block);
+    ParagraphPresentation presentationOfBlock(int number) const;
+
+    Transcript *m_transcript;
+    QTextDocument *m_document;
+    ParagraphBlockMap m_blockMap;
+    /// The acknowledgement of what the document shows; none before the first.
+    std::optional<quint64> m_shownAcknowledgement;
+};
+
+} // namespace tarn::console

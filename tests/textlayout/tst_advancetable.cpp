@@ -1,0 +1,129 @@
+#include "textlayout/advancetable.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+#include <QTextLayout>
+
+#include <cmath>
+#include <iterator>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+namespace {
+
+/// A text on one line, as a text layout makes it.
+struct RealLine
+{
+    RealLine(const QString &text, const QFont &font, const QTextOption &option)
+    {
+        QTextLayout layout(text, font);
+        layout.setTextOption(option);
+        layout.beginLayout();
+        QTextLine line = layout.createLine();
+        line.setLeadingIncluded(true);
+        line.setLineWidth(100'000);
+        layout.endLayout();
+        width = line.naturalTextWidth();
+        height = int(std::ceil(line.ascent() + line.descent() + line.leading()));
+    }
+
+    qreal width;
+    int height;
+};
+
+const char16_t *const pieces[] = {
+    u"word",  u"AVTo", u"fi", u"é",     u"ß", u"ñ",      u"αβγ", u"Привет", u"Հայ",  u"שלום",
+    u"مرحبا", u"سطر",  u"لا", u"مَرْحَبًا", u"پ", u"،",      u"؟",   u"٣٤",     u"12.5", u" ",
+    u"  ",    u"\t",   u"(",  u")",     u"-", u"\u00A0", u"«»",  u"\\u{0}", u"%&",   u"\u0640"};
+
+const char16_t *const unsurePieces[] = {u"e\u0301", u"\u200D", u"\u200B",     u"\uFFFC", u"漢字",
+                                        u"ภาษา",    u"\u00AD", u"\U0001F600", u"\u0700", u"\u2028",
+                                        u"\uFB01",  u"\u0600", u"\u2026"};
+
+} // namespace
+
+class TestAdvanceTable : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aCertainLineIsAsHighAndNotWider_data();
+    void aCertainLineIsAsHighAndNotWider();
+    void whatShapesOtherTextIsNotCertain();
+    void anEmptyTextIsAsHighAsAnEmptyLine();
+    void theWidthGrowsWithTheText();
+};
+
+void TestAdvanceTable::aCertainLineIsAsHighAndNotWider_data()
+{
+    QTest::addColumn<QFont>("font");
+    const QStringList families[] = {{u"DejaVu Sans Mono"_s},
+                                    {u"Noto Sans"_s},
+                                    {u"Noto Sans Arabic"_s, u"Noto Sans"_s, u"Sans Serif"_s},
+                                    {u"no such family"_s}};
+    for (const QStringList &names : families) {
+        for (const int size : {6, 11, 23, 40}) {
+            QFont font;
+            font.setFamilies(names);
+            font.setPointSize(size);
+            QTest::addRow("%s %d", qPrintable(names.constFirst()), size) << font;
+        }
+    }
+}
+
+void TestAdvanceTable::aCertainLineIsAsHighAndNotWider()
+{
+    QFETCH(QFont, font);
+    QTextOption option;
+    const AdvanceTable extents(font, nullptr, option);
+    QRandomGenerator random(7);
+    for (int round = 0; round < 400; ++round) {
+        QString text;
+        for (int i = random.bounded(1, 12); i > 0; --i)
+            text += QString::fromUtf16(pieces[random.bounded(int(std::size(pieces)))]);
+        const AdvanceTable::Line line = extents.lineOf(text);
+        QVERIFY2(line.certain, qPrintable(text));
+        const RealLine real(text, font, option);
+        QVERIFY2(
+            line.height == real.height,
+            qPrintable(u"'%1': %2 instead of %3"_s.arg(text).arg(line.height).arg(real.height)));
+        QVERIFY2(line.width + line.height >= real.width, qPrintable(text));
+    }
+}
+
+void TestAdvanceTable::whatShapesOtherTextIsNotCertain()
+{
+    const AdvanceTable extents(QFont(u"Noto Sans"_s, 11), nullptr, QTextOption());
+    for (const char16_t *piece : unsurePieces) {
+        const QString text = u"word "_s + QString::fromUtf16(piece);
+        QVERIFY2(!extents.lineOf(text).certain, qPrintable(text));
+    }
+}
+
+void TestAdvanceTable::anEmptyTextIsAsHighAsAnEmptyLine()
+{
+    const QFont font(u"Noto Sans"_s, 11);
+    const AdvanceTable::Line line = AdvanceTable(font, nullptr, QTextOption()).lineOf({});
+    QVERIFY(line.certain);
+    QCOMPARE(line.width, 0.0);
+    QCOMPARE(line.height, RealLine(QString(), font, QTextOption()).height);
+}
+
+void TestAdvanceTable::theWidthGrowsWithTheText()
+{
+    QTextOption option;
+    option.setTabStopDistance(80);
+    const AdvanceTable extents(QFont(u"Noto Sans"_s, 11), nullptr, option);
+    const qreal one = extents.lineOf(u"x").width;
+    QVERIFY(one > 0);
+    QCOMPARE(extents.lineOf(QString(1000, u'x')).width, 1000 * one);
+    QCOMPARE(extents.lineOf(u"\t").width, option.tabStopDistance());
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestAdvanceTable)
+
+#include "tst_advancetable.moc"

@@ -1,0 +1,185 @@
+#include "textlayout/lazydocumentlayout.h"
+
+#include "support/patience.h"
+#include "textlayout/heightshape.h"
+
+#include <QFontMetricsF>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextDocument>
+
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+namespace {
+
+constexpr int pageWidth = 400;
+/// Stacked letters, which take far less than they would side by side.
+const QString flat = u"\u1780\u17D2"_s.repeated(500);
+const QString wide = u"words of a line that wraps"_s.repeated(20);
+
+/// A document in the lazy layout that nothing shows.
+class LaidOutDocument : public QTextDocument
+{
+public:
+    explicit LaidOutDocument(const QString &text)
+    {
+        setDefaultFont(QFont(u"Noto Sans"_s, 10));
+        setPlainText(text);
+        setDocumentLayout(new LazyDocumentLayout(this, nullptr));
+        setTextWidth(pageWidth);
+    }
+
+    LazyDocumentLayout &layout() const
+    {
+        return static_cast<LazyDocumentLayout &>(*documentLayout());
+    }
+
+    /// Waits until no height is a guess.
+    bool settle() const
+    {
+        return QTest::qWaitFor([this] { return layout().isExact(); }, patience);
+    }
+
+    int rowHeight() const
+    {
+        const QFontMetricsF metrics(defaultFont());
+        return int(std::ceil(metrics.ascent() + metrics.descent() + metrics.leading()));
+    }
+
+    /// As heightShape() prints it.
+    QString line(int rows) const { return u"line(%1)"_s.arg(rows * rowHeight()); }
+};
+
+} // namespace
+
+/// What is known of the heights of a document that nobody looks at.
+class TestLazyDocumentLayoutHeights : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void shortLinesAreSureAtOnce();
+    void aLittleTextIsMeasuredAtOnce();
+    void muchTextIsGuessedAndThenMeasured();
+    void whatIsInSightIsMeasured();
+    void whatComesIntoSightMeanwhileIsMeasuredToo();
+    void newGuessesAreAnnouncedBeforeTheSize();
+    void onlyWhatMayWrapIsGuessedAtAnotherWidth();
+    void anInsertionLeavesTheOtherHeights();
+};
+
+void TestLazyDocumentLayoutHeights::shortLinesAreSureAtOnce()
+{
+    const LaidOutDocument document(u"short\n"_s.repeated(5'000));
+    QCOMPARE(heightShape(document), u"5001*"_s + document.line(1));
+}
+
+void TestLazyDocumentLayoutHeights::aLittleTextIsMeasuredAtOnce()
+{
+    const LaidOutDocument document(u"short\n"_s + wide + u"\nshort\nshort"_s);
+    const int rows = document.firstBlock().next().lineCount() / document.rowHeight();
+    QVERIFY(rows > 5);
+    QCOMPARE(heightShape(document),
+             QStringList({document.line(1), document.line(rows), u"2*"_s + document.line(1)})
+                 .join(u' '));
+}
+
+void TestLazyDocumentLayoutHeights::muchTextIsGuessedAndThenMeasured()
+{
+    const LaidOutDocument document(u"short\n"_s + QString(wide + u'\n').repeated(100) + u"short"_s);
+    const QString guessed = heightShape(document);
+    QVERIFY2(guessed.startsWith(document.line(1) + u" gap("_s), qPrintable(guessed));
+    QVERIFY2(guessed.endsWith(u"?) "_s + document.line(1)), qPrintable(guessed));
+    QVERIFY(document.settle());
+    const int rows = document.firstBlock().next().lineCount() / document.rowHeight();
+    QCOMPARE(heightShape(document),
+             QStringList({document.line(1), u"100*"_s + document.line(rows), document.line(1)})
+                 .join(u' '));
+}
+
+void TestLazyDocumentLayoutHeights::whatIsInSightIsMeasured()
+{
+    const LaidOutDocument document(QString(flat + u'\n').repeated(100));
+    QVERIFY(heightShape(document).startsWith(u"gap("_s));
+    const QSignalSpy sizes(&document.layout(), &LazyDocumentLayout::documentSizeChanged);
+    // One pixel of a block is enough.
+    const LazyDocumentLayout::Sight sight{0, int(document.documentMargin()) + 1};
+    const bool changed = document.layout().measure([sight] { return sight; });
+    const QString measured = u"line(%1) gap("_s.arg(document.firstBlock().lineCount());
+    QVERIFY(heightShape(document).startsWith(measured));
+    QVERIFY(changed);
+    QCOMPARE(sizes.size(), 1);
+    QCOMPARE(sizes.constFirst().constFirst().toSizeF(), document.layout().documentSize());
+    QVERIFY(!document.layout().measure([sight] { return sight; }));
+}
+
+/// Who follows the end sees other blocks with each height that is lower than it was guessed.
+void TestLazyDocumentLayoutHeights::whatComesIntoSightMeanwhileIsMeasuredToo()
+{
+    const LaidOutDocument document(QString(flat + u'\n').repeated(60) + u"short"_s);
+    constexpr int viewportHeight = 100;
+    const auto sight = [&document] {
+        const int height = int(document.layout().documentSize().height());
+        return LazyDocumentLayout::Sight{height - viewportHeight, height};
+    };
+    QVERIFY(document.layout().measure(sight));
+    for (QTextBlock block = document.layout().blockAt(sight().top + 1); block.isValid();
+         block = block.next())
+        QVERIFY(LazyDocumentLayout::isExact(block));
+    QVERIFY(!document.layout().isExact());
+}
+
+void TestLazyDocumentLayoutHeights::newGuessesAreAnnouncedBeforeTheSize()
+{
+    LaidOutDocument document(u"short"_s);
+    QStringList reports;
+    connect(&document.layout(), &LazyDocumentLayout::heightsChanged, this,
+            [&] { reports << u"heights"_s; });
+    connect(&document.layout(), &LazyDocumentLayout::documentSizeChanged, this,
+            [&] { reports << u"size"_s; });
+    QTextCursor cursor(&document);
+    cursor.insertText(u"and sure"_s);
+    QCOMPARE(reports.join(u' '), u"size"_s);
+    cursor.insertText(QString(u'\n' + flat).repeated(100));
+    QCOMPARE(reports.join(u' '), u"size heights size"_s);
+    QVERIFY(document.settle());
+    QVERIFY(reports.join(u' ').startsWith(u"size heights size heights size"_s));
+}
+
+void TestLazyDocumentLayoutHeights::onlyWhatMayWrapIsGuessedAtAnotherWidth()
+{
+    LaidOutDocument document(u"short\n"_s.repeated(3) + QString(wide + u'\n').repeated(100)
+                             + u"short"_s);
+    QVERIFY(document.settle());
+    document.setTextWidth(pageWidth / 2);
+    const QString shape = heightShape(document);
+    QVERIFY2(shape.startsWith(u"3*"_s + document.line(1) + u" gap("_s), qPrintable(shape));
+    QVERIFY2(shape.endsWith(u"?) "_s + document.line(1)), qPrintable(shape));
+}
+
+void TestLazyDocumentLayoutHeights::anInsertionLeavesTheOtherHeights()
+{
+    LaidOutDocument document(u"short\n"_s + QString(wide + u'\n').repeated(100) + u"short"_s);
+    QVERIFY(document.settle());
+    const QString before = heightShape(document);
+    const QSignalSpy sizes(&document.layout(), &LazyDocumentLayout::documentSizeChanged);
+    QTextCursor cursor(&document);
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(u"\nshort\nshort"_s);
+    QVERIFY(before.endsWith(document.line(1)));
+    QCOMPARE(heightShape(document),
+             before.chopped(document.line(1).size()) + u"3*"_s + document.line(1));
+    QCOMPARE(sizes.size(), 1);
+}
+
+} // namespace tarn::console
+
+QTEST_MAIN(tarn::console::TestLazyDocumentLayoutHeights)
+
+#include "tst_lazydocumentlayout_heights.moc"
