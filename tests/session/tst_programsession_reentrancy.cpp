@@ -1,6 +1,7 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -261,5 +262,5 @@ void TestProgramSessionReentrancy::aLineIsPendingWhenItIsAnnounced()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionReentrancy)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionReentrancy))
 #include "tst_programsession_reentrancy.moc"

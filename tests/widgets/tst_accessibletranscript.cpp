@@ -1,4 +1,5 @@
 #include "support/rebuiltview.h"
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/accessibletranscript.h"
 #include "widgets/transcriptview.h"
@@ -222,6 +223,6 @@ void TestAccessibleTranscript::aPassageIsScrolledIntoView()
     }
 }
 
-QTEST_MAIN(TestAccessibleTranscript)
+TARN_TEST(QTEST_MAIN(TestAccessibleTranscript))
 
 #include "tst_accessibletranscript.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/blockmeasure.h"
 
 #include <QTest>
@@ -78,6 +79,6 @@ void TestBlockMeasure::onlyMeasuredHeightsAreExact()
     QVERIFY(BlockMeasure{.height = Height::OneLine}.isExact());
 }
 
-QTEST_APPLESS_MAIN(TestBlockMeasure)
+TARN_TEST(QTEST_APPLESS_MAIN(TestBlockMeasure))
 
 #include "tst_blockmeasure.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/characterextents.h"
 
 #include <QRandomGenerator>
@@ -121,6 +122,6 @@ void TestCharacterExtents::theWidthGrowsWithTheText()
     QCOMPARE(extents.lineOf(u"\t").width, option.tabStopDistance());
 }
 
-QTEST_MAIN(TestCharacterExtents)
+TARN_TEST(QTEST_MAIN(TestCharacterExtents))
 
 #include "tst_characterextents.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/endlesswords.h"
 
 #include <QTest>
@@ -51,6 +52,6 @@ void TestEndlessWords::theWordOfEachPosition()
     }
 }
 
-QTEST_MAIN(TestEndlessWords)
+TARN_TEST(QTEST_MAIN(TestEndlessWords))
 
 #include "tst_endlesswords.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/inputeditor.h"
 
 #include <QInputMethodEvent>
@@ -413,6 +414,6 @@ void TestInputEditor::theWheelScrollsADraftThatIsTooHigh()
     QVERIFY(bar->value() > 0);
 }
 
-QTEST_MAIN(TestInputEditor)
+TARN_TEST(QTEST_MAIN(TestInputEditor))
 
 #include "tst_inputeditor.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/inputeditor.h"
 
 #include <QApplication>
@@ -316,6 +317,6 @@ void TestInputEditorInsertion::cutAndCopyKeepEveryCharacter()
     QCOMPARE(shown.editor.document()->toRawText(), text);
 }
 
-QTEST_MAIN(TestInputEditorInsertion)
+TARN_TEST(QTEST_MAIN(TestInputEditorInsertion))
 
 #include "tst_inputeditor_insertion.moc"

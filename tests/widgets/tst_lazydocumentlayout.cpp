@@ -1,5 +1,6 @@
 #include "widgets/lazydocumentlayout.h"
 
+#include "support/testregistry.h"
 #include "widgets/twinedits.h"
 
 #include <QScrollBar>
@@ -391,6 +392,6 @@ void TestLazyDocumentLayout::manyParagraphsAfterAnInsertionAtTheTop()
     QVERIFY2(difference.isEmpty(), qPrintable(difference));
 }
 
-QTEST_MAIN(TestLazyDocumentLayout)
+TARN_TEST(QTEST_MAIN(TestLazyDocumentLayout))
 
 #include "tst_lazydocumentlayout.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/twinedits.h"
 
 #include <QApplication>
@@ -407,6 +408,6 @@ void TestLazyDocumentLayoutEditing::aCopyPrintsAlike()
     QVERIFY(lazy == printed(m_twins->stock()));
 }
 
-QTEST_MAIN(TestLazyDocumentLayoutEditing)
+TARN_TEST(QTEST_MAIN(TestLazyDocumentLayoutEditing))
 
 #include "tst_lazydocumentlayout_editing.moc"

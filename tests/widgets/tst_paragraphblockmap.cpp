@@ -1,6 +1,7 @@
 #include "widgets/paragraphblockmap.h"
 
 #include "support/nastybytes.h"
+#include "support/testregistry.h"
 
 #include <QTest>
 #include <QTextBlock>
@@ -240,6 +241,6 @@ void TestParagraphBlockMap::agreesWithAListOfTexts()
     }
 }
 
-QTEST_MAIN(TestParagraphBlockMap)
+TARN_TEST(QTEST_MAIN(TestParagraphBlockMap))
 
 #include "tst_paragraphblockmap.moc"

@@ -1,6 +1,7 @@
 #include "widgets/paragraphpresentation.h"
 
 #include "support/nastybytes.h"
+#include "support/testregistry.h"
 
 #include <QTest>
 
@@ -271,6 +272,6 @@ void TestParagraphPresentation::forcedDirectionsIgnoreTheText()
     }
 }
 
-QTEST_GUILESS_MAIN(TestParagraphPresentation)
+TARN_TEST(QTEST_GUILESS_MAIN(TestParagraphPresentation))
 
 #include "tst_paragraphpresentation.moc"

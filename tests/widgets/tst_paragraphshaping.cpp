@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/paragraphshaping.h"
 
 #include <QTest>
@@ -79,6 +80,6 @@ void TestParagraphShaping::marksShapedApartTakeTheSameLines()
         QCOMPARE(apart.lineAt(line).textStart(), whole.lineAt(line).textStart());
 }
 
-QTEST_MAIN(TestParagraphShaping)
+TARN_TEST(QTEST_MAIN(TestParagraphShaping))
 
 #include "tst_paragraphshaping.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/segmentedparagraph.h"
 
 #include <QFont>
@@ -264,6 +265,6 @@ void TestSegmentedParagraph::ofVeryLongParagraphsAFewAreKept()
     QCOMPARE(keptOf(8, u"step by step "_s.repeated(20'000)), (QList<int>{3, 4, 5, 6, 7}));
 }
 
-QTEST_MAIN(TestSegmentedParagraph)
+TARN_TEST(QTEST_MAIN(TestSegmentedParagraph))
 
 #include "tst_segmentedparagraph.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/shapedblocks.h"
 
 #include <QList>
@@ -162,6 +163,6 @@ void TestShapedBlocks::clearReleasesEverything()
     QCOMPARE(contained(blocks), QList<int>());
 }
 
-QTEST_APPLESS_MAIN(TestShapedBlocks)
+TARN_TEST(QTEST_APPLESS_MAIN(TestShapedBlocks))
 
 #include "tst_shapedblocks.moc"

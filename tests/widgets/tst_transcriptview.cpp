@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -450,6 +451,6 @@ void TestTranscriptView::refreshAloneChangesNothing()
     QCOMPARE(shown.view.textCursor().selectedText(), u"bc"_s);
 }
 
-QTEST_MAIN(TestTranscriptView)
+TARN_TEST(QTEST_MAIN(TestTranscriptView))
 
 #include "tst_transcriptview.moc"

@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "widgets/shownview.h"
 
 #include <QAccessible>
@@ -152,6 +153,6 @@ void TestTranscriptViewAccessibility::theWholeTextCanBeRead()
     QVERIFY(view->state().readOnly);
 }
 
-QTEST_MAIN(TestTranscriptViewAccessibility)
+TARN_TEST(QTEST_MAIN(TestTranscriptViewAccessibility))
 
 #include "tst_transcriptview_accessibility.moc"

@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -451,6 +452,6 @@ void TestTranscriptViewDraft::refreshWithoutFocusTakesNone()
     QCOMPARE(QApplication::focusWidget(), nullptr);
 }
 
-QTEST_MAIN(TestTranscriptViewDraft)
+TARN_TEST(QTEST_MAIN(TestTranscriptViewDraft))
 
 #include "tst_transcriptview_draft.moc"

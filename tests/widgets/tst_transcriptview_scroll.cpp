@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -580,6 +581,6 @@ void TestTranscriptViewScroll::aWrongGuessBringsNoScrollBar()
         QCOMPARE(range[1].toInt(), 0);
 }
 
-QTEST_MAIN(TestTranscriptViewScroll)
+TARN_TEST(QTEST_MAIN(TestTranscriptViewScroll))
 
 #include "tst_transcriptview_scroll.moc"

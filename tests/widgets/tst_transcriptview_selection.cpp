@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -530,6 +531,6 @@ void TestTranscriptViewSelection::keysMoveACaretAndSelect()
     QCOMPARE(characters(shown.view), u"abc def\nghi\nmore\n"_s);
 }
 
-QTEST_MAIN(TestTranscriptViewSelection)
+TARN_TEST(QTEST_MAIN(TestTranscriptViewSelection))
 
 #include "tst_transcriptview_selection.moc"

@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "widgets/viewhistory.h"
 
 #include <QApplication>
@@ -73,6 +74,6 @@ void TestTranscriptViewOracle::looksLikeAFullRebuild()
     }
 }
 
-QTEST_MAIN(TestTranscriptViewOracle)
+TARN_TEST(QTEST_MAIN(TestTranscriptViewOracle))
 
 #include "tst_transcriptvieworacle.moc"

@@ -1,4 +1,5 @@
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 #include "window/statuslabel.h"
 #include "window/visibletext.h"
@@ -334,5 +335,5 @@ void TestConsoleWindowHostileTexts::aSavedFontNameIsShownAsItStands()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowHostileTexts)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowHostileTexts))
 #include "tst_consolewindow_hostiletexts.moc"
