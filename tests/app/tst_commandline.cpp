@@ -1,3 +1,5 @@
+#include "support/testregistry.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QStringList>
@@ -171,5 +173,5 @@ void TestCommandLine::refusesWhatItDoesNotKnow()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestCommandLine)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestCommandLine))
 #include "tst_commandline.moc"

@@ -1,6 +1,7 @@
 #include "app/terminationsignals.h"
 #include "support/descendants.h"
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QDialog>
@@ -229,5 +230,5 @@ void TestTerminationSignals::theExecutableEndsInOrder()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestTerminationSignals)
+TARN_TEST(QTEST_MAIN(tarn::console::TestTerminationSignals))
 #include "tst_terminationsignals.moc"

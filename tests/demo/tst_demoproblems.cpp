@@ -1,4 +1,5 @@
 #include "demo/demorunner.h"
+#include "support/testregistry.h"
 
 #include <QDir>
 #include <QTest>
@@ -228,5 +229,5 @@ void TestDemoProblems::wrongCommandLine()
     QCOMPARE(result.status, 2);
 }
 
-QTEST_GUILESS_MAIN(TestDemoProblems)
+TARN_TEST(QTEST_GUILESS_MAIN(TestDemoProblems))
 #include "tst_demoproblems.moc"

@@ -1,4 +1,5 @@
 #include "demo/demorunner.h"
+#include "support/testregistry.h"
 
 #include <QDir>
 #include <QFile>
@@ -223,5 +224,5 @@ void TestDemoScripts::journalNotesTheRun()
     QCOMPARE(file.readAll(), "started\nasked\nanswered\nasked\ninput closed\nended 5\n"_ba);
 }
 
-QTEST_GUILESS_MAIN(TestDemoScripts)
+TARN_TEST(QTEST_GUILESS_MAIN(TestDemoScripts))
 #include "tst_demoscripts.moc"

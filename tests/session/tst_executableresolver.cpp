@@ -1,4 +1,5 @@
 #include "session/executableresolver.h"
+#include "support/testregistry.h"
 
 #include <QDir>
 #include <QFile>
@@ -284,5 +285,5 @@ void TestExecutableResolver::theSourcesHaveFixedValues()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestExecutableResolver)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestExecutableResolver))
 #include "tst_executableresolver.moc"

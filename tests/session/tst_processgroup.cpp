@@ -1,6 +1,7 @@
 #include "session/processgroup.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QPointer>
 #include <QRegularExpression>
@@ -111,5 +112,5 @@ void TestProcessGroup::theReaperKillsWhenItIsDestroyed()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProcessGroup)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProcessGroup))
 #include "tst_processgroup.moc"

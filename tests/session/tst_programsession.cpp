@@ -1,6 +1,7 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QPointer>
 #include <QRegularExpression>
@@ -384,5 +385,5 @@ void TestProgramSession::ignoresLateEventsOfAnEarlierRun()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSession)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSession))
 #include "tst_programsession.moc"

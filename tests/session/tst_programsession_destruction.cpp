@@ -3,6 +3,7 @@
 #include "session/slowpipesession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 #include "support/watchdogs.h"
 
 #include <QPointer>
@@ -295,5 +296,5 @@ void TestProgramSessionDestruction::callsThatDestroyTheSessionStillAnswer()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionDestruction)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionDestruction))
 #include "tst_programsession_destruction.moc"

@@ -1,6 +1,7 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sourcefile.h"
+#include "support/testregistry.h"
 
 #include <QDir>
 #include <QFile>
@@ -199,5 +200,5 @@ void TestProgramSessionEndurance::theLastOutputIsNeverLost()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionEndurance)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionEndurance))
 #include "tst_programsession_endurance.moc"

@@ -1,6 +1,7 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 #include "support/watchdogs.h"
 
 #include <QFile>
@@ -326,5 +327,5 @@ void TestProgramSessionGroup::theProgramDiesWithTheConsole()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionGroup)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionGroup))
 #include "tst_programsession_group.moc"

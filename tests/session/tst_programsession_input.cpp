@@ -1,6 +1,7 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -398,5 +399,5 @@ void TestProgramSessionInput::theEndOfTheRunEndsTheInput()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionInput)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionInput))
 #include "tst_programsession_input.moc"

@@ -1,6 +1,7 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QDir>
 #include <QFile>
@@ -343,5 +344,5 @@ void TestProgramSessionLaunch::usesOneSeparateChannelsProcess()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionLaunch)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionLaunch))
 #include "tst_programsession_launch.moc"

@@ -1,6 +1,7 @@
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 #include "support/watchdogs.h"
 
 #include <QDir>
@@ -240,5 +241,5 @@ void TestProgramSessionLeftovers::theWatchdogInheritsNothing()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionLeftovers)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionLeftovers))
 #include "tst_programsession_leftovers.moc"

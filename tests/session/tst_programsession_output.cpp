@@ -2,6 +2,7 @@
 #include "support/blockingwait.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QDir>
 #include <QFile>
@@ -355,5 +356,5 @@ void TestProgramSessionOutput::reportsAReadErrorAtTheEnd()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionOutput)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionOutput))
 #include "tst_programsession_output.moc"

@@ -2,6 +2,7 @@
 #include "session/sessionsignals.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -283,5 +284,5 @@ void TestProgramSessionReentrancy::nothingFollowsALineWhenItsRunIsReplaced()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionReentrancy)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionReentrancy))
 #include "tst_programsession_reentrancy.moc"

@@ -1,6 +1,7 @@
 #include "session/slowpipesession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QRegularExpression>
 #include <QTest>
@@ -288,5 +289,5 @@ void TestProgramSessionSlowPipe::aListenerMayEndTheRunBeforeTheLineIsWritten()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionSlowPipe)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionSlowPipe))
 #include "tst_programsession_slowpipe.moc"

@@ -2,6 +2,7 @@
 #include "support/blockingwait.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
+#include "support/testregistry.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -397,5 +398,5 @@ void TestProgramSessionStop::aStopWhileStartingCanFailToStart()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionStop)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionStop))
 #include "tst_programsession_stop.moc"

@@ -1,4 +1,5 @@
 #include "session/programsession.h"
+#include "support/testregistry.h"
 
 #include <QDataStream>
 #include <QMetaMethod>
@@ -195,5 +196,5 @@ void TestProgramSessionTypes::theSignalsHaveAFixedOrder()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionTypes)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestProgramSessionTypes))
 #include "tst_programsession_types.moc"

@@ -1,5 +1,7 @@
 #include "textlayout/advancetable.h"
 
+#include "support/testregistry.h"
+
 #include <QRandomGenerator>
 #include <QTest>
 #include <QTextLayout>
@@ -124,6 +126,6 @@ void TestAdvanceTable::theWidthGrowsWithTheText()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestAdvanceTable)
+TARN_TEST(QTEST_MAIN(tarn::console::TestAdvanceTable))
 
 #include "tst_advancetable.moc"

@@ -1,5 +1,7 @@
 #include "textlayout/blockheight.h"
 
+#include "support/testregistry.h"
+
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -144,6 +146,6 @@ void TestBlockHeight::aBlockKeepsIt()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestBlockHeight)
+TARN_TEST(QTEST_MAIN(tarn::console::TestBlockHeight))
 
 #include "tst_blockheight.moc"

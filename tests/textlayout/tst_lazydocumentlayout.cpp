@@ -1,5 +1,6 @@
 #include "textlayout/lazydocumentlayout.h"
 
+#include "support/testregistry.h"
 #include "textlayout/twinedits.h"
 
 #include <QScrollBar>
@@ -394,6 +395,6 @@ void TestLazyDocumentLayout::manyParagraphsAfterAnInsertionAtTheTop()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestLazyDocumentLayout)
+TARN_TEST(QTEST_MAIN(tarn::console::TestLazyDocumentLayout))
 
 #include "tst_lazydocumentlayout.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "textlayout/twinedits.h"
 
 #include <QApplication>
@@ -410,6 +411,6 @@ void TestLazyDocumentLayoutEditing::aCopyPrintsAlike()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestLazyDocumentLayoutEditing)
+TARN_TEST(QTEST_MAIN(tarn::console::TestLazyDocumentLayoutEditing))
 
 #include "tst_lazydocumentlayout_editing.moc"

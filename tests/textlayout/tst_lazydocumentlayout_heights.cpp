@@ -1,6 +1,7 @@
 #include "textlayout/lazydocumentlayout.h"
 
 #include "support/patience.h"
+#include "support/testregistry.h"
 #include "textlayout/heightshape.h"
 
 #include <QFontMetricsF>
@@ -180,6 +181,6 @@ void TestLazyDocumentLayoutHeights::anInsertionLeavesTheOtherHeights()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestLazyDocumentLayoutHeights)
+TARN_TEST(QTEST_MAIN(tarn::console::TestLazyDocumentLayoutHeights))
 
 #include "tst_lazydocumentlayout_heights.moc"

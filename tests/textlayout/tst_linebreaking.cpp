@@ -1,5 +1,7 @@
 #include "textlayout/linebreaking.h"
 
+#include "support/testregistry.h"
+
 #include <QTest>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -92,6 +94,6 @@ void TestLineBreaking::afterACharacterThatIsTooWideWordsStayWhole()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestLineBreaking)
+TARN_TEST(QTEST_MAIN(tarn::console::TestLineBreaking))
 
 #include "tst_linebreaking.moc"

@@ -1,5 +1,6 @@
 #include "textlayout/overlongclusters.h"
 
+#include "support/testregistry.h"
 #include "textlayout/linebreaking.h"
 
 #include <QTest>
@@ -84,6 +85,6 @@ void TestOverlongClusters::marksShapedApartTakeTheSameLines()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestOverlongClusters)
+TARN_TEST(QTEST_MAIN(tarn::console::TestOverlongClusters))
 
 #include "tst_overlongclusters.moc"

@@ -1,5 +1,7 @@
 #include "textlayout/overlongwords.h"
 
+#include "support/testregistry.h"
+
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -54,6 +56,6 @@ void TestOverlongWords::theWordOfEachPosition()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestOverlongWords)
+TARN_TEST(QTEST_MAIN(tarn::console::TestOverlongWords))
 
 #include "tst_overlongwords.moc"

@@ -1,5 +1,7 @@
 #include "textlayout/segmentedparagraph.h"
 
+#include "support/testregistry.h"
+
 #include <QFont>
 #include <QImage>
 #include <QPainter>
@@ -222,6 +224,6 @@ void TestSegmentedParagraph::aRefusedTextMayBeFollowedByAnother()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestSegmentedParagraph)
+TARN_TEST(QTEST_MAIN(tarn::console::TestSegmentedParagraph))
 
 #include "tst_segmentedparagraph.moc"

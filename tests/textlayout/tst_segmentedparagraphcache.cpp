@@ -1,5 +1,6 @@
 #include "textlayout/segmentedparagraphcache.h"
 
+#include "support/testregistry.h"
 #include "textlayout/segmentedparagraph.h"
 
 #include <QFont>
@@ -72,6 +73,6 @@ void TestSegmentedParagraphCache::ofVeryLongParagraphsAFewAreKept()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestSegmentedParagraphCache)
+TARN_TEST(QTEST_MAIN(tarn::console::TestSegmentedParagraphCache))
 
 #include "tst_segmentedparagraphcache.moc"

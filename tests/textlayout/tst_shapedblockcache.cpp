@@ -1,5 +1,7 @@
 #include "textlayout/shapedblockcache.h"
 
+#include "support/testregistry.h"
+
 #include <QList>
 #include <QTest>
 
@@ -188,6 +190,6 @@ void TestShapedBlockCache::clearReleasesEverything()
 
 } // namespace tarn::console
 
-QTEST_APPLESS_MAIN(tarn::console::TestShapedBlockCache)
+TARN_TEST(QTEST_APPLESS_MAIN(tarn::console::TestShapedBlockCache))
 
 #include "tst_shapedblockcache.moc"

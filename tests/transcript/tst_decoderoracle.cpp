@@ -4,6 +4,7 @@
 #include "support/nastybytes.h"
 #include "support/plaindecoder.h"
 #include "support/seededrounds.h"
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -236,6 +237,6 @@ void TestDecoderOracle::longRunsOfOneByte()
         == expected);
 }
 
-QTEST_GUILESS_MAIN(TestDecoderOracle)
+TARN_TEST(QTEST_GUILESS_MAIN(TestDecoderOracle))
 
 #include "tst_decoderoracle.moc"

@@ -3,6 +3,7 @@
 #include "transcript/incrementaloutputdecoder.h"
 
 #include "support/decodercheck.h"
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -239,6 +240,6 @@ void TestDecoderStress::whatIsBeyondTheLastCodePointIsEscaped_data()
     escapedRow("last of six bytes", "FD BF BF BF BF BF");
 }
 
-QTEST_GUILESS_MAIN(TestDecoderStress)
+TARN_TEST(QTEST_GUILESS_MAIN(TestDecoderStress))
 
 #include "tst_decoderstress.moc"

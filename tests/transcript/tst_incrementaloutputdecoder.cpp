@@ -1,5 +1,6 @@
 #include "transcript/incrementaloutputdecoder.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -342,6 +343,6 @@ void TestIncrementalOutputDecoder::replacementCharacterOnlyWhenPrinted()
     QCOMPARE(flattened(decoder.append(fromHex("EFBFBD"))), u"\uFFFD"_s);
 }
 
-QTEST_GUILESS_MAIN(TestIncrementalOutputDecoder)
+TARN_TEST(QTEST_GUILESS_MAIN(TestIncrementalOutputDecoder))
 
 #include "tst_incrementaloutputdecoder.moc"

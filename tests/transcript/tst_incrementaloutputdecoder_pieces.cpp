@@ -2,6 +2,7 @@
 
 #include "transcript/incrementaloutputdecoder.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -178,6 +179,6 @@ void TestIncrementalOutputDecoderPieces::appendCodePointClassifies()
     QCOMPARE(describe(fragments), describe(Fragments{textFragment(text + u'z', direction + u'z')}));
 }
 
-QTEST_GUILESS_MAIN(TestIncrementalOutputDecoderPieces)
+TARN_TEST(QTEST_GUILESS_MAIN(TestIncrementalOutputDecoderPieces))
 
 #include "tst_incrementaloutputdecoder_pieces.moc"

@@ -1,5 +1,6 @@
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -330,6 +331,6 @@ void TestTranscript::checksChangeNothing()
     QCOMPARE(paragraphTexts(transcript), QStringList({u"a$"_s, u"bc"_s}));
 }
 
-QTEST_GUILESS_MAIN(TestTranscript)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscript))
 
 #include "tst_transcript.moc"

@@ -2,6 +2,7 @@
 
 #include "support/changesreader.h"
 #include "support/nastybytes.h"
+#include "support/testregistry.h"
 #include "support/transcripthistory.h"
 #include "support/transcripttesting.h"
 
@@ -274,6 +275,6 @@ void TestTranscriptChanges::readersOfTheChangesKeepUp()
     }
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptChanges)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptChanges))
 
 #include "tst_transcript_changes.moc"

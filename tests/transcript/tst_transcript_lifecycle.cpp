@@ -1,5 +1,6 @@
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -340,6 +341,6 @@ void TestTranscriptLifecycle::copiesOfTheTranscriptAreIndependent()
     QCOMPARE(paragraphTexts(copy), QStringList{u"a\\xE2\\x82b$"_s});
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptLifecycle)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptLifecycle))
 
 #include "tst_transcript_lifecycle.moc"

@@ -1,5 +1,6 @@
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -384,6 +385,6 @@ void TestTranscriptLimits::acknowledgingMakesRoom()
     QCOMPARE(append(transcript, Out, "e"_ba), stopped(0, TranscriptLimit::PendingUpdates));
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptLimits)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptLimits))
 
 #include "tst_transcript_limits.moc"

@@ -2,6 +2,7 @@
 
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -141,6 +142,6 @@ void TestTranscriptMemory::recordsOfTheSameByteShareIt()
     QVERIFY(isOneBuffer(records.at(2 * 'a').text, records.at(2 * 'a' + 1).text));
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptMemory)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptMemory))
 
 #include "tst_transcript_memory.moc"

@@ -3,6 +3,7 @@
 #include "transcript/transcript.h"
 
 #include "support/nastybytes.h"
+#include "support/testregistry.h"
 #include "support/transcripthistory.h"
 #include "support/transcriptproperties.h"
 #include "support/transcripttesting.h"
@@ -207,6 +208,6 @@ void TestTranscriptProperties::foundPositionsLieBetweenCharacters()
     }
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptProperties)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptProperties))
 
 #include "tst_transcript_properties.moc"

@@ -1,6 +1,7 @@
 #include "transcript/transcript.h"
 
 #include "support/nastybytes.h"
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -369,6 +370,6 @@ void TestTranscriptQueries::findAgreesWithCountingEveryMatch()
     }
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptQueries)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptQueries))
 
 #include "tst_transcript_queries.moc"

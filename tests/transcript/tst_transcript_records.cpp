@@ -1,5 +1,6 @@
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -345,6 +346,6 @@ void TestTranscriptRecords::recordsStandInTheOrderOfArrival()
                       TranscriptRecordKind::StreamOutput, TranscriptRecordKind::Outcome}));
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptRecords)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptRecords))
 
 #include "tst_transcript_records.moc"

@@ -1,5 +1,6 @@
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -227,6 +228,6 @@ void TestTranscriptStream::paragraphListsAreSnapshots()
     QCOMPARE(before.at(0).directionText, u"ab"_s);
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptStream)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptStream))
 
 #include "tst_transcript_stream.moc"

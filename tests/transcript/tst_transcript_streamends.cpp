@@ -1,5 +1,6 @@
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -252,6 +253,6 @@ void TestTranscriptStreamEnds::beginStreamsKeepsEverythingElse()
     QCOMPARE(transcript.direction(), ContentDirection::RightToLeft);
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptStreamEnds)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptStreamEnds))
 
 #include "tst_transcript_streamends.moc"

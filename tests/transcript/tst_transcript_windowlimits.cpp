@@ -1,5 +1,6 @@
 #include "transcript/transcript.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 
 #include <QTest>
@@ -158,6 +159,6 @@ void TestTranscriptWindowLimits::retainedLimitInTheMiddleOfAChunk()
     QCOMPARE(transcript.records().at(1).bytes, line.repeated(431));
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptWindowLimits)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptWindowLimits))
 
 #include "tst_transcript_windowlimits.moc"

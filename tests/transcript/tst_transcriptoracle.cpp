@@ -3,6 +3,7 @@
 #include "support/nastybytes.h"
 #include "support/plaintranscript.h"
 #include "support/seededrounds.h"
+#include "support/testregistry.h"
 #include "support/transcriptcomparison.h"
 #include "support/transcripthistory.h"
 #include "support/transcriptscript.h"
@@ -87,6 +88,6 @@ void TestTranscriptOracle::scriptsEndAlike()
     }
 }
 
-QTEST_GUILESS_MAIN(TestTranscriptOracle)
+TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptOracle))
 
 #include "tst_transcriptoracle.moc"

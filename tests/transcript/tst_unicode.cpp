@@ -2,6 +2,7 @@
 
 #include "transcript/incrementaloutputdecoder.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/paragraphpresentation.h"
 
@@ -197,6 +198,6 @@ void TestUnicode::everyCharacterHasItsDirection()
     QVERIFY(compared > 280'000);
 }
 
-QTEST_GUILESS_MAIN(TestUnicode)
+TARN_TEST(QTEST_GUILESS_MAIN(TestUnicode))
 
 #include "tst_unicode.moc"

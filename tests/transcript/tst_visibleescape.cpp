@@ -3,6 +3,7 @@
 #include "transcript/visibleescape.h"
 
 #include "support/plaindecoder.h"
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "transcript/decodedtext.h"
 #include "transcript/incrementaloutputdecoder.h"
@@ -131,6 +132,6 @@ void TestVisibleEscape::echoesAndOutputShowACodePointAlike()
     QCOMPARE(transcript.paragraphs().at(1).text, text);
 }
 
-QTEST_GUILESS_MAIN(TestVisibleEscape)
+TARN_TEST(QTEST_GUILESS_MAIN(TestVisibleEscape))
 
 #include "tst_visibleescape.moc"

@@ -1,6 +1,7 @@
 #include "app/consolestartupoptions.h"
 #include "support/popupmeeting.h"
 #include "support/sourcefile.h"
+#include "support/testregistry.h"
 #include "support/visibletexts.h"
 #include "window/consolewindow.h"
 
@@ -389,5 +390,5 @@ void TestArabicInterface::statusesInTwoLanguagesBeginInArabic()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestArabicInterface)
+TARN_TEST(QTEST_MAIN(tarn::console::TestArabicInterface))
 #include "tst_arabicinterface.moc"

@@ -1,6 +1,7 @@
 #include "app/consolestartupoptions.h"
 #include "support/popupmeeting.h"
 #include "support/sourcefile.h"
+#include "support/testregistry.h"
 #include "support/visibletexts.h"
 #include "window/consolewindow.h"
 
@@ -177,5 +178,5 @@ void TestArabicMenus::menuOfAFileInTheChooser()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestArabicMenus)
+TARN_TEST(QTEST_MAIN(tarn::console::TestArabicMenus))
 #include "tst_arabicmenus.moc"

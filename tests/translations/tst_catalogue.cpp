@@ -1,4 +1,5 @@
 #include "catalogue.h"
+#include "support/testregistry.h"
 
 #include <QFile>
 #include <QMap>
@@ -275,5 +276,5 @@ void TestCatalogue::builtCatalogueHasTheTextsOfQt()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestCatalogue)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestCatalogue))
 #include "tst_catalogue.moc"

@@ -1,4 +1,5 @@
 #include "support/rebuiltview.h"
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/accessibletranscript.h"
 #include "widgets/transcriptview.h"
@@ -225,6 +226,6 @@ void TestAccessibleTranscript::aPassageIsScrolledIntoView()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestAccessibleTranscript)
+TARN_TEST(QTEST_MAIN(tarn::console::TestAccessibleTranscript))
 
 #include "tst_accessibletranscript.moc"

@@ -1,5 +1,7 @@
 #include "widgets/inputeditor.h"
 
+#include "support/testregistry.h"
+
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -416,6 +418,6 @@ void TestInputEditor::theWheelScrollsADraftThatIsTooHigh()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestInputEditor)
+TARN_TEST(QTEST_MAIN(tarn::console::TestInputEditor))
 
 #include "tst_inputeditor.moc"

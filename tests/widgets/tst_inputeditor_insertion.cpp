@@ -1,5 +1,7 @@
 #include "widgets/inputeditor.h"
 
+#include "support/testregistry.h"
+
 #include <QApplication>
 #include <QClipboard>
 #include <QDropEvent>
@@ -319,6 +321,6 @@ void TestInputEditorInsertion::cutAndCopyKeepEveryCharacter()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestInputEditorInsertion)
+TARN_TEST(QTEST_MAIN(tarn::console::TestInputEditorInsertion))
 
 #include "tst_inputeditor_insertion.moc"

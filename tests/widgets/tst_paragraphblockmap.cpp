@@ -1,6 +1,7 @@
 #include "widgets/paragraphblockmap.h"
 
 #include "support/nastybytes.h"
+#include "support/testregistry.h"
 
 #include <QTest>
 #include <QTextBlock>
@@ -243,6 +244,6 @@ void TestParagraphBlockMap::agreesWithAListOfTexts()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestParagraphBlockMap)
+TARN_TEST(QTEST_MAIN(tarn::console::TestParagraphBlockMap))
 
 #include "tst_paragraphblockmap.moc"

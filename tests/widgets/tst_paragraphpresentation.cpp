@@ -1,6 +1,7 @@
 #include "widgets/paragraphpresentation.h"
 
 #include "support/nastybytes.h"
+#include "support/testregistry.h"
 
 #include <QTest>
 
@@ -274,6 +275,6 @@ void TestParagraphPresentation::forcedDirectionsIgnoreTheText()
 
 } // namespace tarn::console
 
-QTEST_GUILESS_MAIN(tarn::console::TestParagraphPresentation)
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestParagraphPresentation))
 
 #include "tst_paragraphpresentation.moc"

@@ -1,5 +1,7 @@
 #include "widgets/scrollrange.h"
 
+#include "support/testregistry.h"
+
 #include <QTest>
 
 #include <limits>
@@ -78,6 +80,6 @@ void TestScrollRange::aMissingBlockMeansTheEnd()
 
 } // namespace tarn::console
 
-QTEST_APPLESS_MAIN(tarn::console::TestScrollRange)
+TARN_TEST(QTEST_APPLESS_MAIN(tarn::console::TestScrollRange))
 
 #include "tst_scrollrange.moc"

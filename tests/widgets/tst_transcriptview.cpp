@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -453,6 +454,6 @@ void TestTranscriptView::refreshAloneChangesNothing()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestTranscriptView)
+TARN_TEST(QTEST_MAIN(tarn::console::TestTranscriptView))
 
 #include "tst_transcriptview.moc"

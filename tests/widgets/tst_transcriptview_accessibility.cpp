@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "widgets/shownview.h"
 
 #include <QAccessible>
@@ -155,6 +156,6 @@ void TestTranscriptViewAccessibility::theWholeTextCanBeRead()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestTranscriptViewAccessibility)
+TARN_TEST(QTEST_MAIN(tarn::console::TestTranscriptViewAccessibility))
 
 #include "tst_transcriptview_accessibility.moc"

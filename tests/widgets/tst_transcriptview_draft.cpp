@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -454,6 +455,6 @@ void TestTranscriptViewDraft::refreshWithoutFocusTakesNone()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestTranscriptViewDraft)
+TARN_TEST(QTEST_MAIN(tarn::console::TestTranscriptViewDraft))
 
 #include "tst_transcriptview_draft.moc"

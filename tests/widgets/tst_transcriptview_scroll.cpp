@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -583,6 +584,6 @@ void TestTranscriptViewScroll::aWrongGuessBringsNoScrollBar()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestTranscriptViewScroll)
+TARN_TEST(QTEST_MAIN(tarn::console::TestTranscriptViewScroll))
 
 #include "tst_transcriptview_scroll.moc"

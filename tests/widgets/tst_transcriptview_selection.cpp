@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "support/transcripttesting.h"
 #include "widgets/shownview.h"
 
@@ -533,6 +534,6 @@ void TestTranscriptViewSelection::keysMoveACaretAndSelect()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestTranscriptViewSelection)
+TARN_TEST(QTEST_MAIN(tarn::console::TestTranscriptViewSelection))
 
 #include "tst_transcriptview_selection.moc"

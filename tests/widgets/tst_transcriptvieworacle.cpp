@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "support/testregistry.h"
 #include "widgets/viewhistory.h"
 
 #include <QApplication>
@@ -76,6 +77,6 @@ void TestTranscriptViewOracle::looksLikeAFullRebuild()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestTranscriptViewOracle)
+TARN_TEST(QTEST_MAIN(tarn::console::TestTranscriptViewOracle))
 
 #include "tst_transcriptvieworacle.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QActionGroup>
@@ -370,5 +371,5 @@ void TestConsoleWindowActions::pasteFollowsClipboardAndDraft()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowActions)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowActions))
 #include "tst_consolewindow_actions.moc"

@@ -1,4 +1,5 @@
 #include "app/consolestartupoptions.h"
+#include "support/testregistry.h"
 #include "window/consolewindow.h"
 
 #include <QAction>
@@ -257,5 +258,5 @@ void TestConsoleWindowCatalogues::englishNeedsNoCatalogue()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowCatalogues)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowCatalogues))
 #include "tst_consolewindow_catalogues.moc"

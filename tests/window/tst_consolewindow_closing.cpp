@@ -1,4 +1,5 @@
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QAbstractButton>
@@ -435,5 +436,5 @@ void TestConsoleWindowClosing::stopAndCloseSavesTheSettingsAtTheEnd()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowClosing)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowClosing))
 #include "tst_consolewindow_closing.moc"

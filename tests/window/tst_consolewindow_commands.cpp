@@ -1,4 +1,5 @@
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QApplication>
@@ -398,5 +399,5 @@ void TestConsoleWindowCommands::menuButtonsOpenTheirMenus()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowCommands)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowCommands))
 #include "tst_consolewindow_commands.moc"

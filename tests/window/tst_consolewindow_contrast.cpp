@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QApplication>
@@ -234,5 +235,5 @@ void TestConsoleWindowContrast::aNewPaletteIsTakenAtOnce()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowContrast)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowContrast))
 #include "tst_consolewindow_contrast.moc"

@@ -1,4 +1,5 @@
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QApplication>
@@ -347,5 +348,5 @@ void TestConsoleWindowCopy::copiedTextSurvivesTheWindow()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowCopy)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowCopy))
 #include "tst_consolewindow_copy.moc"

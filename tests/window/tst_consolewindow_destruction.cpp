@@ -1,4 +1,5 @@
 #include "support/processtable.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QApplication>
@@ -96,5 +97,5 @@ void TestConsoleWindowDestruction::nothingReachesADestroyedWindow()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowDestruction)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowDestruction))
 #include "tst_consolewindow_destruction.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QInputMethodEvent>
@@ -304,5 +305,5 @@ void TestConsoleWindowDraft::draftSurvivesOtherCommands()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowDraft)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowDraft))
 #include "tst_consolewindow_draft.moc"

@@ -1,4 +1,5 @@
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QDragEnterEvent>
@@ -206,5 +207,5 @@ void TestConsoleWindowDrop::textIsStillDroppedIntoTheDraft()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowDrop)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowDrop))
 #include "tst_consolewindow_drop.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QScrollBar>
@@ -373,5 +374,5 @@ void TestConsoleWindowFind::matchCanBeCopied()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowFind)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowFind))
 #include "tst_consolewindow_find.moc"

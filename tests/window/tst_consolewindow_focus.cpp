@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QAbstractButton>
@@ -401,5 +402,5 @@ void TestConsoleWindowFocus::everythingCanBeDoneWithTheKeyboard()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowFocus)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowFocus))
 #include "tst_consolewindow_focus.moc"

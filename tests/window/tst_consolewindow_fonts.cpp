@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindow.h"
 
 #include <QLabel>
@@ -166,5 +167,5 @@ void TestConsoleWindowFonts::theTranscriptGetsTheSpareHeight()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowFonts)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowFonts))
 #include "tst_consolewindow_fonts.moc"

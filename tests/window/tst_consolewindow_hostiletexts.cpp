@@ -1,4 +1,5 @@
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "transcript/incrementaloutputdecoder.h"
 #include "transcript/visibleescape.h"
 #include "window/consolewindowfixture.h"
@@ -357,5 +358,5 @@ void TestConsoleWindowHostileTexts::aSavedFontNameIsShownAsItStands()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowHostileTexts)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowHostileTexts))
 #include "tst_consolewindow_hostiletexts.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QProcess>
@@ -266,5 +267,5 @@ void TestConsoleWindowInput::nextRunHasOpenInput()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowInput)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowInput))
 #include "tst_consolewindow_input.moc"

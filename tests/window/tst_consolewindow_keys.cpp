@@ -1,4 +1,5 @@
 #include "support/popupmeeting.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QApplication>
@@ -161,5 +162,5 @@ void TestConsoleWindowKeys::controlAltTypesCharacters()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowKeys)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowKeys))
 #include "tst_consolewindow_keys.moc"

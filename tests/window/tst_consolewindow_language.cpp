@@ -1,6 +1,7 @@
 #include "app/consolestartupoptions.h"
 #include "support/popupmeeting.h"
 #include "support/sourcefile.h"
+#include "support/testregistry.h"
 #include "support/visibletexts.h"
 #include "window/consolewindow.h"
 
@@ -442,5 +443,5 @@ void TestConsoleWindowLanguage::translatorGoesWithTheWindow()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowLanguage)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowLanguage))
 #include "tst_consolewindow_language.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "widgets/inputeditor.h"
 #include "widgets/transcriptview.h"
 #include "window/consolewindowfixture.h"
@@ -315,5 +316,5 @@ void TestConsoleWindowLayout::rowsFollowTheReadingDirection()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowLayout)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowLayout))
 #include "tst_consolewindow_layout.moc"

@@ -1,4 +1,5 @@
 #include "support/blockingwait.h"
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 #include "window/labelrecorder.h"
 
@@ -314,5 +315,5 @@ void TestConsoleWindowLimits::runAfterALimitAndClearIsCaptured()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowLimits)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowLimits))
 #include "tst_consolewindow_limits.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QApplication>
@@ -254,5 +255,5 @@ void TestConsoleWindowPaste::pasteKeyWithNothingToPaste()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowPaste)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowPaste))
 #include "tst_consolewindow_paste.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QHelpEvent>
@@ -309,5 +310,5 @@ void TestConsoleWindowPath::longPathShowsTheFileName()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowPath)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowPath))
 #include "tst_consolewindow_path.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QGuiApplication>
@@ -56,5 +57,5 @@ void TestConsoleWindowPlatform::closesWhileAProgramRuns()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowPlatform)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowPlatform))
 #include "tst_consolewindow_platform.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindow.h"
 #include "window/filechooser.h"
 
@@ -349,5 +350,5 @@ void TestConsoleWindowPreferences::survivesAConfigurationDirectoryThatCannotExis
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowPreferences)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowPreferences))
 #include "tst_consolewindow_preferences.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 #include "window/labelrecorder.h"
 
@@ -384,5 +385,5 @@ void TestConsoleWindowRun::stopActionAfterTheEndDoesNothing()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowRun)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowRun))
 #include "tst_consolewindow_run.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 #include "window/filechooser.h"
 #include "window/surroundings.h"
@@ -307,5 +308,5 @@ void TestConsoleWindowRunStart::runWhileActiveDoesNothing()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowRunStart)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowRunStart))
 #include "tst_consolewindow_runstart.moc"

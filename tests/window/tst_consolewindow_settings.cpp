@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindow.h"
 
 #include <QAction>
@@ -305,5 +306,5 @@ void TestConsoleWindowSettings::isAvailableWhileAProgramRuns()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowSettings)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowSettings))
 #include "tst_consolewindow_settings.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QFontMetrics>
@@ -138,5 +139,5 @@ void TestConsoleWindowSizes::draftGrowsWithItsTextUpTo84Pixels()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowSizes)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowSizes))
 #include "tst_consolewindow_sizes.moc"

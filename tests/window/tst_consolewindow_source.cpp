@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 #include "window/filechooser.h"
 #include "window/surroundings.h"
@@ -171,5 +172,5 @@ void TestConsoleWindowSource::relativeSourceIsShownAndRunAbsolute()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowSource)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowSource))
 #include "tst_consolewindow_source.moc"

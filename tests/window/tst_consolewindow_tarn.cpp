@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 #include "window/filechooser.h"
 #include "window/surroundings.h"
@@ -393,5 +394,5 @@ void TestConsoleWindowTarn::sourceIsCheckedBeforeTheTarn()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowTarn)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowTarn))
 #include "tst_consolewindow_tarn.moc"

@@ -1,3 +1,4 @@
+#include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QSettings>
@@ -135,5 +136,5 @@ void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow()
 
 } // namespace tarn::console
 
-QTEST_MAIN(tarn::console::TestConsoleWindowZoom)
+TARN_TEST(QTEST_MAIN(tarn::console::TestConsoleWindowZoom))
 #include "tst_consolewindow_zoom.moc"
