@@ -6,6 +6,8 @@
 
 using namespace Qt::StringLiterals;
 
+namespace tarn::console {
+
 namespace {
 
 const QString standInEnglish = u"(This is tarn-demo, a stand-in"_s;
@@ -229,5 +231,7 @@ void TestDemoProblems::wrongCommandLine()
     QCOMPARE(result.status, 2);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestDemoProblems))
+} // namespace tarn::console
+
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestDemoProblems))
 #include "tst_demoproblems.moc"

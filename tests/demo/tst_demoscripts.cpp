@@ -9,6 +9,8 @@
 
 using namespace Qt::StringLiterals;
 
+namespace tarn::console {
+
 /// What the commands and the programs of the demo folder do, run as the console runs them.
 class TestDemoScripts : public QObject
 {
@@ -224,5 +226,7 @@ void TestDemoScripts::journalNotesTheRun()
     QCOMPARE(file.readAll(), "started\nasked\nanswered\nasked\ninput closed\nended 5\n"_ba);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestDemoScripts))
+} // namespace tarn::console
+
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestDemoScripts))
 #include "tst_demoscripts.moc"

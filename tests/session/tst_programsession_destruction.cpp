@@ -67,7 +67,7 @@ struct DoomedSession
     {
         return start()
                && QTest::qWaitFor([this] { return recorder.output().contains("ready\n"); },
-                                  SessionRun<>::patience);
+                                  patience);
     }
 
     /// Destroys the session, but not a process object that may have led here.
@@ -100,7 +100,7 @@ struct DoomedSession
                     play();
                 return !session;
             },
-            SessionRun<>::patience);
+            patience);
     }
 
     void compareNothingLeft()

@@ -66,7 +66,7 @@ bool playToTheEnd(Run &run)
             }
             return !run.session.isActive();
         },
-        Run::patience);
+        patience);
 }
 
 /// Ends the run and starts the next one, all within the call.
@@ -155,7 +155,7 @@ void TestProgramSessionReentrancy::startsTheNextRunWhenOneHasEnded()
             QVERIFY(run.start());
     });
     QVERIFY(run.start());
-    QVERIFY(QTest::qWaitFor([&] { return run.recorder.outcomes(3).size() == 1; }, run.patience));
+    QVERIFY(QTest::qWaitFor([&] { return run.recorder.outcomes(3).size() == 1; }, patience));
 
     for (quint64 id = 1; id <= 3; ++id) {
         QCOMPARE(run.recorder.outcomes(id).size(), 1);

@@ -285,7 +285,7 @@ void TestProgramSessionStop::stopsAFlood()
 {
     SessionRun run("flood\n");
     QVERIFY(run.start());
-    QVERIFY(QTest::qWaitFor([&] { return run.output().size() > 1'000'000; }, run.patience));
+    QVERIFY(QTest::qWaitFor([&] { return run.output().size() > 1'000'000; }, patience));
     QTimer::singleShot(0, &run.session, &ProgramSession::stop);
     QVERIFY(run.waitForOutcome());
 
@@ -327,7 +327,7 @@ void TestProgramSessionStop::theKillTimerDoesNothingInTheNextRun()
             QVERIFY(QMetaObject::invokeMethod(timer, "timeout"));
         },
         Qt::SingleShotConnection);
-    QVERIFY(QTest::qWaitFor([&] { return run.recorder.outcomes(2).size() == 1; }, run.patience));
+    QVERIFY(QTest::qWaitFor([&] { return run.recorder.outcomes(2).size() == 1; }, patience));
 
     // The second program was asked, not killed.
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "session/programsession.h"
+#include "support/patience.h"
 #include "support/signalrecorder.h"
 #include "support/sourcefile.h"
 
@@ -65,8 +66,6 @@ struct SessionRun
         const QList<QProcess *> processes = session.template findChildren<QProcess *>();
         return processes.isEmpty() ? nullptr : processes.last();
     }
-
-    static constexpr int patience = 30'000;
 
     SourceFile source;
     Session session;

@@ -10,7 +10,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 using Decoder = IncrementalOutputDecoder;
 using Fragments = QList<DecoderFragment>;
@@ -237,6 +238,7 @@ void TestDecoderOracle::longRunsOfOneByte()
         == expected);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestDecoderOracle))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestDecoderOracle))
 #include "tst_decoderoracle.moc"

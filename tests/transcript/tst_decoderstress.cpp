@@ -9,7 +9,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -240,6 +241,7 @@ void TestDecoderStress::whatIsBeyondTheLastCodePointIsEscaped_data()
     escapedRow("last of six bytes", "FD BF BF BF BF BF");
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestDecoderStress))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestDecoderStress))
 #include "tst_decoderstress.moc"

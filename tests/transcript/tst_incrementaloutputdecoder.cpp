@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 using Decoder = IncrementalOutputDecoder;
 using Fragments = QList<DecoderFragment>;
@@ -343,6 +344,7 @@ void TestIncrementalOutputDecoder::replacementCharacterOnlyWhenPrinted()
     QCOMPARE(flattened(decoder.append(fromHex("EFBFBD"))), u"\uFFFD"_s);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestIncrementalOutputDecoder))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestIncrementalOutputDecoder))
 #include "tst_incrementaloutputdecoder.moc"

@@ -8,7 +8,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 using Decoder = IncrementalOutputDecoder;
 using Fragments = QList<DecoderFragment>;
@@ -179,6 +180,7 @@ void TestIncrementalOutputDecoderPieces::appendCodePointClassifies()
     QCOMPARE(describe(fragments), describe(Fragments{textFragment(text + u'z', direction + u'z')}));
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestIncrementalOutputDecoderPieces))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestIncrementalOutputDecoderPieces))
 #include "tst_incrementaloutputdecoder_pieces.moc"

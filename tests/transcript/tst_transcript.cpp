@@ -8,7 +8,8 @@
 #include <limits>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 using Fragments = QList<DecoderFragment>;
 
@@ -331,6 +332,7 @@ void TestTranscript::checksChangeNothing()
     QCOMPARE(paragraphTexts(transcript), QStringList({u"a$"_s, u"bc"_s}));
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscript))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscript))
 #include "tst_transcript.moc"

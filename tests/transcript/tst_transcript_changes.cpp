@@ -9,7 +9,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -275,6 +276,7 @@ void TestTranscriptChanges::readersOfTheChangesKeepUp()
     }
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptChanges))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptChanges))
 #include "tst_transcript_changes.moc"

@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 class TestTranscriptLifecycle : public QObject
 {
@@ -341,6 +342,7 @@ void TestTranscriptLifecycle::copiesOfTheTranscriptAreIndependent()
     QCOMPARE(paragraphTexts(copy), QStringList{u"a\\xE2\\x82b$"_s});
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptLifecycle))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptLifecycle))
 #include "tst_transcript_lifecycle.moc"

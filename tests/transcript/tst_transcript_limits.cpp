@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -385,6 +386,7 @@ void TestTranscriptLimits::acknowledgingMakesRoom()
     QCOMPARE(append(transcript, Out, "e"_ba), stopped(0, TranscriptLimit::PendingUpdates));
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptLimits))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptLimits))
 #include "tst_transcript_limits.moc"

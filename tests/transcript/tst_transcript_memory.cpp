@@ -8,7 +8,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -142,6 +143,7 @@ void TestTranscriptMemory::recordsOfTheSameByteShareIt()
     QVERIFY(isOneBuffer(records.at(2 * 'a').text, records.at(2 * 'a' + 1).text));
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptMemory))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptMemory))
 #include "tst_transcript_memory.moc"

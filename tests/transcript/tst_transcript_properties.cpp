@@ -11,7 +11,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -208,6 +209,7 @@ void TestTranscriptProperties::foundPositionsLieBetweenCharacters()
     }
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptProperties))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptProperties))
 #include "tst_transcript_properties.moc"

@@ -9,7 +9,8 @@
 #include <limits>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -370,6 +371,7 @@ void TestTranscriptQueries::findAgreesWithCountingEveryMatch()
     }
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptQueries))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptQueries))
 #include "tst_transcript_queries.moc"

@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -346,6 +347,7 @@ void TestTranscriptRecords::recordsStandInTheOrderOfArrival()
                       TranscriptRecordKind::StreamOutput, TranscriptRecordKind::Outcome}));
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptRecords))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptRecords))
 #include "tst_transcript_records.moc"

@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -228,6 +229,7 @@ void TestTranscriptStream::paragraphListsAreSnapshots()
     QCOMPARE(before.at(0).directionText, u"ab"_s);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptStream))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptStream))
 #include "tst_transcript_stream.moc"

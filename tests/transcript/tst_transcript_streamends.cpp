@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 class TestTranscriptStreamEnds : public QObject
 {
@@ -253,6 +254,7 @@ void TestTranscriptStreamEnds::beginStreamsKeepsEverythingElse()
     QCOMPARE(transcript.direction(), ContentDirection::RightToLeft);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptStreamEnds))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptStreamEnds))
 #include "tst_transcript_streamends.moc"

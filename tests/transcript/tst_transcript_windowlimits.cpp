@@ -6,7 +6,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 class TestTranscriptWindowLimits : public QObject
 {
@@ -159,6 +160,7 @@ void TestTranscriptWindowLimits::retainedLimitInTheMiddleOfAChunk()
     QCOMPARE(transcript.records().at(1).bytes, line.repeated(431));
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptWindowLimits))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptWindowLimits))
 #include "tst_transcript_windowlimits.moc"

@@ -12,7 +12,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -88,6 +89,7 @@ void TestTranscriptOracle::scriptsEndAlike()
     }
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestTranscriptOracle))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestTranscriptOracle))
 #include "tst_transcriptoracle.moc"

@@ -15,7 +15,8 @@
 #include <array>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 namespace {
 
@@ -198,6 +199,7 @@ void TestUnicode::everyCharacterHasItsDirection()
     QVERIFY(compared > 280'000);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestUnicode))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestUnicode))
 #include "tst_unicode.moc"

@@ -11,7 +11,8 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using namespace tarn::console;
+
+namespace tarn::console {
 
 using Decoder = IncrementalOutputDecoder;
 using Fragments = QList<DecoderFragment>;
@@ -132,6 +133,7 @@ void TestVisibleEscape::echoesAndOutputShowACodePointAlike()
     QCOMPARE(transcript.paragraphs().at(1).text, text);
 }
 
-TARN_TEST(QTEST_GUILESS_MAIN(TestVisibleEscape))
+} // namespace tarn::console
 
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestVisibleEscape))
 #include "tst_visibleescape.moc"

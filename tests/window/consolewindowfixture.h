@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/consolestartupoptions.h"
+#include "support/patience.h"
 #include "support/sourcefile.h"
 #include "window/consolewindow.h"
 
@@ -34,9 +35,6 @@ void addKeyBindings(QKeySequence::StandardKey key);
 class ConsoleWindowFixture
 {
 public:
-    /// Long enough for a busy machine; nothing ever waits this long when it works.
-    static constexpr int patience = 30'000;
-
     /// With no source selected.
     ConsoleWindowFixture();
     /// With the options as they are.

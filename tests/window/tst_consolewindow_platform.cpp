@@ -30,7 +30,7 @@ void TestConsoleWindowPlatform::startsRunsAndCloses()
     const ConsoleWindowFixture fixture("print name:\nread-line\nprint goodbye\nexit 3",
                                        optionsInRowLanguage());
     fixture.window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(fixture.window.get(), ConsoleWindowFixture::patience));
+    QVERIFY(QTest::qWaitForWindowExposed(fixture.window.get(), patience));
     QVERIFY(fixture.runUntil(u"name:"_s));
     fixture.draft()->setPlainText(u"سلمى"_s);
     fixture.trigger("sendAction");
@@ -48,7 +48,7 @@ void TestConsoleWindowPlatform::closesWhileAProgramRuns()
 {
     const ConsoleWindowFixture fixture("print ready\nwait-forever");
     fixture.window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(fixture.window.get(), ConsoleWindowFixture::patience));
+    QVERIFY(QTest::qWaitForWindowExposed(fixture.window.get(), patience));
     QVERIFY(fixture.runUntil(u"ready"_s));
     fixture.window->stopAndClose();
     QTRY_VERIFY(!fixture.window->isVisible());
