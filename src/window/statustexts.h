@@ -9,7 +9,7 @@
 
 namespace tarn::console {
 
-/// Every sentence that the status labels show, in the interface language of the moment, and the
+/// Every sentence that the status labels show, in the current interface language, and the
 /// headings of the transcript's records. A status keeps its language until the next one replaces
 /// it.
 class StatusTexts
@@ -28,7 +28,7 @@ public:
     static StatusMessage limitReached();
     static StatusMessage outcome(const ProgramOutcome &outcome);
 
-    /// The program's input. Empty for a result that needs no words.
+    /// The program's input.
     static StatusMessage sendResult(InputSendResult result);
     static StatusMessage multilineRefused();
     static StatusMessage inputClosed(bool linePending, bool draftLeft);
