@@ -9,9 +9,8 @@
 
 namespace tarn::console {
 
-/// Every sentence that the status labels show, in the current interface language, and the
-/// headings of the transcript's records. A status keeps its language until the next one replaces
-/// it.
+/// Every sentence that the status labels show, in the current interface language, and the headings
+/// of the transcript's records. A status keeps its language until the next one replaces it.
 class StatusTexts
 {
     Q_DECLARE_TR_FUNCTIONS(tarn::console::ConsoleWindow)
