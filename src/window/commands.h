@@ -51,7 +51,7 @@ public:
 
     QAction *action(Command command) const;
 
-    /// Sets every text in the language of the moment.
+    /// Sets every text in the current language.
     void retranslate();
 
     /// From now on a button that is disabled hands its focus to the keeper: never to a neighbour

@@ -32,8 +32,8 @@ public:
     /// zoom as well.
     void updateEdit();
 
-    /// For every change of the run or its input, of which several signals may tell: updates what
-    /// depends on it, once.
+    /// The same as updateRun(), for the signals of a run: several of them may tell of one change,
+    /// and only the first of them updates anything.
     void followRun();
 
 private:

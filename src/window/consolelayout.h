@@ -31,7 +31,7 @@ public:
     ConsoleLayout(QWidget *window, Transcript *transcript, const Commands &commands,
                   const Menus &menus);
 
-    /// Sets every text that is always visible, in the language of the moment.
+    /// Sets every text that is always visible, in the current language.
     void retranslate();
     /// The title is larger than the window's font, and bold.
     void setFont(const QFont &windowFont);

@@ -16,7 +16,7 @@ struct ConsoleUi
     /// The layout becomes the window's central widget. There are no texts before retranslate().
     ConsoleUi(QMainWindow *window, Transcript *transcript);
 
-    /// Sets every text that is always visible, in the language of the moment.
+    /// Sets every text that is always visible, in the current language.
     void retranslate();
     void setFont(const QFont &font);
 

@@ -15,7 +15,6 @@
 #include "window/sourcechoice.h"
 #include "window/sourcedrop.h"
 #include "window/statuslabel.h"
-#include "window/statustexts.h"
 #include "window/wheelzoom.h"
 
 #include <QAction>
@@ -24,7 +23,6 @@
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QToolButton>
 
 namespace tarn::console {
 

@@ -97,7 +97,6 @@ private:
     Transcript m_transcript;
     ProgramSession m_session;
     StoredPreferences m_preferences;
-    InterfaceLanguage m_language;
     std::unique_ptr<ConsoleUi> m_ui;
     std::unique_ptr<SourceChoice> m_source;
     std::unique_ptr<RunController> m_run;
@@ -105,6 +104,7 @@ private:
     std::unique_ptr<FindController> m_find;
     std::unique_ptr<ClosingController> m_closing;
     std::unique_ptr<CommandStates> m_states;
+    InterfaceLanguage m_language; ///< last, so that the catalogue goes before all the others
 };
 
 } // namespace tarn::console

@@ -19,10 +19,26 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <QToolButton>
+#include <QWindow>
 
 namespace tarn::console {
 
 using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Tells the window now and once, in place of the event that Qt sends later, and that not every
+/// change of the language brings. A window on the screen gets it by way of its native window.
+void sendLanguageChange(QWidget *window)
+{
+    QCoreApplication::removePostedEvents(window, QEvent::LanguageChange);
+    if (QWindow *native = window->windowHandle())
+        QCoreApplication::removePostedEvents(native, QEvent::LanguageChange);
+    QEvent languageChange(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(window, &languageChange);
+}
+
+} // namespace
 
 void ConsoleWindow::trigger(Command command)
 {
@@ -182,9 +198,9 @@ QString ConsoleWindow::draftText() const
 
 void ConsoleWindow::copyFocusedText()
 {
-    const TranscriptView *view = m_ui->layout.transcriptView;
+    TranscriptView *view = m_ui->layout.transcriptView;
     if (view->hasFocus())
-        m_ui->layout.transcriptView->copySelection();
+        view->copySelection();
     else if (auto *focusedText = qobject_cast<QTextEdit *>(QApplication::focusWidget()))
         focusedText->copy();
 }
@@ -243,7 +259,7 @@ void ConsoleWindow::showSettings()
     SettingsDialog dialog(*m_preferences.get(), this);
     if (dialog.exec() != QDialog::Accepted)
         return;
-    *m_preferences.get() = dialog.preferences();
+    dialog.applyTo(m_preferences.get());
     m_preferences->zoom.reset();
     m_ui->setFont(m_preferences->font());
     setInterfaceLanguage(m_preferences->interfaceLanguage, true);
@@ -253,11 +269,7 @@ void ConsoleWindow::setInterfaceLanguage(const QString &code, bool save)
 {
     m_language.set(code);
     m_preferences->interfaceLanguage = m_language.code();
-    // Now and once, in place of the event that Qt sends later; not every change of the language
-    // brings one.
-    QCoreApplication::removePostedEvents(this, QEvent::LanguageChange);
-    QEvent languageChange(QEvent::LanguageChange);
-    QCoreApplication::sendEvent(this, &languageChange);
+    sendLanguageChange(this);
     updateActionStates();
     if (save)
         m_preferences.save(saveGeometry());

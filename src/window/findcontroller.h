@@ -22,8 +22,8 @@ public:
     void findFromField();
     void clearStatus();
 
-    /// Reserves the width of the longest status, in the language and the font of the moment: the
-    /// button beside it must not move away under the mouse when a status comes or goes.
+    /// Reserves the width of the longest status, in the current language and font: the button
+    /// beside it must not move away under the mouse when a status comes or goes.
     void reserveStatusWidth();
 
 protected:

@@ -71,7 +71,7 @@ void InputController::reportTooLongPaste()
 
 void InputController::reportRunStart()
 {
-    show({});
+    m_status->clear();
 }
 
 void InputController::reportRunEnd()

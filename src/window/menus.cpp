@@ -24,6 +24,11 @@ public:
         QT_TR_NOOP("Language"), QT_TR_NOOP("Help"), QT_TR_NOOP("Content direction")};
 };
 
+constexpr std::size_t indexOf(Menu menu)
+{
+    return static_cast<std::size_t>(menu);
+}
+
 constexpr std::nullopt_t separator = std::nullopt;
 
 void fill(QMenu *menu, const Commands &commands,
@@ -41,10 +46,9 @@ void fill(QMenu *menu, const Commands &commands,
 
 Menus::Menus(QMainWindow *window, const Commands &commands)
 {
-    for (QMenu *&entry : m_menus)
-        entry = new QMenu(window);
     for (const Menu entry : {Menu::File, Menu::Edit, Menu::View, Menu::Language, Menu::Help})
-        window->menuBar()->addMenu(menu(entry));
+        m_menus[indexOf(entry)] = window->menuBar()->addMenu(QString());
+    m_menus[indexOf(Menu::ContentDirection)] = new QMenu(window);
 
     fill(menu(Menu::File), commands,
          {Command::Open, Command::ChooseTarn, separator, Command::Run, Command::Stop,
@@ -59,6 +63,11 @@ Menus::Menus(QMainWindow *window, const Commands &commands)
          {Command::AutoDirection, Command::LeftToRight, Command::RightToLeft});
     fill(menu(Menu::Language), commands, {Command::Arabic, Command::English});
     fill(menu(Menu::Help), commands, {Command::Help});
+}
+
+QMenu *Menus::menu(Menu menu) const
+{
+    return m_menus[indexOf(menu)];
 }
 
 void Menus::retranslate()

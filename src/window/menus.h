@@ -19,12 +19,13 @@ inline constexpr std::size_t menuCount = static_cast<std::size_t>(Menu::ContentD
 class Menus
 {
 public:
-    /// The menus belong to the window. They have no titles before retranslate().
+    /// The menus belong to the menu bar, the submenu to the window. They have no titles before
+    /// retranslate().
     Menus(QMainWindow *window, const Commands &commands);
 
-    QMenu *menu(Menu menu) const { return m_menus[static_cast<std::size_t>(menu)]; }
+    QMenu *menu(Menu menu) const;
 
-    /// Sets every title in the language of the moment.
+    /// Sets every title in the current language.
     void retranslate();
 
 private:

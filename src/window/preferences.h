@@ -37,7 +37,8 @@ struct Preferences
     /// "en" for exactly that, and "ar" for everything else.
     static QString normalizedLanguage(const QString &code);
 
-    /// What is missing or of no use in the settings takes its default, and sizes are clamped.
+    /// What is missing takes its default, an unknown language is Arabic, and sizes are clamped; a
+    /// size that is not a number is the smallest.
     static Preferences load(const QSettings &settings);
     void save(QSettings *settings) const;
 

@@ -43,7 +43,7 @@ Q_SIGNALS:
     void controlsChanged();
     /// The line that was sent has been written; its echo is about to follow.
     void lineWritten();
-    /// The run has its outcome, and its status shows it.
+    /// The run has its outcome; transcriptChanged() and statusChanged() have told of it.
     void completed();
 
 private:

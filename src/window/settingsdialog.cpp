@@ -1,6 +1,7 @@
 #include "window/settingsdialog.h"
 
 #include "window/dialogbuttons.h"
+#include "window/preferences.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -16,7 +17,6 @@ using namespace Qt::StringLiterals;
 
 SettingsDialog::SettingsDialog(const Preferences &preferences, QWidget *parent)
     : QDialog(parent)
-    , m_preferences(preferences)
     , m_language(new QComboBox)
     , m_family(new QFontComboBox)
     , m_size(new QSpinBox)
@@ -48,13 +48,11 @@ SettingsDialog::SettingsDialog(const Preferences &preferences, QWidget *parent)
     removeButtonIcons(this);
 }
 
-Preferences SettingsDialog::preferences() const
+void SettingsDialog::applyTo(Preferences *preferences) const
 {
-    Preferences edited = m_preferences;
-    edited.interfaceLanguage = m_language->currentData().toString();
-    edited.fontFamily = m_family->currentFont().family();
-    edited.fontPointSize = m_size->value();
-    return edited;
+    preferences->interfaceLanguage = m_language->currentData().toString();
+    preferences->fontFamily = m_family->currentFont().family();
+    preferences->fontPointSize = m_size->value();
 }
 
 } // namespace tarn::console

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "window/preferences.h"
-
 #include <QCoreApplication>
 #include <QDialog>
 
@@ -11,19 +9,22 @@ class QSpinBox;
 
 namespace tarn::console {
 
+struct Preferences;
+
 /// Lets the user change the language and the font.
 class SettingsDialog : public QDialog
 {
     Q_DECLARE_TR_FUNCTIONS(tarn::console::ConsoleWindow)
 
 public:
+    /// The fields show the preferences.
     SettingsDialog(const Preferences &preferences, QWidget *parent);
 
-    /// The preferences with what the fields say now. A family is always named then.
-    Preferences preferences() const;
+    /// Writes what the fields say now into the preferences, and leaves the others as they are. A
+    /// family is always named then.
+    void applyTo(Preferences *preferences) const;
 
 private:
-    Preferences m_preferences;
     QComboBox *m_language;
     QFontComboBox *m_family;
     QSpinBox *m_size;

@@ -35,10 +35,9 @@ void listSourceFiles(QFileDialog *dialog)
     apply(dialog->selectedNameFilter());
 }
 
-/// The file that the user chose; empty for none.
+/// Asks for a file; empty for none.
 QString chosenFile(QFileDialog *dialog)
 {
-    dialog->setFileMode(QFileDialog::ExistingFile);
     removeButtonIcons(dialog);
     return dialog->exec() == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString();
 }
@@ -66,6 +65,7 @@ QString SourceChoice::askForSource() const
 {
     QFileDialog dialog(m_window, tr("Choose TARN source"), m_preferences->lastSourceDirectory,
                        tr("TARN source (*.tarn *.ترن);;All files (*)"));
+    dialog.setFileMode(QFileDialog::ExistingFile);
     listSourceFiles(&dialog);
     return chosenFile(&dialog);
 }
@@ -75,6 +75,7 @@ bool SourceChoice::chooseInterpreter()
     QString &interpreter = m_preferences->tarnExecutable;
     const QString start = interpreter.isEmpty() ? m_preferences->lastSourceDirectory : interpreter;
     QFileDialog dialog(m_window, tr("Choose TARN executable"), start, tr("Executable files (*)"));
+    dialog.setFileMode(QFileDialog::ExistingFile);
     // In the name field only: a selection in the list would go before a name that is typed.
     if (!interpreter.isEmpty())
         dialog.selectFile(QFileInfo(interpreter).fileName());

@@ -45,7 +45,7 @@ public:
     /// Asks the user for an interpreter; false when the user has chosen none.
     bool chooseInterpreter();
 
-    /// Shows the source's path in the language of the moment.
+    /// Shows the source's path in the current language.
     void updateLabel();
 
     /// Looks at the files as they are now.

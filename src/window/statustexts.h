@@ -9,9 +9,8 @@
 
 namespace tarn::console {
 
-/// Every sentence that the status labels show, in the interface language of the moment, and the
-/// headings of the transcript's records. A status keeps its language until the next one replaces
-/// it.
+/// Every sentence that the status labels show, in the current interface language, and the headings
+/// of the transcript's records. A status keeps its language until the next one replaces it.
 class StatusTexts
 {
     Q_DECLARE_TR_FUNCTIONS(tarn::console::ConsoleWindow)
@@ -28,7 +27,7 @@ public:
     static StatusMessage limitReached();
     static StatusMessage outcome(const ProgramOutcome &outcome);
 
-    /// The program's input. Empty for a result that needs no words.
+    /// The program's input.
     static StatusMessage sendResult(InputSendResult result);
     static StatusMessage multilineRefused();
     static StatusMessage inputClosed(bool linePending, bool draftLeft);

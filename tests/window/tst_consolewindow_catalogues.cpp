@@ -1,5 +1,6 @@
 #include "app/consolestartupoptions.h"
 #include "support/testregistry.h"
+#include "window/catalogue.h"
 #include "window/consolewindow.h"
 
 #include <QAction>
@@ -7,7 +8,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -118,18 +118,7 @@ QString TestConsoleWindowCatalogues::openText(const ConsoleWindow &window)
 
 void TestConsoleWindowCatalogues::makeCatalogue(const QString &path, const QString &text) const
 {
-    const QString sourcePath = m_work.filePath(u"catalogue.ts"_s);
-    QFile source(sourcePath);
-    QVERIFY(source.open(QIODevice::WriteOnly));
-    const QString ts = u"<!DOCTYPE TS><TS version=\"2.1\" language=\"ar\"><context>"
-                       "<name>tarn::console::ConsoleWindow</name><message><source>Open</source>"
-                       "<translation>%1</translation></message></context></TS>"_s.arg(text);
-    source.write(ts.toUtf8());
-    source.close();
-
-    QProcess lrelease;
-    lrelease.start(QStringLiteral(TARN_LRELEASE), {u"-silent"_s, sourcePath, u"-qm"_s, path});
-    QVERIFY2(lrelease.waitForFinished(), qPrintable(lrelease.errorString()));
+    QVERIFY(tarn::console::makeCatalogue(path, text));
     QCOMPARE(translationIn(path), text);
 }
 
