@@ -119,7 +119,7 @@ QTextBlock LazyDocumentLayout::blockAt(qreal y) const
 
 bool LazyDocumentLayout::isExact(const QTextBlock &block)
 {
-    return BlockHeight::of(block).isExact();
+    return BlockHeight::fromUserState(block.userState()).isExact();
 }
 
 QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const

@@ -95,12 +95,13 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
     m_lastGuess = -1;
     int prompt = document()->characterCount() <= promptCharacters ? promptCharacters : 0;
     for (QTextBlock block = document()->firstBlock(); block.isValid(); block = block.next()) {
-        const auto height = BlockHeight::of(block);
-        const bool fits = height.oneLineWidth <= lineWidth();
-        if (sameTexts && fits && height.certainty == BlockHeight::Certainty::OneLine)
+        // The pixels are another search in the document's tree, which most blocks do not need.
+        const auto known = BlockHeight::fromUserState(block.userState());
+        const bool fits = known.oneLineWidth <= lineWidth();
+        if (sameTexts && fits && known.certainty == BlockHeight::Certainty::OneLine)
             continue;
-        if (sameTexts && !fits && height.isSized() && block.length() > prompt)
-            guess(block, height.guessedAgain(widthBefore, lineWidth()));
+        if (sameTexts && !fits && known.isSized() && block.length() > prompt)
+            guess(block, BlockHeight::of(block).guessedAgain(widthBefore, lineWidth()));
         else
             estimate(block, &prompt);
     }

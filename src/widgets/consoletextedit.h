@@ -10,9 +10,11 @@ class LazyDocumentLayout;
 /// that moves the focus. Has no meta-object of its own: to Qt, both are a QTextEdit.
 class ConsoleTextEdit : public QTextEdit
 {
+public:
+    ~ConsoleTextEdit() override;
+
 protected:
     explicit ConsoleTextEdit(QWidget *parent);
-    ~ConsoleTextEdit() override;
 
     LazyDocumentLayout *lazyLayout() const { return m_lazyLayout; }
 
