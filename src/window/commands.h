@@ -40,7 +40,7 @@ enum class Command {
 
 inline constexpr std::size_t commandCount = static_cast<std::size_t>(Command::Quit) + 1;
 
-/// The actions behind the commands. What a command is called, which keys it has and what it is
+/// The actions of the commands. What a command is called, which keys it has and what it is
 /// grouped with stands in one table; what it does is connected by the window.
 class Commands
 {

@@ -14,31 +14,31 @@
 
 namespace tarn::console {
 
-CommandStates::CommandStates(const Sources &sources)
-    : m_sources(sources)
+CommandStates::CommandStates(const Parts &parts)
+    : m_parts(parts)
 {
 }
 
 CommandStates::RunStates CommandStates::wantedStates() const
 {
-    const bool active = m_sources.session->isActive();
-    const bool inputOpen = m_sources.session->inputOpen();
+    const bool active = m_parts.session->isActive();
+    const bool inputOpen = m_parts.session->inputOpen();
     return {.open = !active,
-            .run = !active && m_sources.source->hasSource(),
+            .run = !active && m_parts.source->hasSource(),
             .stop = active,
-            .send = inputOpen && !m_sources.session->inputPending(),
+            .send = inputOpen && !m_parts.session->inputPending(),
             .closeInput = inputOpen};
 }
 
 CommandStates::RunStates CommandStates::shownStates() const
 {
     const auto isEnabled = [this](Command command) {
-        return m_sources.ui->commands.action(command)->isEnabled();
+        return m_parts.ui->commands.action(command)->isEnabled();
     };
     return {.open = isEnabled(Command::Open),
             .run = isEnabled(Command::Run),
             .stop = isEnabled(Command::Stop),
-            .send = isEnabled(Command::Send) && m_sources.input->isDraftEnabled(),
+            .send = isEnabled(Command::Send) && m_parts.input->isDraftEnabled(),
             .closeInput = isEnabled(Command::CloseInput)};
 }
 
@@ -51,7 +51,7 @@ void CommandStates::followRun()
 void CommandStates::updateRun()
 {
     const RunStates states = wantedStates();
-    Commands &commands = m_sources.ui->commands;
+    Commands &commands = m_parts.ui->commands;
     commands.setEnabled(Command::Open, states.open);
     commands.setEnabled(Command::Run, states.run);
     commands.setEnabled(Command::Stop, states.stop);
@@ -61,9 +61,9 @@ void CommandStates::updateRun()
 void CommandStates::updateInput()
 {
     const RunStates states = wantedStates();
-    m_sources.input->setDraftEnabled(states.send);
-    m_sources.ui->commands.setEnabled(Command::Send, states.send);
-    m_sources.ui->commands.setEnabled(Command::CloseInput, states.closeInput);
+    m_parts.input->setDraftEnabled(states.send);
+    m_parts.ui->commands.setEnabled(Command::Send, states.send);
+    m_parts.ui->commands.setEnabled(Command::CloseInput, states.closeInput);
     updateEdit();
 }
 
@@ -71,9 +71,9 @@ void CommandStates::updateEdit()
 {
     const auto *focusedText = qobject_cast<QTextEdit *>(QApplication::focusWidget());
     const QMimeData *clipboard = QGuiApplication::clipboard()->mimeData();
-    const bool draftEnabled = m_sources.input->isDraftEnabled();
-    const Zoom &zoom = m_sources.preferences->zoom;
-    Commands &commands = m_sources.ui->commands;
+    const bool draftEnabled = m_parts.input->isDraftEnabled();
+    const Zoom &zoom = m_parts.preferences->zoom;
+    Commands &commands = m_parts.ui->commands;
     for (const Command always : {Command::Find, Command::ClearOutput, Command::FocusOutput})
         commands.setEnabled(always, true);
     commands.setEnabled(Command::Copy, focusedText && focusedText->textCursor().hasSelection());

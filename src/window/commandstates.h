@@ -13,7 +13,7 @@ class CommandStates
 {
 public:
     /// What the rules look at. All of it must outlive the states.
-    struct Sources
+    struct Parts
     {
         const ProgramSession *session;
         const SourceChoice *source;
@@ -22,7 +22,7 @@ public:
         ConsoleUi *ui;
     };
 
-    explicit CommandStates(const Sources &sources);
+    explicit CommandStates(const Parts &parts);
 
     /// The commands that choose, start and stop a program, then those of its input.
     void updateRun();
@@ -52,7 +52,7 @@ private:
     RunStates wantedStates() const;
     RunStates shownStates() const;
 
-    Sources m_sources;
+    Parts m_parts;
 };
 
 } // namespace tarn::console

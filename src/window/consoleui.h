@@ -23,7 +23,7 @@ struct ConsoleUi
     Commands commands;
     Menus menus;
     ConsoleLayout layout;
-    FocusKeeper focusKeeper;
+    FocusKeeper focusKeeper; ///< for the buttons of the commands, and for the draft
 
 private:
     QMainWindow *m_window;

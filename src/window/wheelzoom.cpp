@@ -18,7 +18,7 @@ WheelZoom::WheelZoom(QWidget *window, std::function<void(int)> zoomBy)
 
 bool WheelZoom::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() != QEvent::Wheel)
+    if (event->type() != QEvent::Wheel || !static_cast<QWidget *>(watched)->isEnabled())
         return QObject::eventFilter(watched, event);
     auto *wheel = static_cast<QWheelEvent *>(event);
     const int angle = wheel->angleDelta().y();

@@ -132,6 +132,9 @@ void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow()
     QCOMPARE(fixture.window->font().pointSize(), 10);
     turn(0);
     QCOMPARE(fixture.window->font().pointSize(), 10);
+    fixture.window->setEnabled(false);
+    turn(120);
+    QCOMPARE(fixture.window->font().pointSize(), 10);
 }
 
 } // namespace tarn::console
