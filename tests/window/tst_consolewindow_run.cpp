@@ -38,6 +38,7 @@ private Q_SLOTS:
     void runHasTheWholeLineLimitToItself();
     void lateSignalsOfAnEarlierRunChangeNothing();
     void applicationMessagesAreOnlyRecorded();
+    void operationsReachThePartsOfTheWindow();
     void clearDuringARunKeepsTheProgram();
     void clearThenMoreOfTheSameLine();
     void stopActionAfterTheEndDoesNothing();
@@ -342,6 +343,25 @@ void TestConsoleWindowRun::applicationMessagesAreOnlyRecorded()
     QCOMPARE(fixture.records(), QStringList{u"label: <b>message</b>"_s});
     QCOMPARE(fixture.view()->toPlainText(), QString());
     QCOMPARE(fixture.runStatus(), QString());
+}
+
+void TestConsoleWindowRun::operationsReachThePartsOfTheWindow()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.run());
+    fixture.window->appendProgramStream(TranscriptStream::StandardError, "by hand\n"_ba);
+    QCOMPARE(fixture.output(), u"by hand\n"_s);
+    QCOMPARE(fixture.records().last(), u"err: by hand\n"_s);
+
+    fixture.draft()->setEnabled(false);
+    fixture.action("closeInputAction")->setEnabled(false);
+    fixture.window->updateInputControls();
+    QVERIFY(fixture.draft()->isEnabled());
+    QVERIFY(fixture.action("closeInputAction")->isEnabled());
+
+    fixture.find<QLabel>("sourcePath")->setText(u"elsewhere"_s);
+    fixture.window->updateSourcePathLabel();
+    QCOMPARE(fixture.sourcePath(), fixture.source.path());
 }
 
 void TestConsoleWindowRun::clearDuringARunKeepsTheProgram()
