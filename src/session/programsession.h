@@ -55,9 +55,10 @@ public:
     /// the source path absolute (the file need not exist), the language "en" or "ar".
     bool start(const ProgramLaunch &launch);
 
-    /// Asks the program's process group to terminate (SIGTERM) and kills it (SIGKILL) 1000 ms after
-    /// the last call, or 10 s after the first, if it still runs. Members of the group that outlive
-    /// their leader get the same grace. Does nothing unless a run is active.
+    /// Asks the program's process group to terminate (SIGTERM), and kills it (SIGKILL) if it still
+    /// runs ProgramRun::killDelay after the last call, or ProgramRun::longestKillDelay after the
+    /// first. Members of the group that outlive their leader get the same grace. Does nothing
+    /// unless a run is active.
     void stop();
 
     /// Whether a line may be sent as input: Sent (acceptable), NotOneLine or TooLong.
