@@ -11,6 +11,7 @@
 #include <QTimerEvent>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <limits>
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QtGlobal>
-
 #include <array>
+#include <cstddef>
 
 class QAction;
 class QMainWindow;
