@@ -179,7 +179,8 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     painter->setPen(pen);
 }
 
-/// Draws a long paragraph without shaping the whole; not where a selection is, unless that helps.
+/// Draws a long paragraph without shaping the whole. Returns false, and draws nothing, when the
+/// block is none, or when a selection in it would look different.
 bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
                                       const QTextBlock &block) const
 {
