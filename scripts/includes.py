@@ -14,7 +14,7 @@ import sys
 #   folder       -> folder/header.h        may include that header, an exception
 #   folder       -> nothing
 ARROW = re.compile(r"^(\w+)\s+->\s+([^\s,]+(?:,\s*[^\s,]+)*)")
-INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"')
+INCLUDE = re.compile(r'^\s*#\s*include\s*(?:"([^"]+)"|<([^>]+)>)')
 
 
 def read_picture(path):
@@ -33,14 +33,20 @@ def read_picture(path):
 
 
 def read_includes(src):
-    """The (file, line, included path) of everything that is included between quotation marks."""
+    """The (file, line, included path) of everything that is included between quotation marks, and
+    of the project's own headers between angle brackets."""
     for path in sorted(src.rglob("*")):
         if path.suffix not in (".cpp", ".h"):
             continue
         for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), start=1):
             include = INCLUDE.match(line)
-            if include and not include.group(1).endswith(".moc"):
-                yield path.relative_to(src), number, include.group(1)
+            if not include:
+                continue
+            quoted, bracketed = include.groups()
+            if bracketed and (src / bracketed).is_file():
+                yield path.relative_to(src), number, bracketed
+            elif quoted and not quoted.endswith(".moc"):
+                yield path.relative_to(src), number, quoted
 
 
 def folder_of(path):

@@ -1,6 +1,7 @@
 #include "session/programprocess.h"
 
 #include <QFileInfo>
+#include <QProcess>
 #include <QProcessEnvironment>
 
 #include <csignal>

@@ -2,8 +2,8 @@
 
 #include "session/programlaunch.h"
 
-#include <QObject>
-#include <QProcess>
+class QObject;
+class QProcess;
 
 namespace tarn::console {
 

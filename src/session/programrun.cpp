@@ -9,7 +9,6 @@
 #include <QTimer>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <utility>
 
@@ -19,11 +18,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
-
-/// From the last stop() to the forced kill.
-constexpr auto killDelay = 1000ms;
-/// From the first stop() to the forced kill, however often stop() is repeated in between.
-constexpr auto longestKillDelay = 10s;
 
 QTimer *createSingleShotTimer(const QString &name, QObject *parent)
 {

@@ -10,6 +10,7 @@
 #include <QProcess>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <sys/types.h>
@@ -35,6 +36,11 @@ public:
     /// Hands input bytes to the process and returns how many were taken; less than 1 means "not
     /// now". It is called only until the run is completed.
     using InputWriter = std::function<qint64(QProcess &process, const QByteArray &bytes)>;
+
+    /// From the last stop() to the forced kill.
+    static constexpr std::chrono::milliseconds killDelay{1000};
+    /// From the first stop() to the forced kill, however often stop() is repeated in between.
+    static constexpr std::chrono::seconds longestKillDelay{10};
 
     /// Prepares a run of a valid launch. The process and the timers become children of the session.
     ProgramRun(quint64 id, const ProgramLaunch &launch, InputWriter writeInput, QObject *session);

@@ -19,10 +19,11 @@ class ProgramRun;
 /// Runs programs as child processes, one at a time, each the leader of its own process group
 /// (POSIX setsid()), so that a stop reaches everything the program started in that group.
 ///
-/// A run is named by its run identifier. Every signal about a run comes twice, tagged with the
-/// identifier and immediately afterwards untagged. Listeners may call back into the session from
-/// any signal, and may destroy it there: then nothing more is reported. Everything happens on the
-/// thread of the session's event loop.
+/// A run is named by its run identifier. The signals about its state, its output and its outcome
+/// come twice, tagged with the identifier and immediately afterwards untagged; those about its
+/// input come tagged only. Listeners may call back into the session from any signal, and may
+/// destroy it there: then nothing more is reported. Everything happens on the thread of the
+/// session's event loop.
 ///
 /// For every accepted start request there is exactly one outcome. Within a run the signals come in
 /// this order: Starting, Running, output and input signals, perhaps Stopping (which may also come
@@ -55,9 +56,10 @@ public:
     /// the source path absolute (the file need not exist), the language "en" or "ar".
     bool start(const ProgramLaunch &launch);
 
-    /// Asks the program's process group to terminate (SIGTERM) and kills it (SIGKILL) 1000 ms after
-    /// the last call, or 10 s after the first, if it still runs. Members of the group that outlive
-    /// their leader get the same grace. Does nothing unless a run is active.
+    /// Asks the program's process group to terminate (SIGTERM), and kills it (SIGKILL) if it still
+    /// runs ProgramRun::killDelay after the last call, or ProgramRun::longestKillDelay after the
+    /// first. Members of the group that outlive their leader get the same grace. Does nothing
+    /// unless a run is active.
     void stop();
 
     /// Whether a line may be sent as input: Sent (acceptable), NotOneLine or TooLong.

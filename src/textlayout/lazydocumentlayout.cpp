@@ -9,7 +9,6 @@
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
-#include <QTimerEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -167,17 +166,21 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
         return;
     QTextBlock block =
         context.clip.isValid() ? blockAt(context.clip.top()) : document()->firstBlock();
+    const QPen pen = painter->pen();
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
-            return;
+            break;
+        painter->setPen(context.palette.color(QPalette::Text));
         if (drawSegments(painter, context, block))
             continue;
         shapeOnDemand(block);
         drawBlock(painter, context, block);
     }
+    painter->setPen(pen);
 }
 
-/// Draws a long paragraph without shaping the whole; not where a selection is, unless that helps.
+/// Draws a long paragraph without shaping the whole. Returns false, and draws nothing, when the
+/// block is none, or when a selection in it would look different.
 bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
                                       const QTextBlock &block) const
 {
@@ -187,14 +190,11 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
     if (!paragraph || (!selections.isEmpty() && !paragraph->canDrawSelections()))
         return false;
     noteMoved(block, height);
-    const QPen pen = painter->pen();
-    painter->setPen(context.palette.color(QPalette::Text));
     const QPointF position(margin(), topOf(block));
     paragraph->draw(painter, position, selections, context.clip);
     if (block.contains(context.cursorPosition))
         paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
                               m_cursorWidth);
-    painter->setPen(pen);
     return true;
 }
 
@@ -205,8 +205,6 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     QRectF clip(margin(), 0, documentSize().width() - 2 * margin(), documentSize().height());
     if (context.clip.isValid())
         clip &= context.clip;
-    const QPen pen = painter->pen();
-    painter->setPen(context.palette.color(QPalette::Text));
     layout.draw(painter, QPointF(), selectedRanges(block, context.selections), clip);
 
     // Positions below -1 count within the text that an input method is composing.
@@ -216,7 +214,6 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     else if (position < -1 && !layout.preeditAreaText().isEmpty())
         layout.drawCursor(painter, QPointF(), layout.preeditAreaPosition() - (position + 2),
                           m_cursorWidth);
-    painter->setPen(pen);
 }
 
 /// Makes sure that the block's own layout has lines and knows its place.

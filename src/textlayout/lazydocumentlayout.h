@@ -24,7 +24,7 @@ struct BlockHeight;
 /// Drawn are the texts of the blocks in the document's default font, each in the direction and with
 /// the alignment of its block; selections; the caret; and what an input method composes. The text
 /// is broken and placed as Qt's own document layout does it, with one difference: see
-/// paragraphOption(). Text is never wider than the page but by a character.
+/// paragraphOption(). A line is wider than the page only when a single character is.
 ///
 /// Everything else that a document can hold is ignored: pages, frames, tables, lists and images;
 /// margins, indents, line heights, tab stops and backgrounds of blocks; whether a block is visible.

@@ -11,6 +11,7 @@
 #include <QTimerEvent>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <limits>
 
@@ -199,9 +200,9 @@ bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)
 /// Returns whether that changed a height.
 bool LazyDocumentLayout::measureOnce(Sight sight)
 {
-    bool moved = false;
     if (isExact())
-        return moved;
+        return false;
+    bool moved = false;
     // Shaped and not only measured: they are about to be painted.
     for (QTextBlock block = blockAt(sight.top + 1); block.isValid() && topOf(block) < sight.bottom;
          block = block.next()) {

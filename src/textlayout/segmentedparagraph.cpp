@@ -5,7 +5,8 @@
 #include <QPainter>
 
 #include <algorithm>
-#include <cmath>
+#include <memory>
+#include <utility>
 
 namespace tarn::console {
 

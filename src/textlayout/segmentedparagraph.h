@@ -9,7 +9,6 @@
 #include <QTextLayout>
 #include <QTextOption>
 
-#include <memory>
 #include <vector>
 
 class QPaintDevice;

@@ -1,6 +1,7 @@
 #include "textlayout/shapedblockcache.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace tarn::console {

@@ -14,11 +14,11 @@ namespace tarn::console {
 
 /// Turns the bytes of one output stream into text that is safe to show.
 ///
-/// The bytes are taken as UTF-8 (Unicode 15, section 3.9, table 3-7). What is not well-formed, the
-/// control characters except TAB, a carriage return that no line feed follows, and the
-/// bidirectional formatting characters (UAX #9, section 2) become visible escapes: "\xFF" for a
-/// byte, "\u{202E}" for a code point (visibleescape.h decides which). Nothing is dropped and
-/// nothing fails; the result does not depend on how the bytes are cut into chunks.
+/// The bytes are taken as UTF-8 (Unicode 15, section 3.9, table 3-7). What is not well-formed
+/// becomes a visible escape, such as "\xFF" for a byte, and so does every code point for which
+/// isShownAsEscape() says so, such as "\u{202E}"; except TABs and line breaks, which are LF or
+/// CR LF. Nothing is dropped and nothing fails; the result does not depend on how the bytes are cut
+/// into chunks.
 ///
 /// Fragment lists are normalised: two Text fragments never stand next to each other.
 class IncrementalOutputDecoder

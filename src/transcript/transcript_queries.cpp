@@ -83,7 +83,7 @@ TranscriptFindResult Transcript::findLiteral(const QString &text, qint64 from, b
     };
 
     // A start of -1 means the last character, so that going back from 0 searches everything.
-    // Without it Qt 6.4 begins behind the text, and finds U+0000 there.
+    // Without it Qt 6.4 begins beyond the last character, and finds U+0000 there.
     const qsizetype position =
         backward ? document.lastIndexOf(text, start - 1) : document.indexOf(text, start);
     if (position >= 0)

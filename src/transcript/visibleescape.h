@@ -10,7 +10,8 @@ constexpr bool isControlCharacter(uint codePoint)
     return codePoint <= 0x1F || (codePoint >= 0x7F && codePoint <= 0x9F);
 }
 
-/// U+061C, U+200E, U+200F, U+202A to U+202E and U+2066 to U+2069.
+/// The bidirectional formatting characters (UAX #9, section 2): U+061C, U+200E, U+200F, U+202A to
+/// U+202E and U+2066 to U+2069.
 constexpr bool isBidiFormattingCharacter(uint codePoint)
 {
     return codePoint == 0x061C || codePoint == 0x200E || codePoint == 0x200F
@@ -20,7 +21,7 @@ constexpr bool isBidiFormattingCharacter(uint codePoint)
 
 /// Whether text of unknown origin shows this code point as an escape instead of itself. Everything
 /// that shows such text asks here, so one more line here is one more escape everywhere. Output
-/// keeps its TABs and line breaks; who shows a text on one line may escape more.
+/// keeps its TABs and line breaks; whoever shows a text on one line may escape more.
 constexpr bool isShownAsEscape(uint codePoint)
 {
     return isControlCharacter(codePoint) || isBidiFormattingCharacter(codePoint);

@@ -3,6 +3,7 @@
 #include <QChar>
 
 #include <algorithm>
+#include <iterator>
 
 namespace tarn::console {
 

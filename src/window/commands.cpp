@@ -9,7 +9,6 @@
 #include <QMainWindow>
 #include <QToolButton>
 
-#include <algorithm>
 #include <variant>
 
 namespace tarn::console {

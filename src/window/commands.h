@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QtGlobal>
-
 #include <array>
+#include <cstddef>
 
 class QAction;
 class QMainWindow;
@@ -38,6 +37,7 @@ enum class Command {
     Quit,
 };
 
+/// Counts on Quit being the last.
 inline constexpr std::size_t commandCount = static_cast<std::size_t>(Command::Quit) + 1;
 
 /// The actions of the commands. What a command is called, which keys it has and what it is

@@ -1,11 +1,12 @@
 #include "window/commandstates.h"
 
 #include "session/programsession.h"
-#include "window/consoleui.h"
+#include "window/commands.h"
 #include "window/inputcontroller.h"
 #include "window/preferences.h"
 #include "window/sourcechoice.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QMimeData>
@@ -33,7 +34,7 @@ CommandStates::RunStates CommandStates::wantedStates() const
 CommandStates::RunStates CommandStates::shownStates() const
 {
     const auto isEnabled = [this](Command command) {
-        return m_parts.ui->commands.action(command)->isEnabled();
+        return m_parts.commands->action(command)->isEnabled();
     };
     return {.open = isEnabled(Command::Open),
             .run = isEnabled(Command::Run),
@@ -51,7 +52,7 @@ void CommandStates::followRun()
 void CommandStates::updateRun()
 {
     const RunStates states = wantedStates();
-    Commands &commands = m_parts.ui->commands;
+    Commands &commands = *m_parts.commands;
     commands.setEnabled(Command::Open, states.open);
     commands.setEnabled(Command::Run, states.run);
     commands.setEnabled(Command::Stop, states.stop);
@@ -62,8 +63,8 @@ void CommandStates::updateInput()
 {
     const RunStates states = wantedStates();
     m_parts.input->setDraftEnabled(states.send);
-    m_parts.ui->commands.setEnabled(Command::Send, states.send);
-    m_parts.ui->commands.setEnabled(Command::CloseInput, states.closeInput);
+    m_parts.commands->setEnabled(Command::Send, states.send);
+    m_parts.commands->setEnabled(Command::CloseInput, states.closeInput);
     updateEdit();
 }
 
@@ -73,7 +74,7 @@ void CommandStates::updateEdit()
     const QMimeData *clipboard = QGuiApplication::clipboard()->mimeData();
     const bool draftEnabled = m_parts.input->isDraftEnabled();
     const Zoom &zoom = m_parts.preferences->zoom;
-    Commands &commands = m_parts.ui->commands;
+    Commands &commands = *m_parts.commands;
     for (const Command always : {Command::Find, Command::ClearOutput, Command::FocusOutput})
         commands.setEnabled(always, true);
     commands.setEnabled(Command::Copy, focusedText && focusedText->textCursor().hasSelection());

@@ -2,7 +2,7 @@
 
 namespace tarn::console {
 
-struct ConsoleUi;
+class Commands;
 class InputController;
 struct Preferences;
 class ProgramSession;
@@ -19,7 +19,7 @@ public:
         const SourceChoice *source;
         const Preferences *preferences;
         InputController *input;
-        ConsoleUi *ui;
+        Commands *commands;
     };
 
     explicit CommandStates(const Parts &parts);

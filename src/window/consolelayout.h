@@ -20,7 +20,8 @@ class Transcript;
 class TranscriptView;
 
 /// What is in the window below its menu bar, from top to bottom. It is made once; only texts, fonts
-/// and enabled states change later. Every widget has an object name.
+/// and enabled states change later. Every widget has an object name. Public are the widgets that
+/// somebody works with.
 class ConsoleLayout
 {
     Q_DECLARE_TR_FUNCTIONS(tarn::console::ConsoleWindow)

@@ -11,7 +11,7 @@ ConsoleUi::ConsoleUi(QMainWindow *window, Transcript *transcript)
     : commands(window)
     , menus(window, commands)
     , layout(window, transcript, commands, menus)
-    , focusKeeper(layout.transcriptView, nullptr)
+    , focusKeeper(layout.transcriptView)
     , m_window(window)
 {
     commands.setFocusKeeper(&focusKeeper);

@@ -64,7 +64,7 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
                                               layout.searchStatus);
     m_closing = std::make_unique<ClosingController>(&m_session, this);
     m_states = std::make_unique<CommandStates>(CommandStates::Parts{
-        &m_session, m_source.get(), m_preferences.get(), m_input.get(), m_ui.get()});
+        &m_session, m_source.get(), m_preferences.get(), m_input.get(), &m_ui->commands});
     m_ui->setFont(m_preferences->font());
     connectRun();
     connectUi();

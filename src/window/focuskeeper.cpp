@@ -16,9 +16,8 @@ bool isUsersReason(Qt::FocusReason reason)
 
 } // namespace
 
-FocusKeeper::FocusKeeper(QWidget *refuge, QObject *parent)
-    : QObject(parent)
-    , m_refuge(refuge)
+FocusKeeper::FocusKeeper(QWidget *refuge)
+    : m_refuge(refuge)
 {
     refuge->installEventFilter(this);
     // Clicks arrive at the viewport of a scroll area.

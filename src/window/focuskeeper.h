@@ -16,7 +16,7 @@ class FocusKeeper : public QObject
 {
 public:
     /// The refuge must outlive the keeper.
-    FocusKeeper(QWidget *refuge, QObject *parent);
+    explicit FocusKeeper(QWidget *refuge);
 
     /// To be called before a widget is disabled. A widget with returning false only leaves.
     void leave(QWidget *widget, bool returning);

@@ -26,10 +26,7 @@ QString InputController::draftText() const
 
 void InputController::send()
 {
-    const QByteArray line = draftText().toUtf8();
-    const InputSendResult validity = ProgramSession::validateInputLine(line);
-    show(StatusTexts::sendResult(validity == InputSendResult::Sent ? m_session->sendInput(line)
-                                                                   : validity));
+    show(StatusTexts::sendResult(m_session->sendInput(draftText().toUtf8())));
 }
 
 void InputController::clearDraft()

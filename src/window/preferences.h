@@ -10,7 +10,8 @@ class QSettings;
 
 namespace tarn::console {
 
-/// What the console remembers from one start to the next. An instance always holds valid values.
+/// What the console remembers from one start to the next. load() returns valid values only; whoever
+/// sets another one keeps to what stands beside it.
 struct Preferences
 {
     static constexpr int minimumFontPointSize = 7;

@@ -5,8 +5,6 @@
 
 #include <functional>
 
-class QMimeData;
-
 namespace tarn::console {
 
 /// Takes one source file that is dropped anywhere on a window, and keeps all other files from being

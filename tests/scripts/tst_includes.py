@@ -48,7 +48,8 @@ class Includes(unittest.TestCase):
             path = self.root / "src" / name
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_text("#pragma once\n\n#include <QString>\n" + "".join(
-                f'#include "{include}"\n' for include in includes), encoding="utf-8")
+                f"#include {include}\n" if include.startswith("<") else f'#include "{include}"\n'
+                for include in includes), encoding="utf-8")
         result = subprocess.run(
             [sys.executable, "-B", SCRIPT, "--src", "src", "--picture", "page.md"],
             cwd=self.root, capture_output=True, text=True, check=False)
@@ -61,6 +62,10 @@ class Includes(unittest.TestCase):
 
     def test_include_of_a_folder_above(self):
         self.assertEqual(self.check({**GOOD, "middle/other.cpp": ["top/window.h"]}),
+                         "src/middle/other.cpp:4: middle must not include top/window.h\n")
+
+    def test_angle_brackets_hide_nothing(self):
+        self.assertEqual(self.check({**GOOD, "middle/other.cpp": ["<top/window.h>", "<vector>"]}),
                          "src/middle/other.cpp:4: middle must not include top/window.h\n")
 
     def test_exception_is_for_one_header(self):

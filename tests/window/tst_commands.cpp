@@ -57,7 +57,7 @@ struct WindowOfButtons
     Commands commands{&window};
     QLineEdit *refuge = new QLineEdit;
     std::map<Command, QToolButton *> buttons;
-    FocusKeeper keeper{refuge, nullptr};
+    FocusKeeper keeper{refuge};
 };
 
 } // namespace

@@ -59,7 +59,7 @@ struct Parts
     ConsoleUi ui{&window, &transcript};
     SourceChoice source{&preferences, {}, ui.layout.sourcePath, &window};
     InputController input{&session, ui.layout.draft, ui.layout.inputStatus, &ui.focusKeeper};
-    CommandStates states{{&session, &source, &preferences, &input, &ui}};
+    CommandStates states{{&session, &source, &preferences, &input, &ui.commands}};
 };
 
 } // namespace

@@ -59,7 +59,7 @@ struct InputWindow
     QLineEdit *other = new QLineEdit;
     std::unique_ptr<SourceFile> source;
     SlowPipeSession session;
-    FocusKeeper keeper{refuge, nullptr};
+    FocusKeeper keeper{refuge};
     InputController controller{&session, draft, status, &keeper};
 };
 
