@@ -1,14 +1,13 @@
 #include "window/commandstates.h"
 
 #include "session/programsession.h"
+#include "widgets/clipboardoffer.h"
 #include "window/consoleui.h"
 #include "window/inputcontroller.h"
 #include "window/preferences.h"
 #include "window/sourcechoice.h"
 
 #include <QApplication>
-#include <QClipboard>
-#include <QMimeData>
 #include <QTextCursor>
 #include <QTextEdit>
 
@@ -70,14 +69,13 @@ void CommandStates::updateInput()
 void CommandStates::updateEdit()
 {
     const auto *focusedText = qobject_cast<QTextEdit *>(QApplication::focusWidget());
-    const QMimeData *clipboard = QGuiApplication::clipboard()->mimeData();
     const bool draftEnabled = m_sources.input->isDraftEnabled();
     const Zoom &zoom = m_sources.preferences->zoom;
     Commands &commands = m_sources.ui->commands;
     for (const Command always : {Command::Find, Command::ClearOutput, Command::FocusOutput})
         commands.setEnabled(always, true);
     commands.setEnabled(Command::Copy, focusedText && focusedText->textCursor().hasSelection());
-    commands.setEnabled(Command::Paste, clipboard && clipboard->hasText() && draftEnabled);
+    commands.setEnabled(Command::Paste, draftEnabled && m_sources.clipboard->hasText());
     commands.setEnabled(Command::FocusDraft, draftEnabled);
     commands.setEnabled(Command::ZoomIn, zoom.canGrow());
     commands.setEnabled(Command::ZoomOut, zoom.canShrink());

@@ -14,6 +14,7 @@ import sys
 
 from desktop import (Clipboard, Console, check, is_running, press, run_and_dispose,
                      type_line, wait_for)
+from responsiveness import Responsiveness
 from scenarios import parse_options
 
 TROUBLES = {}
@@ -135,6 +136,49 @@ def clipboard_owner_gone(console):
     console.wait_for_text("hello you")
     console.wait_until_idle()
     console.quit()
+
+
+@trouble
+def clipboard_owner_silent(console):
+    """Who has the clipboard is alive and never answers, as a program can do on purpose: everything
+    but a paste goes on as if nothing were. Qt would wait for 5 seconds, and for each question anew."""
+    with silent_clipboard_owner():
+        console.open(console.script(ASK))
+        pings = Responsiveness(console.window, console.process.pid)
+        pings.start()
+        console.run()
+        wait_for(lambda: console.journal()[-1:] == ["asked"], "the question", patience=4)
+        press("ctrl+2")
+        type_line("you")
+        wait_for(lambda: not console.programs(), "the program to end", patience=4)
+        console.run()
+        wait_for(console.programs, "the program to start", patience=4)
+        press("ctrl+period")
+        wait_for(lambda: not console.programs(), "the program to be stopped", patience=4)
+        # With a paste that nobody answers, and the menu that offers it.
+        console.run()
+        wait_for(console.programs, "the program to start", patience=4)
+        press("ctrl+2", "ctrl+v", "Menu", "Escape", "ctrl+period")
+        wait_for(lambda: not console.programs(), "the program to be stopped", patience=4)
+        pings.stop()
+        slowest = max(answer.wall for answer in pings.answers)
+        print(f"the window was busy for {1000 * slowest:.0f} ms at most")
+        check(slowest < 4, f"the window was busy for {slowest:.1f} s")
+        console.quit()
+
+
+@contextlib.contextmanager
+def silent_clipboard_owner():
+    with subprocess.Popen(["xclip", "-selection", "clipboard", "-in", "-quiet"],
+                          stdin=subprocess.PIPE, stderr=subprocess.DEVNULL) as owner:
+        owner.stdin.write(b"never given")
+        owner.stdin.close()
+        wait_for(lambda: Clipboard.read() == "never given", "the clipboard")
+        owner.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            owner.kill()
 
 
 @trouble
