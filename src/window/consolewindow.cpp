@@ -91,8 +91,10 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
 
 ConsoleWindow::~ConsoleWindow()
 {
-    // The focus still changes while the widgets go, and would reach a window that is half gone.
+    // The focus and the clipboard still change while the widgets go, and would reach a window that
+    // is half gone.
     qApp->disconnect(this);
+    findChild<ClipboardOffer *>()->disconnect(this);
     qApp->removeEventFilter(this);
     // The view reads the transcript, which goes before the widgets of the base class.
     delete takeCentralWidget();
