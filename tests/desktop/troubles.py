@@ -7,7 +7,9 @@ name it in CMakeLists.txt."""
 
 import contextlib
 import os
+import pathlib
 import resource
+import shutil
 import signal
 import subprocess
 import sys
@@ -191,6 +193,29 @@ def megabytes_on_the_clipboard(console):
     press("ctrl+2", "y", "ctrl+v", "o", "u", "Return")
     console.wait_for_text("hello you")
     console.wait_until_idle()
+    console.quit()
+
+
+@trouble
+def installed_without_catalogue(console):
+    """An installed console has English texts rather than the catalogue of the folder in which it
+    was built, which may be somebody else's by now."""
+    built, system = console.executable, pathlib.Path("/usr/share/tarn-console/translations")
+    console.language = "ar"
+    console.open(console.script(ASK))
+    check(console.title() == "طرفية TARN", f"the title is {console.title()!r}")
+    console.quit()
+    installed = console.directory / "prefix" / "bin"
+    installed.mkdir(parents=True)
+    console.executable = shutil.copy(built, installed)
+    console.open(console.script(ASK))
+    if not system.exists():
+        check(console.title() == "TARN Console", f"the title is {console.title()!r}")
+    catalogue = installed.parent / "share" / "tarn-console" / "translations"
+    catalogue.mkdir(parents=True)
+    shutil.copy(built.parent.parent / "translations" / "tarn_console_ar.qm", catalogue)
+    press("ctrl+shift+7")
+    wait_for(lambda: console.title() == "طرفية TARN", "the Arabic interface")
     console.quit()
 
 
