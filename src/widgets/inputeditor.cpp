@@ -1,8 +1,11 @@
 #include "widgets/inputeditor.h"
 
 #include "textlayout/lazydocumentlayout.h"
+#include "widgets/clipboardoffer.h"
 
+#include <QClipboard>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMimeData>
@@ -44,6 +47,16 @@ void InputEditor::setSubmitHandler(std::function<void()> handler)
     m_submitHandler = std::move(handler);
 }
 
+void InputEditor::setClipboardOffer(const ClipboardOffer *offer)
+{
+    m_clipboardOffer = offer;
+    connect(offer, &ClipboardOffer::changed, this, [this] { m_pasteWaits = false; });
+    connect(offer, &ClipboardOffer::answered, this, [this] {
+        if (std::exchange(m_pasteWaits, false) && hasFocus())
+            paste();
+    });
+}
+
 int InputEditor::heightForText() const
 {
     const int frame = 2 * frameWidth();
@@ -65,6 +78,7 @@ QSize InputEditor::minimumSizeHint() const
 
 void InputEditor::keyPressEvent(QKeyEvent *event)
 {
+    m_pasteWaits = false;
     if (event->key() != Qt::Key_Return && event->key() != Qt::Key_Enter) {
         ConsoleTextEdit::keyPressEvent(event);
         return;
@@ -86,9 +100,25 @@ void InputEditor::inputMethodEvent(QInputMethodEvent *event)
     ConsoleTextEdit::inputMethodEvent(event);
 }
 
+bool InputEditor::isClipboard(const QMimeData *source) const
+{
+    return m_clipboardOffer && source == QGuiApplication::clipboard()->mimeData();
+}
+
+/// Whoever opens the context menu must not wait for another application either.
+bool InputEditor::canInsertFromMimeData(const QMimeData *source) const
+{
+    return isClipboard(source) ? m_clipboardOffer->hasText()
+                               : ConsoleTextEdit::canInsertFromMimeData(source);
+}
+
 void InputEditor::insertFromMimeData(const QMimeData *source)
 {
-    if (!source || !source->hasText())
+    if (isClipboard(source) && m_clipboardOffer->isSilent()) {
+        m_pasteWaits = true;
+        return;
+    }
+    if (!source || source->formats().isEmpty() || !source->hasText())
         return;
     const QString text = source->text();
     if (text.contains(u'\r') || text.contains(u'\n')) {

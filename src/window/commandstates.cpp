@@ -1,6 +1,7 @@
 #include "window/commandstates.h"
 
 #include "session/programsession.h"
+#include "widgets/clipboardoffer.h"
 #include "window/commands.h"
 #include "window/inputcontroller.h"
 #include "window/preferences.h"
@@ -8,8 +9,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QClipboard>
-#include <QMimeData>
 #include <QTextCursor>
 #include <QTextEdit>
 
@@ -71,14 +70,13 @@ void CommandStates::updateInput()
 void CommandStates::updateEdit()
 {
     const auto *focusedText = qobject_cast<QTextEdit *>(QApplication::focusWidget());
-    const QMimeData *clipboard = QGuiApplication::clipboard()->mimeData();
     const bool draftEnabled = m_parts.input->isDraftEnabled();
     const Zoom &zoom = m_parts.preferences->zoom;
     Commands &commands = *m_parts.commands;
     for (const Command always : {Command::Find, Command::ClearOutput, Command::FocusOutput})
         commands.setEnabled(always, true);
     commands.setEnabled(Command::Copy, focusedText && focusedText->textCursor().hasSelection());
-    commands.setEnabled(Command::Paste, clipboard && clipboard->hasText() && draftEnabled);
+    commands.setEnabled(Command::Paste, draftEnabled && m_parts.clipboard->hasText());
     commands.setEnabled(Command::FocusDraft, draftEnabled);
     commands.setEnabled(Command::ZoomIn, zoom.canGrow());
     commands.setEnabled(Command::ZoomOut, zoom.canShrink());

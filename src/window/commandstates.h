@@ -2,6 +2,7 @@
 
 namespace tarn::console {
 
+class ClipboardOffer;
 class Commands;
 class InputController;
 struct Preferences;
@@ -18,6 +19,7 @@ public:
         const ProgramSession *session;
         const SourceChoice *source;
         const Preferences *preferences;
+        const ClipboardOffer *clipboard;
         InputController *input;
         Commands *commands;
     };

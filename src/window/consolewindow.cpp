@@ -2,6 +2,7 @@
 
 #include "window/consolewindow.h"
 
+#include "widgets/clipboardoffer.h"
 #include "widgets/inputeditor.h"
 #include "widgets/transcriptview.h"
 #include "window/closingcontroller.h"
@@ -19,7 +20,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QClipboard>
 #include <QCloseEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -63,8 +63,11 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
     m_find = std::make_unique<FindController>(layout.findField, layout.transcriptView,
                                               layout.searchStatus);
     m_closing = std::make_unique<ClosingController>(&m_session, this);
-    m_states = std::make_unique<CommandStates>(CommandStates::Parts{
-        &m_session, m_source.get(), m_preferences.get(), m_input.get(), &m_ui->commands});
+    const auto *clipboard = new ClipboardOffer(this);
+    layout.draft->setClipboardOffer(clipboard);
+    m_states = std::make_unique<CommandStates>(
+        CommandStates::Parts{&m_session, m_source.get(), m_preferences.get(), clipboard,
+                             m_input.get(), &m_ui->commands});
     m_ui->setFont(m_preferences->font());
     connectRun();
     connectUi();
@@ -81,15 +84,16 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
 
     qApp->installEventFilter(this);
     connect(qApp, &QApplication::focusChanged, this, &ConsoleWindow::updateActionStates);
-    connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this,
-            &ConsoleWindow::updateActionStates);
+    connect(clipboard, &ClipboardOffer::changed, this, &ConsoleWindow::updateActionStates);
+    connect(clipboard, &ClipboardOffer::answered, this, &ConsoleWindow::updateActionStates);
 }
 
 ConsoleWindow::~ConsoleWindow()
 {
-    // The focus still changes while the widgets go, and would reach a window that is half gone.
+    // The focus and the clipboard still change while the widgets go, and would reach a window that
+    // is half gone.
     qApp->disconnect(this);
-    QGuiApplication::clipboard()->disconnect(this);
+    findChild<ClipboardOffer *>()->disconnect(this);
     qApp->removeEventFilter(this);
     // The view reads the transcript, which goes before the widgets of the base class.
     delete takeCentralWidget();

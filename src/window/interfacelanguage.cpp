@@ -12,12 +12,27 @@ namespace tarn::console {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+bool liesIn(const QDir &inner, const QString &outer)
+{
+    const QString folder = QDir(outer).canonicalPath();
+    const QString from = inner.canonicalPath();
+    return !folder.isEmpty()
+           && (folder == "/"_L1 || from == folder || from.startsWith(folder + u'/'));
+}
+
+} // namespace
+
 QStringList InterfaceLanguage::catalogueDirectories()
 {
     const QDir application(QCoreApplication::applicationDirPath());
-    return {QStringLiteral(TARN_BUILD_TRANSLATIONS_DIR), u"/usr/share/tarn-console/translations"_s,
-            application.filePath(u"../share/tarn-console/translations"_s),
-            application.absolutePath()};
+    QStringList directories{u"/usr/share/tarn-console/translations"_s,
+                            application.filePath(u"../share/tarn-console/translations"_s),
+                            application.absolutePath()};
+    if (liesIn(application, QStringLiteral(TARN_BUILD_TRANSLATIONS_USERS)))
+        directories.prepend(QStringLiteral(TARN_BUILD_TRANSLATIONS_DIR));
+    return directories;
 }
 
 InterfaceLanguage::InterfaceLanguage(QStringList directories)

@@ -11,7 +11,8 @@ namespace tarn::console {
 class InterfaceLanguage
 {
 public:
-    /// The places where an installed or a freshly built console finds its catalogue.
+    /// The places where an installed or a freshly built console finds its catalogue. The folder of
+    /// the build is one only for programs that lie in the build: later it may be anybody's.
     static QStringList catalogueDirectories();
 
     /// Looks for "tarn_console_ar.qm" in the directories, in their order, whenever the language

@@ -1,5 +1,7 @@
 #include "window/preferences.h"
 
+#include "window/settingsfile.h"
+
 #include <QFont>
 #include <QSettings>
 #include <QStringList>
@@ -63,7 +65,7 @@ QFont Preferences::font() const
 
 StoredPreferences::StoredPreferences(bool persistent)
     : m_persistent(persistent)
-    , m_preferences(persistent ? Preferences::load(QSettings()) : Preferences())
+    , m_preferences(persistent ? SettingsFile::read() : Preferences())
 {
 }
 
@@ -72,8 +74,7 @@ void StoredPreferences::save(const QByteArray &windowGeometry)
     if (!m_persistent)
         return;
     m_preferences.windowGeometry = windowGeometry;
-    QSettings settings;
-    m_preferences.save(&settings);
+    SettingsFile::write(m_preferences);
 }
 
 } // namespace tarn::console

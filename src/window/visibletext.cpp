@@ -5,18 +5,46 @@
 
 #include <QStringList>
 
+#include <algorithm>
+#include <iterator>
+
 namespace tarn::console {
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
+struct Range
+{
+    uint first;
+    uint last;
+};
+
+/// What fonts draw as nothing: the default ignorable code points of Unicode (DerivedCoreProperties)
+/// and the interlinear annotations. Without those that change how their neighbours look: the
+/// joiners, U+200C and U+200D, which Arabic, Persian and emoji need, and the choice between the
+/// text and the picture of an emoji, U+FE0E and U+FE0F.
+constexpr Range invisibleCharacters[] = {
+    {0x00AD, 0x00AD},   {0x034F, 0x034F},   {0x061C, 0x061C},   {0x115F, 0x1160}, {0x17B4, 0x17B5},
+    {0x180B, 0x180F},   {0x200B, 0x200B},   {0x200E, 0x200F},   {0x202A, 0x202E}, {0x2060, 0x206F},
+    {0x3164, 0x3164},   {0xFE00, 0xFE0D},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB},
+    {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
+};
+
+bool isInvisible(uint codePoint)
+{
+    const auto *range = std::lower_bound(
+        std::begin(invisibleCharacters), std::end(invisibleCharacters), codePoint,
+        [](const Range &candidate, uint wanted) { return candidate.last < wanted; });
+    return range != std::end(invisibleCharacters) && range->first <= codePoint;
+}
+
 /// Line ends too: a label and a tool tip show the text as one line.
 bool needsEscape(uint codePoint)
 {
     constexpr uint lineSeparator = 0x2028;
     constexpr uint paragraphSeparator = 0x2029;
-    return isShownAsEscape(codePoint) || codePoint == lineSeparator
+    return isShownAsEscape(codePoint) || isInvisible(codePoint) || codePoint == lineSeparator
            || codePoint == paragraphSeparator;
 }
 

@@ -4,9 +4,10 @@
 
 namespace tarn::console {
 
-/// How a path or a message of unknown origin is drawn: controls, line breaks and bidirectional
-/// formatting characters as the escapes that the transcript has for them, so that two different
-/// texts never look the same because of them. A text without any comes back as it is.
+/// How a path or a message of unknown origin is drawn: controls, line breaks, bidirectional
+/// formatting characters and characters that are drawn as nothing as escapes of the transcript's
+/// form, so that two different texts never look the same because of them. A text without any comes
+/// back as it is.
 QString visibleText(const QString &text);
 
 /// The beginning and the end of a text that is longer than so many characters, with an ellipsis

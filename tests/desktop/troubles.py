@@ -7,13 +7,16 @@ name it in CMakeLists.txt."""
 
 import contextlib
 import os
+import pathlib
 import resource
+import shutil
 import signal
 import subprocess
 import sys
 
 from desktop import (Clipboard, Console, check, is_running, press, run_and_dispose,
                      type_line, wait_for)
+from responsiveness import Responsiveness
 from scenarios import parse_options
 
 TROUBLES = {}
@@ -139,6 +142,49 @@ def clipboard_owner_gone(console):
 
 
 @trouble
+def clipboard_owner_silent(console):
+    """Who has the clipboard is alive and never answers, as a program can do on purpose: everything
+    but a paste goes on as if nothing were. Qt would wait for 5 seconds, and for each question anew."""
+    with silent_clipboard_owner():
+        console.open(console.script(ASK))
+        pings = Responsiveness(console.window, console.process.pid)
+        pings.start()
+        console.run()
+        wait_for(lambda: console.journal()[-1:] == ["asked"], "the question", patience=4)
+        press("ctrl+2")
+        type_line("you")
+        wait_for(lambda: not console.programs(), "the program to end", patience=4)
+        console.run()
+        wait_for(console.programs, "the program to start", patience=4)
+        press("ctrl+period")
+        wait_for(lambda: not console.programs(), "the program to be stopped", patience=4)
+        # With a paste that nobody answers, and the menu that offers it.
+        console.run()
+        wait_for(console.programs, "the program to start", patience=4)
+        press("ctrl+2", "ctrl+v", "Menu", "Escape", "ctrl+period")
+        wait_for(lambda: not console.programs(), "the program to be stopped", patience=4)
+        pings.stop()
+        slowest = max(answer.wall for answer in pings.answers)
+        print(f"the window was busy for {1000 * slowest:.0f} ms at most")
+        check(slowest < 4, f"the window was busy for {slowest:.1f} s")
+        console.quit()
+
+
+@contextlib.contextmanager
+def silent_clipboard_owner():
+    with subprocess.Popen(["xclip", "-selection", "clipboard", "-in", "-quiet"],
+                          stdin=subprocess.PIPE, stderr=subprocess.DEVNULL) as owner:
+        owner.stdin.write(b"never given")
+        owner.stdin.close()
+        wait_for(lambda: Clipboard.read() == "never given", "the clipboard")
+        owner.send_signal(signal.SIGSTOP)
+        try:
+            yield
+        finally:
+            owner.kill()
+
+
+@trouble
 def megabytes_on_the_clipboard(console):
     """More than a line may have is not pasted, and the draft stays as it was."""
     console.open(console.script(ASK))
@@ -149,6 +195,29 @@ def megabytes_on_the_clipboard(console):
     # Reading the transcript writes on the clipboard: what was pasted has to be pasted by then.
     console.wait_until_idle()
     console.wait_for_text("hello you")
+    console.quit()
+
+
+@trouble
+def installed_without_catalogue(console):
+    """An installed console has English texts rather than the catalogue of the folder in which it
+    was built, which may be somebody else's by now."""
+    built, system = console.executable, pathlib.Path("/usr/share/tarn-console/translations")
+    console.language = "ar"
+    console.open(console.script(ASK))
+    check(console.title() == "طرفية TARN", f"the title is {console.title()!r}")
+    console.quit()
+    installed = console.directory / "prefix" / "bin"
+    installed.mkdir(parents=True)
+    console.executable = shutil.copy(built, installed)
+    console.open(console.script(ASK))
+    if not system.exists():
+        check(console.title() == "TARN Console", f"the title is {console.title()!r}")
+    catalogue = installed.parent / "share" / "tarn-console" / "translations"
+    catalogue.mkdir(parents=True)
+    shutil.copy(built.parent.parent / "translations" / "tarn_console_ar.qm", catalogue)
+    press("ctrl+shift+7")
+    wait_for(lambda: console.title() == "طرفية TARN", "the Arabic interface")
     console.quit()
 
 

@@ -1,3 +1,4 @@
+#include "support/patience.h"
 #include "support/testregistry.h"
 #include "textlayout/twinedits.h"
 
@@ -287,7 +288,7 @@ void TestLazyDocumentLayoutEditing::draggingBeyondTheEdgeScrollsAndSelects()
             QApplication::sendEvent(edit.viewport(), &move);
             return bar->value() == (y > 0 ? bar->maximum() : 0);
         };
-        QTRY_VERIFY_WITH_TIMEOUT(arrives(), 30'000);
+        QTRY_VERIFY_WITH_TIMEOUT(arrives(), patience);
     });
     sendMouse(QEvent::MouseButtonRelease, QPoint(60, y), Qt::LeftButton, Qt::NoButton);
     QVERIFY(m_twins->lazy().textCursor().hasSelection());

@@ -1,7 +1,9 @@
 #include "session/slowpipesession.h"
+#include "support/patience.h"
 #include "support/sourcefile.h"
 #include "support/testregistry.h"
 #include "transcript/transcript.h"
+#include "widgets/clipboardoffer.h"
 #include "widgets/inputeditor.h"
 #include "window/commandstates.h"
 #include "window/consoleui.h"
@@ -31,7 +33,7 @@ struct Parts
     {
         file = std::make_unique<SourceFile>(script);
         session.start({scriptedChild(), file->path(), u"en"_s});
-        return QTest::qWaitFor([this] { return session.inputOpen(); }, 30'000);
+        return QTest::qWaitFor([this] { return session.inputOpen(); }, patience);
     }
     bool isEnabled(Command command) const { return ui.commands.action(command)->isEnabled(); }
     /// Of the commands of a run and its input, and the draft.
@@ -59,7 +61,8 @@ struct Parts
     ConsoleUi ui{&window, &transcript};
     SourceChoice source{&preferences, {}, ui.layout.sourcePath, &window};
     InputController input{&session, ui.layout.draft, ui.layout.inputStatus, &ui.focusKeeper};
-    CommandStates states{{&session, &source, &preferences, &input, &ui.commands}};
+    ClipboardOffer clipboard;
+    CommandStates states{{&session, &source, &preferences, &clipboard, &input, &ui.commands}};
 };
 
 } // namespace

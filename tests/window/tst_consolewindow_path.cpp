@@ -184,7 +184,9 @@ void TestConsoleWindowPath::hoverShowsControlsAsEscapes()
 void TestConsoleWindowPath::pathsNeverLookLikeEachOther_data()
 {
     QTest::addColumn<char16_t>("control");
-    QList<char16_t> controls{u'\t', u'\n', u'\r', 0x1B, 0x7F, 0x85, 0x9B, 0x061C, 0x2028, 0x2029};
+    QList<char16_t> controls{u'\t',  u'\n',  u'\r',  0x1B,   0x7F,   0x85,   0x9B,
+                             0x061C, 0x2028, 0x2029, 0x00AD, 0x034F, 0x115F, 0x180E,
+                             0x200B, 0x2060, 0x2063, 0x3164, 0xFE00, 0xFEFF, 0xFFF9};
     for (const auto &[first, last] :
          {std::pair(0x200E, 0x200F), std::pair(0x202A, 0x202E), std::pair(0x2066, 0x2069)}) {
         for (int control = first; control <= last; ++control)

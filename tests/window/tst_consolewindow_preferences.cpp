@@ -3,6 +3,7 @@
 #include "window/filechooser.h"
 
 #include <QAction>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLabel>
 #include <QSettings>
@@ -11,11 +12,16 @@
 
 #include <memory>
 
+#include <sys/stat.h>
+
 namespace tarn::console {
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// Qt waits for 30 seconds for a lock that seems to be somebody's.
+constexpr int lessThanQtWaits = 20'000;
 
 const QStringList allKeys{u"fontFamily"_s,          u"fontPointSize"_s,  u"interfaceLanguage"_s,
                           u"lastSourceDirectory"_s, u"tarnExecutable"_s, u"windowGeometry"_s};
@@ -78,6 +84,10 @@ private Q_SLOTS:
     void survivesABrokenStore_data();
     void survivesABrokenStore();
     void survivesADirectoryInPlaceOfTheFile();
+    void aLockOfSomebodyElseIsPassedBy_data();
+    void aLockOfSomebodyElseIsPassedBy();
+    void whatIsNoOrdinaryFileIsLeftAlone_data();
+    void whatIsNoOrdinaryFileIsLeftAlone();
     void survivesAConfigurationDirectoryThatCannotExist();
 
 private:
@@ -346,6 +356,93 @@ void TestConsoleWindowPreferences::survivesAConfigurationDirectoryThatCannotExis
     trigger(*window, u"englishLanguageAction"_s);
     QVERIFY(action(*window, u"englishLanguageAction"_s)->isChecked());
     QVERIFY(window->close());
+}
+
+void TestConsoleWindowPreferences::aLockOfSomebodyElseIsPassedBy_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("of another machine")
+        << QByteArray("1\nTARN Console\nelsewhere\nabc\ndef\n") << u"file"_s;
+    QTest::newRow("of a process that lives")
+        << QByteArray("1\nsystemd\n") + QSysInfo::machineHostName().toUtf8() + '\n'
+        << u"file"_s;
+    QTest::newRow("garbage") << QByteArray("\0\xff\n\n\n", 5) << u"file"_s;
+    QTest::newRow("empty") << QByteArray() << u"file"_s;
+    QTest::newRow("megabytes") << QByteArray(5'000'000, 'x') << u"file"_s;
+    QTest::newRow("directory") << QByteArray() << u"directory"_s;
+    QTest::newRow("pipe") << QByteArray() << u"pipe"_s;
+    QTest::newRow("link to nowhere") << QByteArray() << u"link"_s;
+}
+
+void TestConsoleWindowPreferences::aLockOfSomebodyElseIsPassedBy()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, kind);
+    QSettings().setValue(u"ofAnotherVersion"_s, u"kept"_s);
+    const QString lock = settingsFile() + u".lock"_s;
+    if (kind == "file"_L1) {
+        QFile file(lock);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(content), content.size());
+    } else if (kind == "directory"_L1) {
+        QVERIFY(QDir().mkdir(lock));
+    } else if (kind == "pipe"_L1) {
+        QCOMPARE(::mkfifo(QFile::encodeName(lock).constData(), 0600), 0);
+    } else {
+        QVERIFY(QFile::link(u"nowhere"_s, lock));
+    }
+
+    QElapsedTimer took;
+    took.start();
+    const auto window = showWindow();
+    trigger(*window, u"englishLanguageAction"_s);
+    QCOMPARE(stored(u"interfaceLanguage"_s), u"en"_s);
+    trigger(*window, u"arabicLanguageAction"_s);
+    QCOMPARE(stored(u"interfaceLanguage"_s), u"ar"_s);
+    QVERIFY(window->close());
+    QVERIFY2(took.elapsed() < lessThanQtWaits, qPrintable(QString::number(took.elapsed())));
+
+    QStringList keys = allKeys + QStringList{u"ofAnotherVersion"_s};
+    keys.sort();
+    QCOMPARE(QSettings().allKeys(), keys);
+    QCOMPARE(stored(u"windowGeometry"_s).toByteArray(), window->saveGeometry());
+    QStringList left = QFileInfo(settingsFile())
+                           .dir()
+                           .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    left.sort();
+    QCOMPARE(left, QStringList({u"TARN Console.conf"_s, u"TARN Console.conf.lock"_s}));
+}
+
+void TestConsoleWindowPreferences::whatIsNoOrdinaryFileIsLeftAlone_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("behindALink");
+    QTest::newRow("the file") << u"TARN/TARN Console.conf"_s << false;
+    QTest::newRow("behind a link") << u"TARN/TARN Console.conf"_s << true;
+    QTest::newRow("the organization's") << u"TARN.conf"_s << false;
+}
+
+/// Whoever opens a pipe waits for a writer.
+void TestConsoleWindowPreferences::whatIsNoOrdinaryFileIsLeftAlone()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, behindALink);
+    const QString path = m_directory->filePath(name);
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    const QString pipe = behindALink ? m_directory->filePath(u"pipe"_s) : path;
+    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    if (behindALink)
+        QVERIFY(QFile::link(pipe, path));
+
+    const auto window = showWindow();
+    QCOMPARE(window->font().pointSize(), 11);
+    trigger(*window, u"englishLanguageAction"_s);
+    QVERIFY(action(*window, u"englishLanguageAction"_s)->isChecked());
+    QVERIFY(window->close());
+    struct stat status = {};
+    QCOMPARE(::stat(QFile::encodeName(path).constData(), &status), 0);
+    QVERIFY(S_ISFIFO(status.st_mode));
 }
 
 } // namespace tarn::console

@@ -1,4 +1,5 @@
 #include "session/slowpipesession.h"
+#include "support/patience.h"
 #include "support/sourcefile.h"
 #include "support/testregistry.h"
 #include "widgets/inputeditor.h"
@@ -40,11 +41,11 @@ struct InputWindow
         source = std::make_unique<SourceFile>(script);
         session.takeAtMost(1000);
         session.start({scriptedChild(), source->path(), u"en"_s});
-        return QTest::qWaitFor([this] { return session.inputOpen(); }, 30'000);
+        return QTest::qWaitFor([this] { return session.inputOpen(); }, patience);
     }
     bool waitForEnd()
     {
-        return QTest::qWaitFor([this] { return !session.isActive(); }, 30'000);
+        return QTest::qWaitFor([this] { return !session.isActive(); }, patience);
     }
     void send(const QString &text)
     {

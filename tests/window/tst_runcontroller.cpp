@@ -1,4 +1,5 @@
 #include "session/programsession.h"
+#include "support/patience.h"
 #include "support/sourcefile.h"
 #include "support/testregistry.h"
 #include "transcript/transcript.h"
@@ -29,8 +30,6 @@ TranscriptLimits limitsOf(qint64 retainedBytes)
 /// Real runs of the scripted child without a window, and what the controller tells of them.
 struct ControlledRun
 {
-    static constexpr int patience = 30'000;
-
     explicit ControlledRun(const QByteArray &script, const TranscriptLimits &limits = roomyLimits)
         : source(script)
         , transcript(limits)
@@ -172,7 +171,7 @@ void TestRunController::limitReachedByAnEcho()
 {
     ControlledRun run("wait-forever", limitsOf(4));
     run.start();
-    QVERIFY(QTest::qWaitFor([&] { return run.session.inputOpen(); }, ControlledRun::patience));
+    QVERIFY(QTest::qWaitFor([&] { return run.session.inputOpen(); }, patience));
     run.events.clear();
     run.session.sendInput("0123456789");
     QCOMPARE(run.events.mid(0, 5),
@@ -191,7 +190,7 @@ void TestRunController::stopAfterALimitIsForgottenByTheNextRun()
     const SourceFile quiet("wait-forever");
     run.events.clear();
     run.controller.start({scriptedChild(), quiet.path(), u"en"_s});
-    QVERIFY(QTest::qWaitFor([&] { return run.session.inputOpen(); }, ControlledRun::patience));
+    QVERIFY(QTest::qWaitFor([&] { return run.session.inputOpen(); }, patience));
     run.session.stop();
     QCOMPARE(run.statuses().last(), u"status: Stopping"_s);
     QVERIFY(run.waitForEnd());
@@ -201,7 +200,7 @@ void TestRunController::writtenLineIsEchoed()
 {
     ControlledRun run("read-line\nwait-forever");
     run.start();
-    QVERIFY(QTest::qWaitFor([&] { return run.session.inputOpen(); }, ControlledRun::patience));
+    QVERIFY(QTest::qWaitFor([&] { return run.session.inputOpen(); }, patience));
     run.events.clear();
     QCOMPARE(run.session.sendInput("سطر"), InputSendResult::Sent);
     QCOMPARE(run.events,
