@@ -76,7 +76,7 @@ void CommandStates::updateEdit()
     for (const Command always : {Command::Find, Command::ClearOutput, Command::FocusOutput})
         commands.setEnabled(always, true);
     commands.setEnabled(Command::Copy, focusedText && focusedText->textCursor().hasSelection());
-    commands.setEnabled(Command::Paste, draftEnabled && m_parts.clipboard->hasText());
+    commands.setEnabled(Command::Paste, m_parts.clipboard->hasText() && draftEnabled);
     commands.setEnabled(Command::FocusDraft, draftEnabled);
     commands.setEnabled(Command::ZoomIn, zoom.canGrow());
     commands.setEnabled(Command::ZoomOut, zoom.canShrink());
