@@ -61,7 +61,7 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
                                               layout.sourcePath, this);
     m_run = std::make_unique<RunController>(&m_session, &m_transcript);
     m_input = std::make_unique<InputController>(&m_session, layout.draft, layout.inputStatus,
-                                                &m_ui->focusKeeper);
+                                                &m_ui->focusKeeper, &m_ui->answerFocus);
     m_find = std::make_unique<FindController>(layout.findField, layout.transcriptView,
                                               layout.searchStatus);
     m_closing = std::make_unique<ClosingController>(&m_session, this);
@@ -93,6 +93,7 @@ ConsoleWindow::~ConsoleWindow()
     qApp->disconnect(this);
     QGuiApplication::clipboard()->disconnect(this);
     qApp->removeEventFilter(this);
+    m_ui->answerFocus.forget();
     // The view reads the transcript, which goes before the widgets of the base class.
     delete takeCentralWidget();
 }

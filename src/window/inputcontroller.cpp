@@ -2,6 +2,7 @@
 
 #include "session/programsession.h"
 #include "widgets/inputeditor.h"
+#include "window/answerfocus.h"
 #include "window/focuskeeper.h"
 #include "window/statustexts.h"
 
@@ -11,11 +12,12 @@
 namespace tarn::console {
 
 InputController::InputController(ProgramSession *session, InputEditor *draft, QLabel *status,
-                                 FocusKeeper *focusKeeper)
+                                 FocusKeeper *focusKeeper, AnswerFocus *answerFocus)
     : m_session(session)
     , m_draft(draft)
     , m_status(status)
     , m_focusKeeper(focusKeeper)
+    , m_answerFocus(answerFocus)
 {
 }
 
@@ -50,8 +52,10 @@ void InputController::setDraftEnabled(bool enabled)
     if (!enabled)
         m_focusKeeper->leave(m_draft, true);
     m_draft->setEnabled(enabled);
-    if (enabled)
-        m_focusKeeper->comeBack(m_draft);
+    if (!enabled)
+        return;
+    m_focusKeeper->comeBack(m_draft);
+    m_answerFocus->takeInput();
 }
 
 bool InputController::isDraftEnabled() const
@@ -72,10 +76,12 @@ void InputController::reportTooLongPaste()
 void InputController::reportRunStart()
 {
     show({});
+    m_answerFocus->expectInput();
 }
 
 void InputController::reportRunEnd()
 {
+    m_answerFocus->forget();
     const bool open = m_session->inputOpen();
     if (open || !StatusTexts::saysNotSent(m_status->text()))
         show(StatusTexts::inputAfterRun(open));

@@ -6,6 +6,7 @@ class QLabel;
 
 namespace tarn::console {
 
+class AnswerFocus;
 class FocusKeeper;
 class InputEditor;
 class ProgramSession;
@@ -18,7 +19,7 @@ class InputController
 public:
     /// All of them must outlive the controller.
     InputController(ProgramSession *session, InputEditor *draft, QLabel *status,
-                    FocusKeeper *focusKeeper);
+                    FocusKeeper *focusKeeper, AnswerFocus *answerFocus);
 
     /// The text as it was typed, no-break spaces and odd separators included.
     QString draftText() const;
@@ -30,7 +31,8 @@ public:
     /// Closes the program's input; the draft stays.
     void close();
 
-    /// Whoever types keeps typing: a draft that is disabled for an instant gets the focus back.
+    /// Whoever types keeps typing: a draft that is disabled for an instant gets the focus back. And
+    /// whoever has started a run gets to type when its input opens.
     void setDraftEnabled(bool enabled);
     bool isDraftEnabled() const;
 
@@ -49,6 +51,7 @@ private:
     InputEditor *m_draft;
     QLabel *m_status;
     FocusKeeper *m_focusKeeper;
+    AnswerFocus *m_answerFocus;
 };
 
 } // namespace tarn::console
