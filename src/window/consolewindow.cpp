@@ -139,7 +139,9 @@ void ConsoleWindow::connectUi()
         [this](const QString &path) { selectSource(path); });
     drop->passThrough(layout.draft->viewport());
     drop->passThrough(layout.findField);
-    new WheelZoom(this, [this](int delta) { zoomBy(delta); });
+    auto *wheelZoom = new WheelZoom(this, [this](int delta) { zoomBy(delta); });
+    wheelZoom->watch(layout.transcriptView->viewport());
+    wheelZoom->watch(layout.draft->viewport());
 }
 
 void ConsoleWindow::retranslateUi()

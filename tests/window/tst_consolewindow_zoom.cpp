@@ -1,6 +1,7 @@
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
+#include <QMenuBar>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -16,6 +17,10 @@ class TestConsoleWindowZoom : public QObject
 {
     Q_OBJECT
 
+private:
+    static void turn(QWidget *target, QPoint angle,
+                     Qt::KeyboardModifiers modifiers = Qt::ControlModifier);
+
 private Q_SLOTS:
     void initTestCase();
     void zoomsInStepsOfTen();
@@ -24,7 +29,20 @@ private Q_SLOTS:
     void theTitleStaysThreePointsLarger();
     void controlAndWheelZoomTheWholeWindow_data();
     void controlAndWheelZoomTheWholeWindow();
+    void smallAnglesAreGathered();
+    void controlAndWheelElsewhereZoomNothing_data();
+    void controlAndWheelElsewhereZoomNothing();
 };
+
+void TestConsoleWindowZoom::turn(QWidget *target, QPoint angle, Qt::KeyboardModifiers modifiers)
+{
+    const QPointF middle = target->rect().center();
+    QWheelEvent event(middle, target->mapToGlobal(middle), {}, angle, Qt::NoButton, modifiers,
+                      Qt::NoScrollPhase, false);
+    // Only what comes from outside is handed on to the parents.
+    QSpontaneKeyEvent::setSpontaneous(&event);
+    qApp->notify(target, &event);
+}
 
 void TestConsoleWindowZoom::initTestCase()
 {
@@ -115,23 +133,60 @@ void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow()
     const ConsoleWindowFixture fixture;
     QVERIFY(fixture.show());
     QWidget *target = fixture.find<QTextEdit>(name.constData())->viewport();
-    const auto turn = [&](int angle) {
-        const QPointF middle = target->rect().center();
-        QWheelEvent event(middle, target->mapToGlobal(middle), {}, {0, angle}, Qt::NoButton,
-                          Qt::ControlModifier, Qt::NoScrollPhase, false);
-        // Only what comes from outside is handed on to the parents.
-        QSpontaneKeyEvent::setSpontaneous(&event);
-        qApp->notify(target, &event);
-    };
-    turn(120);
+    turn(target, {0, 120});
     QCOMPARE(fixture.window->font().pointSize(), 12);
     QCOMPARE(fixture.find<QWidget>("transcript")->font().pointSize(), 12);
     QCOMPARE(fixture.find<QWidget>("inputDraft")->font().pointSize(), 12);
-    turn(-120);
-    turn(-120);
+    turn(target, {0, -120});
+    turn(target, {0, -120});
     QCOMPARE(fixture.window->font().pointSize(), 10);
-    turn(0);
+    turn(target, {0, 0});
     QCOMPARE(fixture.window->font().pointSize(), 10);
+}
+
+void TestConsoleWindowZoom::smallAnglesAreGathered()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QWidget *view = fixture.view()->viewport();
+    const auto sizeAfter = [&](int times, QPoint angle) {
+        for (int i = 0; i < times; ++i)
+            turn(view, angle);
+        return fixture.window->font().pointSize();
+    };
+    // A touchpad: eight events make a notch, whichever text is under the pointer.
+    QCOMPARE(sizeAfter(7, {0, 15}), 11);
+    turn(fixture.draft()->viewport(), {0, 15});
+    QCOMPARE(fixture.window->font().pointSize(), 12);
+    QCOMPARE(sizeAfter(7, {0, -15}), 12);
+    QCOMPARE(sizeAfter(1, {0, -15}), 11);
+    // What is left of a notch counts in its own direction, and for one gesture only.
+    QCOMPARE(sizeAfter(1, {0, 100}), 11);
+    QCOMPARE(sizeAfter(1, {0, -100}), 11);
+    turn(view, {0, -30}, Qt::NoModifier);
+    QCOMPARE(sizeAfter(1, {0, -100}), 11);
+    QCOMPARE(sizeAfter(1, {0, -20}), 10);
+    QCOMPARE(sizeAfter(5, {120, 0}), 10);
+    // A fast wheel turns by several notches at once.
+    QCOMPARE(sizeAfter(1, {0, 360}), 13);
+}
+
+void TestConsoleWindowZoom::controlAndWheelElsewhereZoomNothing_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    for (const char *name : {"consoleTitle", "sourcePath", "runSource", "findOutput", "runStatus"})
+        QTest::newRow(name) << QByteArray(name);
+    QTest::newRow("menu bar") << ""_ba;
+}
+
+void TestConsoleWindowZoom::controlAndWheelElsewhereZoomNothing()
+{
+    QFETCH(QByteArray, name);
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    turn(name.isEmpty() ? fixture.window->menuBar() : fixture.find<QWidget>(name.constData()),
+         {0, 120});
+    QCOMPARE(fixture.window->font().pointSize(), 11);
 }
 
 } // namespace tarn::console
