@@ -19,6 +19,7 @@ InputController::InputController(ProgramSession *session, InputEditor *draft, QL
     , m_focusKeeper(focusKeeper)
     , m_answerFocus(answerFocus)
 {
+    QObject::connect(draft, &QTextEdit::textChanged, draft, [this] { takeDraftChange(); });
 }
 
 QString InputController::draftText() const
@@ -30,8 +31,10 @@ void InputController::send()
 {
     const QByteArray line = draftText().toUtf8();
     const InputSendResult validity = ProgramSession::validateInputLine(line);
-    show(StatusTexts::sendResult(validity == InputSendResult::Sent ? m_session->sendInput(line)
-                                                                   : validity));
+    if (validity == InputSendResult::Sent)
+        show(StatusTexts::sendResult(m_session->sendInput(line)));
+    else
+        showRefusal(StatusTexts::sendResult(validity));
 }
 
 void InputController::clearDraft()
@@ -65,12 +68,12 @@ bool InputController::isDraftEnabled() const
 
 void InputController::reportMultilinePaste()
 {
-    show(StatusTexts::multilineRefused());
+    showRefusal(StatusTexts::multilineRefused());
 }
 
 void InputController::reportTooLongPaste()
 {
-    show(StatusTexts::sendResult(InputSendResult::TooLong));
+    showRefusal(StatusTexts::sendResult(InputSendResult::TooLong));
 }
 
 void InputController::reportRunStart()
@@ -90,6 +93,24 @@ void InputController::reportRunEnd()
 void InputController::show(const StatusMessage &message)
 {
     m_status->setText(message.text());
+}
+
+void InputController::showRefusal(const StatusMessage &message)
+{
+    show(message);
+    m_refusal = m_status->text();
+    m_refusedDraft = draftText();
+}
+
+/// Changes of its format are reported as well.
+void InputController::takeDraftChange()
+{
+    if (m_refusal.isEmpty() || draftText() == m_refusedDraft)
+        return;
+    if (m_status->text() == m_refusal)
+        m_status->clear();
+    m_refusal.clear();
+    m_refusedDraft.clear();
 }
 
 } // namespace tarn::console

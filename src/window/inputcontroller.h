@@ -36,7 +36,8 @@ public:
     void setDraftEnabled(bool enabled);
     bool isDraftEnabled() const;
 
-    /// The draft refused several lines, or one that is too long.
+    /// The draft refused several lines, or one that is too long. Like the refusals of send(), this
+    /// is shown until the draft is another.
     void reportMultilinePaste();
     void reportTooLongPaste();
     /// A new run has nothing to say yet; one that ended says so, unless that would hide that the
@@ -46,12 +47,16 @@ public:
 
 private:
     void show(const StatusMessage &message);
+    void showRefusal(const StatusMessage &message);
+    void takeDraftChange();
 
     ProgramSession *m_session;
     InputEditor *m_draft;
     QLabel *m_status;
     FocusKeeper *m_focusKeeper;
     AnswerFocus *m_answerFocus;
+    QString m_refusal;      ///< the last one, as it was shown
+    QString m_refusedDraft; ///< the draft at that moment
 };
 
 } // namespace tarn::console
