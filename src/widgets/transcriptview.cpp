@@ -220,6 +220,7 @@ void TranscriptView::bringCaretIntoSight()
 void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
 {
     QMenu menu(this);
+    menu.setObjectName("transcriptMenu");
     QAction *copy = m_copyAction;
     if (copy)
         menu.addAction(copy);
