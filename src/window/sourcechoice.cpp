@@ -39,6 +39,8 @@ void listSourceFiles(QFileDialog *dialog)
 QString chosenFile(QFileDialog *dialog)
 {
     dialog->setFileMode(QFileDialog::ExistingFile);
+    // What is on other machines cannot be run, and has no path.
+    dialog->setSupportedSchemes({u"file"_s});
     removeButtonIcons(dialog);
     return dialog->exec() == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString();
 }
