@@ -3,6 +3,7 @@
 #include "widgets/caretkeys.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QFontMetricsF>
 #include <QResizeEvent>
 #include <QScrollBar>
 #include <QTextBlock>
@@ -39,6 +40,7 @@ RebuiltView::RebuiltView(const Transcript *transcript, QWidget *parent)
     setAcceptRichText(false);
     setTabChangesFocus(true);
     document()->setUndoRedoEnabled(false);
+    setTabStopDistance(8 * QFontMetricsF(font()).horizontalAdvance(u' '));
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { takeScrolling(); });
     connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this](int, int maximum) {
         if (m_followEnd && m_isAtEnd)
@@ -256,7 +258,10 @@ void RebuiltView::changeEvent(QEvent *event)
         QTextEdit::changeEvent(event);
         return;
     }
-    rearrange([this, event] { QTextEdit::changeEvent(event); });
+    rearrange([this, event] {
+        QTextEdit::changeEvent(event);
+        setTabStopDistance(8 * QFontMetricsF(font()).horizontalAdvance(u' '));
+    });
 }
 
 void RebuiltView::keyPressEvent(QKeyEvent *event)

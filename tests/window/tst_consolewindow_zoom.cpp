@@ -5,6 +5,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextCursor>
+#include <QTextDocument>
 #include <QtTest/qtestspontaneevent.h>
 #include <QWheelEvent>
 
@@ -27,6 +29,8 @@ private Q_SLOTS:
     void roundsTheZoomedSize_data();
     void roundsTheZoomedSize();
     void theTitleStaysThreePointsLarger();
+    void columnsStayColumnsAtEverySize_data();
+    void columnsStayColumnsAtEverySize();
     void controlAndWheelZoomTheWholeWindow_data();
     void controlAndWheelZoomTheWholeWindow();
     void smallAnglesAreGathered();
@@ -118,6 +122,37 @@ void TestConsoleWindowZoom::theTitleStaysThreePointsLarger()
         QCOMPARE(title->font().pointSize(), fixture.window->font().pointSize() + 3);
         QCOMPARE(title->font().weight(), 700);
     }
+}
+
+void TestConsoleWindowZoom::columnsStayColumnsAtEverySize_data()
+{
+    QTest::addColumn<int>("delta");
+    for (const int delta : {-50, 0, 30, 100})
+        QTest::addRow("%d %%", 100 + delta) << delta;
+}
+
+void TestConsoleWindowZoom::columnsStayColumnsAtEverySize()
+{
+    QFETCH(int, delta);
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    // Both before and after the zoom.
+    fixture.window->appendProgramStream(TranscriptStream::StandardOutput, ".\tx\niii\tx\n");
+    fixture.window->zoomBy(delta);
+    fixture.window->appendProgramStream(TranscriptStream::StandardOutput, "\u0628\t.\n\t\tx\n");
+    fixture.draft()->setPlainText(u".\tx"_s);
+
+    const auto columnOf = [](const QTextEdit *text, int position) {
+        QTextCursor cursor(text->document());
+        cursor.setPosition(position);
+        return text->cursorRect(cursor).x() - qRound(text->document()->documentMargin());
+    };
+    const double stop = 8 * QFontMetricsF(fixture.window->font()).horizontalAdvance(u' ');
+    const QTextEdit *view = fixture.view();
+    QVERIFY(qAbs(columnOf(view, 2) - stop) <= 1);
+    QCOMPARE(columnOf(view, 8), columnOf(view, 2));
+    QVERIFY(qAbs(columnOf(view, 16) - 2 * stop) <= 1);
+    QVERIFY(qAbs(columnOf(fixture.draft(), 2) - stop) <= 1);
 }
 
 void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow_data()
