@@ -2,6 +2,7 @@
 
 #include "textlayout/lazydocumentlayout.h"
 
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QTextDocument>
 #include <QWheelEvent>
@@ -15,9 +16,26 @@ ConsoleTextEdit::ConsoleTextEdit(QWidget *parent)
     document()->setDocumentLayout(m_lazyLayout);
     setAcceptRichText(false);
     setTabChangesFocus(true);
+    updateTabStops();
 }
 
 ConsoleTextEdit::~ConsoleTextEdit() = default;
+
+void ConsoleTextEdit::changeEvent(QEvent *event)
+{
+    QTextEdit::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange)
+        updateTabStops();
+}
+
+/// Another distance lays out the whole text again, even when it is the same.
+void ConsoleTextEdit::updateTabStops()
+{
+    constexpr int blanks = 8;
+    const qreal distance = blanks * QFontMetricsF(font(), this).horizontalAdvance(u' ');
+    if (distance != tabStopDistance())
+        setTabStopDistance(distance);
+}
 
 void ConsoleTextEdit::wheelEvent(QWheelEvent *event)
 {

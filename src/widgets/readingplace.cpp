@@ -5,8 +5,11 @@
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QTextBlock>
+#include <QTextCursor>
 #include <QTextDocument>
 #include <QTextEdit>
+
+#include <algorithm>
 
 namespace tarn::console {
 
@@ -16,7 +19,7 @@ ReadingPlace::ReadingPlace(QTextEdit *view, LazyDocumentLayout *layout)
 {
     connect(bar(), &QScrollBar::valueChanged, this, [this] { takeScrolling(); });
     connect(bar(), &QScrollBar::rangeChanged, this, [this] {
-        if (m_followsEnd)
+        if (m_followsEnd && m_place.atEnd)
             bar()->setValue(bar()->maximum());
     });
     connect(layout, &LazyDocumentLayout::heightsChanged, this, [this] { takeHeights(); });
@@ -67,6 +70,19 @@ void ReadingPlace::goTo(ScrollAnchor anchor)
 
 void ReadingPlace::keep(const std::function<void()> &change)
 {
+    settleAround(change, m_followsEnd);
+    noteMatch();
+}
+
+void ReadingPlace::rearrange(const std::function<void()> &change)
+{
+    settleAround(change, m_followsEnd && m_place.atEnd);
+    if (m_isMatchInSight && !m_isSettling)
+        bringMatchIntoSight();
+}
+
+void ReadingPlace::settleAround(const std::function<void()> &change, bool atEnd)
+{
     // A scroll bar that comes or goes resizes the view: whoever settles then goes on with it.
     if (m_isSettling) {
         change();
@@ -74,7 +90,7 @@ void ReadingPlace::keep(const std::function<void()> &change)
     }
     const QScopedValueRollback guard(m_isSettling, true);
     // Guessed heights may keep the reader from the place for a while.
-    m_place = {.atEnd = m_followsEnd, .anchor = m_layout->isExact() ? anchor() : m_place.anchor};
+    m_place = {.atEnd = atEnd, .anchor = m_layout->isExact() ? anchor() : m_place.anchor};
     // The cursor's paragraph may be one that is growing.
     m_layout->setShapesLongBlocks(false);
     change();
@@ -87,6 +103,14 @@ void ReadingPlace::visit(const std::function<void()> &scroll)
     const bool followed = m_followsEnd;
     scroll();
     m_followsEnd = followed;
+}
+
+void ReadingPlace::visitMatch(const std::function<void()> &scroll)
+{
+    visit(scroll);
+    m_matchStart = m_view->textCursor().selectionStart();
+    m_matchEnd = m_view->textCursor().selectionEnd();
+    noteMatch();
 }
 
 /// Goes to the place, and measures what is in view there, which can move it.
@@ -115,7 +139,9 @@ bool ReadingPlace::measureSight()
     return m_layout->measure([this] {
         const auto top = m_place.atEnd ? std::nullopt : topOf(m_place.anchor.blockNumber);
         const int value = range().valueFor(top, m_place.anchor.offset);
-        return LazyDocumentLayout::Sight{value, value + m_view->viewport()->height()};
+        // With a height that is guessed too low, the place would be below the anchor's block.
+        return LazyDocumentLayout::Sight{std::min(value, top.value_or(value)),
+                                         value + m_view->viewport()->height()};
     });
 }
 
@@ -143,6 +169,51 @@ void ReadingPlace::takeScrolling()
         m_view->viewport()->update();
     }
     m_place.anchor = anchor();
+    noteMatch();
+}
+
+/// Where the match is; nothing when there is none any more.
+std::optional<ReadingPlace::Rows> ReadingPlace::matchRows() const
+{
+    QTextCursor cursor = m_view->textCursor();
+    if (!cursor.hasSelection() || cursor.selectionStart() != m_matchStart
+        || cursor.selectionEnd() != m_matchEnd)
+        return std::nullopt;
+    const QRect end = m_view->cursorRect(cursor);
+    cursor.setPosition(m_matchStart);
+    return Rows{.top = std::min(m_view->cursorRect(cursor).top(), end.top()),
+                .bottom = end.bottom() + 1};
+}
+
+void ReadingPlace::noteMatch()
+{
+    const QTextBlock block = m_view->document()->findBlock(m_matchEnd);
+    const int height = m_view->viewport()->height();
+    // Asking where a cursor is shapes its block, which takes a while for one that is long.
+    const bool isBlockInSight =
+        block.isValid() && offsetOf(block) < height && offsetOf(block) + block.lineCount() > 0;
+    const auto rows = isBlockInSight ? matchRows() : std::nullopt;
+    m_isMatchInSight = rows && rows->bottom > 0 && rows->top < height;
+}
+
+/// Scrolls no further than it has to.
+void ReadingPlace::bringMatchIntoSight()
+{
+    const QScopedValueRollback guard(m_isSettling, true);
+    constexpr int maximumRounds = 4;
+    for (int round = 0; round < maximumRounds; ++round) {
+        const auto rows = matchRows();
+        if (!rows)
+            return;
+        const int below = std::max(0, rows->bottom - m_view->viewport()->height());
+        const int shift = std::min(rows->top, below);
+        if (shift == 0)
+            return;
+        bar()->setValue(bar()->value() + shift);
+        m_place = {.atEnd = false, .anchor = anchor()};
+        // What comes into sight is measured now, and can move it once more.
+        settle();
+    }
 }
 
 ScrollAnchor ReadingPlace::firstExactInSight() const

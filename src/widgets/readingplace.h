@@ -35,13 +35,20 @@ public:
     /// Scrolls there; to the end when the anchor's block is gone.
     void goTo(ScrollAnchor anchor);
 
-    /// Changes something that moves the text or the scroll range, and keeps the end in view or the
-    /// reader's place. What is asked about the cursor's place on the screen meanwhile does not
-    /// matter, and may get a wrong answer.
+    /// Changes the text, and keeps the end in view when it is followed, or else the reader's place.
+    /// What is asked about the cursor's place on the screen meanwhile does not matter, and may get
+    /// a wrong answer.
     void keep(const std::function<void()> &change);
+
+    /// The same for a change that only moves the text or the scroll range: whoever was shown
+    /// something elsewhere stays there although the end is followed, and a match in sight stays in
+    /// sight.
+    void rearrange(const std::function<void()> &change);
 
     /// Scrolls somewhere for a look: whether the end is followed does not change.
     void visit(const std::function<void()> &scroll);
+    /// The same, to a match, which the function selects.
+    void visitMatch(const std::function<void()> &scroll);
 
 private:
     struct Place
@@ -50,16 +57,28 @@ private:
         ScrollAnchor anchor; ///< unless at the end
     };
 
+    /// From top to bottom on the screen.
+    struct Rows
+    {
+        int top = 0;
+        int bottom = 0;
+    };
+
     QScrollBar *bar() const;
     ScrollRange range() const;
     std::optional<int> topOf(qint32 blockNumber) const;
     int offsetOf(const QTextBlock &block) const;
     ScrollAnchor firstExactInSight() const;
 
+    void settleAround(const std::function<void()> &change, bool atEnd);
     void settle();
     bool measureSight();
     void takeHeights();
     void takeScrolling();
+
+    std::optional<Rows> matchRows() const;
+    void noteMatch();
+    void bringMatchIntoSight();
 
     QTextEdit *m_view;
     LazyDocumentLayout *m_layout;
@@ -67,6 +86,9 @@ private:
     bool m_followsEnd = true;
     bool m_isSettling = false; ///< the scroll bar's moves are not the reader's
     Place m_place;             ///< where the reader is, or will be once all heights are known
+    int m_matchStart = -1;     ///< of the last match; it ends with the selection of it
+    int m_matchEnd = -1;
+    bool m_isMatchInSight = false;
 };
 
 } // namespace tarn::console

@@ -1,6 +1,7 @@
 #include "widgets/transcriptview.h"
 
 #include "widgets/accessibletranscript.h"
+#include "widgets/caretkeys.h"
 #include "widgets/draftpresentation.h"
 
 #include <QAction>
@@ -54,7 +55,7 @@ void TranscriptView::setCopyAction(QAction *action)
 
 void TranscriptView::refresh()
 {
-    showChanges([this] { m_writer.update(); });
+    showChanges(&ReadingPlace::keep, [this] { m_writer.update(); });
 }
 
 void TranscriptView::setContentDirection(ContentDirection direction)
@@ -63,7 +64,7 @@ void TranscriptView::setContentDirection(ContentDirection direction)
     if (m_draftEditor && direction != m_transcript->direction())
         m_draftEditor->document()->clearUndoRedoStacks();
     // The texts stay as they are, once the last changes are shown.
-    showChanges([this, direction] {
+    showChanges(&ReadingPlace::rearrange, [this, direction] {
         m_writer.update();
         m_transcript->setDirection(direction);
         m_writer.applyFormats();
@@ -71,12 +72,12 @@ void TranscriptView::setContentDirection(ContentDirection direction)
 }
 
 /// Brings the document up to date, and everything that goes with it.
-void TranscriptView::showChanges(const std::function<void()> &update)
+void TranscriptView::showChanges(KeepPlace keepPlace, const std::function<void()> &update)
 {
     const int anchor = textCursor().anchor();
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
-    m_readingPlace.keep([&] {
+    (m_readingPlace.*keepPlace)([&] {
         update();
         restoreCursor(anchor, position);
     });
@@ -132,13 +133,13 @@ void TranscriptView::scrollToCursor()
 
 void TranscriptView::resizeEvent(QResizeEvent *event)
 {
-    m_readingPlace.keep([this, event] { ConsoleTextEdit::resizeEvent(event); });
+    m_readingPlace.rearrange([this, event] { ConsoleTextEdit::resizeEvent(event); });
 }
 
 void TranscriptView::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::FontChange)
-        m_readingPlace.keep([this, event] { ConsoleTextEdit::changeEvent(event); });
+        m_readingPlace.rearrange([this, event] { ConsoleTextEdit::changeEvent(event); });
     else
         ConsoleTextEdit::changeEvent(event);
 }
@@ -152,7 +153,7 @@ TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backw
         cursor.setPosition(static_cast<int>(result.position));
         cursor.setPosition(static_cast<int>(result.position + result.length),
                            QTextCursor::KeepAnchor);
-        m_readingPlace.visit([this, &cursor] {
+        m_readingPlace.visitMatch([this, &cursor] {
             setTextCursor(cursor);
             scrollToCursor();
         });
@@ -185,12 +186,41 @@ void TranscriptView::keyPressEvent(QKeyEvent *event)
         event->accept();
         return;
     }
+    const bool movesCaret = CaretKeys::isCaretKey(*event);
+    if (movesCaret)
+        bringCaretIntoSight();
     ConsoleTextEdit::keyPressEvent(event);
+    if (movesCaret)
+        showEndsAtTheCaret();
+}
+
+/// Above the first line and below the last one there is a margin, which the caret never needs.
+void TranscriptView::showEndsAtTheCaret()
+{
+    QScrollBar *bar = verticalScrollBar();
+    if (CaretKeys::isInLastLine(*this))
+        bar->setValue(bar->maximum());
+    else if (!followsEnd() && CaretKeys::isInFirstLine(*this))
+        bar->setValue(bar->minimum());
+}
+
+/// The keys go on from where the user looks. A selection is to be extended instead.
+void TranscriptView::bringCaretIntoSight()
+{
+    if (textCursor().hasSelection() || CaretKeys::isCaretInSight(*this))
+        return;
+    m_readingPlace.visit([this] {
+        if (followsEnd())
+            CaretKeys::putAtEnd(this);
+        else
+            CaretKeys::putIntoNearestLineInSight(this);
+    });
 }
 
 void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
 {
     QMenu menu(this);
+    menu.setObjectName("transcriptMenu");
     QAction *copy = m_copyAction;
     if (copy)
         menu.addAction(copy);

@@ -69,9 +69,12 @@ protected:
     QMimeData *createMimeDataFromSelection() const override;
 
 private:
-    void showChanges(const std::function<void()> &update);
+    using KeepPlace = void (ReadingPlace::*)(const std::function<void()> &);
+    void showChanges(KeepPlace keepPlace, const std::function<void()> &update);
     void restoreCursor(int anchor, int position);
     void scrollToCursor();
+    void bringCaretIntoSight();
+    void showEndsAtTheCaret();
 
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;

@@ -61,6 +61,7 @@ ConsoleLayout::ConsoleLayout(QWidget *window, Transcript *transcript, const Comm
                              const Menus &menus)
     : content(new QWidget(window))
 {
+    content->setObjectName("centralContent");
     auto *rows = new QVBoxLayout(content);
     rows->setContentsMargins(outerMargin, outerMargin, outerMargin, outerMargin);
     rows->setSpacing(rowSpacing);

@@ -1,8 +1,10 @@
 #include "window/consoleui.h"
 
+#include "widgets/inputeditor.h"
 #include "widgets/transcriptview.h"
 
 #include <QFont>
+#include <QLineEdit>
 #include <QMainWindow>
 
 namespace tarn::console {
@@ -12,6 +14,7 @@ ConsoleUi::ConsoleUi(QMainWindow *window, Transcript *transcript)
     , menus(window, commands)
     , layout(window, transcript, commands, menus)
     , focusKeeper(layout.transcriptView)
+    , answerFocus(layout.draft, layout.findField)
     , m_window(window)
 {
     commands.setFocusKeeper(&focusKeeper);

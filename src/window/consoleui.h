@@ -1,5 +1,6 @@
 #pragma once
 
+#include "window/answerfocus.h"
 #include "window/commands.h"
 #include "window/consolelayout.h"
 #include "window/focuskeeper.h"
@@ -24,6 +25,7 @@ struct ConsoleUi
     Menus menus;
     ConsoleLayout layout;
     FocusKeeper focusKeeper; ///< for the buttons of the commands, and for the draft
+    AnswerFocus answerFocus;
 
 private:
     QMainWindow *m_window;

@@ -59,7 +59,7 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
                                               layout.sourcePath, this);
     m_run = std::make_unique<RunController>(&m_session, &m_transcript);
     m_input = std::make_unique<InputController>(&m_session, layout.draft, layout.inputStatus,
-                                                &m_ui->focusKeeper);
+                                                &m_ui->focusKeeper, &m_ui->answerFocus);
     m_find = std::make_unique<FindController>(layout.findField, layout.transcriptView,
                                               layout.searchStatus);
     m_closing = std::make_unique<ClosingController>(&m_session, this);
@@ -95,6 +95,7 @@ ConsoleWindow::~ConsoleWindow()
     qApp->disconnect(this);
     findChild<ClipboardOffer *>()->disconnect(this);
     qApp->removeEventFilter(this);
+    m_ui->answerFocus.forget();
     // The view reads the transcript, which goes before the widgets of the base class.
     delete takeCentralWidget();
 }
@@ -140,7 +141,9 @@ void ConsoleWindow::connectUi()
         [this](const QString &path) { selectSource(path); });
     drop->passThrough(layout.draft->viewport());
     drop->passThrough(layout.findField);
-    new WheelZoom(this, [this](int delta) { zoomBy(delta); });
+    auto *wheelZoom = new WheelZoom(this, [this](int delta) { zoomBy(delta); });
+    wheelZoom->watch(layout.transcriptView->viewport());
+    wheelZoom->watch(layout.draft->viewport());
 }
 
 void ConsoleWindow::retranslateUi()

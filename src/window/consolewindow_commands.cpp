@@ -217,6 +217,7 @@ void ConsoleWindow::pasteIntoDraft()
 void ConsoleWindow::focusTranscript()
 {
     m_ui->focusKeeper.forget();
+    m_ui->answerFocus.forget();
     m_ui->layout.transcriptView->setFocus(Qt::OtherFocusReason);
 }
 

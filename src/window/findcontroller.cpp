@@ -5,6 +5,7 @@
 
 #include <QEvent>
 #include <QFontMetrics>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 
@@ -12,12 +13,20 @@
 
 namespace tarn::console {
 
+namespace {
+
+/// While no input is open it is nobody's shortcut, and a field on X11 would erase a letter.
+constexpr QKeyCombination closeInputKey = Qt::CTRL | Qt::Key_D;
+
+} // namespace
+
 FindController::FindController(QLineEdit *field, TranscriptView *view, QLabel *status)
     : m_field(field)
     , m_view(view)
     , m_status(status)
 {
     connect(field, &QLineEdit::returnPressed, this, &FindController::findNext);
+    field->installEventFilter(this);
     status->installEventFilter(this);
     reserveStatusWidth();
 }
@@ -48,8 +57,11 @@ void FindController::clearStatus()
 
 bool FindController::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::FontChange)
+    if (watched == m_status && event->type() == QEvent::FontChange)
         reserveStatusWidth();
+    if (watched == m_field && event->type() == QEvent::KeyPress
+        && static_cast<QKeyEvent *>(event)->keyCombination() == closeInputKey)
+        return true;
     return QObject::eventFilter(watched, event);
 }
 

@@ -6,15 +6,11 @@
 
 namespace tarn::console {
 
-namespace {
-
 bool isUsersReason(Qt::FocusReason reason)
 {
     return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
            || reason == Qt::MouseFocusReason || reason == Qt::ShortcutFocusReason;
 }
-
-} // namespace
 
 FocusKeeper::FocusKeeper(QWidget *refuge)
     : m_refuge(refuge)

@@ -6,6 +6,9 @@
 
 namespace tarn::console {
 
+/// Whether it was the user who moved the focus, not the program.
+bool isUsersReason(Qt::FocusReason reason);
+
 /// Keeps the keyboard focus where the user put it while widgets are disabled and enabled again.
 ///
 /// A widget that is disabled hands its focus to the next one, and the next space bar presses

@@ -2,6 +2,7 @@
 
 #include "session/programsession.h"
 #include "widgets/inputeditor.h"
+#include "window/answerfocus.h"
 #include "window/focuskeeper.h"
 #include "window/statustexts.h"
 
@@ -11,12 +12,14 @@
 namespace tarn::console {
 
 InputController::InputController(ProgramSession *session, InputEditor *draft, QLabel *status,
-                                 FocusKeeper *focusKeeper)
+                                 FocusKeeper *focusKeeper, AnswerFocus *answerFocus)
     : m_session(session)
     , m_draft(draft)
     , m_status(status)
     , m_focusKeeper(focusKeeper)
+    , m_answerFocus(answerFocus)
 {
+    QObject::connect(draft, &QTextEdit::textChanged, draft, [this] { takeDraftChange(); });
 }
 
 QString InputController::draftText() const
@@ -26,7 +29,12 @@ QString InputController::draftText() const
 
 void InputController::send()
 {
-    show(StatusTexts::sendResult(m_session->sendInput(draftText().toUtf8())));
+    const InputSendResult result = m_session->sendInput(draftText().toUtf8());
+    const StatusMessage message = StatusTexts::sendResult(result);
+    if (result == InputSendResult::NotOneLine || result == InputSendResult::TooLong)
+        showRefusal(message);
+    else
+        show(message);
 }
 
 void InputController::clearDraft()
@@ -47,8 +55,10 @@ void InputController::setDraftEnabled(bool enabled)
     if (!enabled)
         m_focusKeeper->leave(m_draft, true);
     m_draft->setEnabled(enabled);
-    if (enabled)
-        m_focusKeeper->comeBack(m_draft);
+    if (!enabled)
+        return;
+    m_focusKeeper->comeBack(m_draft);
+    m_answerFocus->takeInput();
 }
 
 bool InputController::isDraftEnabled() const
@@ -58,21 +68,23 @@ bool InputController::isDraftEnabled() const
 
 void InputController::reportMultilinePaste()
 {
-    show(StatusTexts::multilineRefused());
+    showRefusal(StatusTexts::multilineRefused());
 }
 
 void InputController::reportTooLongPaste()
 {
-    show(StatusTexts::sendResult(InputSendResult::TooLong));
+    showRefusal(StatusTexts::sendResult(InputSendResult::TooLong));
 }
 
 void InputController::reportRunStart()
 {
     m_status->clear();
+    m_answerFocus->expectInput();
 }
 
 void InputController::reportRunEnd()
 {
+    m_answerFocus->forget();
     const bool open = m_session->inputOpen();
     if (open || !StatusTexts::saysNotSent(m_status->text()))
         show(StatusTexts::inputAfterRun(open));
@@ -81,6 +93,24 @@ void InputController::reportRunEnd()
 void InputController::show(const StatusMessage &message)
 {
     m_status->setText(message.text());
+}
+
+void InputController::showRefusal(const StatusMessage &message)
+{
+    show(message);
+    m_refusal = m_status->text();
+    m_refusedDraft = draftText();
+}
+
+/// Changes of its format are reported as well.
+void InputController::takeDraftChange()
+{
+    if (m_refusal.isEmpty() || draftText() == m_refusedDraft)
+        return;
+    if (m_status->text() == m_refusal)
+        m_status->clear();
+    m_refusal.clear();
+    m_refusedDraft.clear();
 }
 
 } // namespace tarn::console

@@ -6,6 +6,7 @@ class QLabel;
 
 namespace tarn::console {
 
+class AnswerFocus;
 class FocusKeeper;
 class InputEditor;
 class ProgramSession;
@@ -18,7 +19,7 @@ class InputController
 public:
     /// All of them must outlive the controller.
     InputController(ProgramSession *session, InputEditor *draft, QLabel *status,
-                    FocusKeeper *focusKeeper);
+                    FocusKeeper *focusKeeper, AnswerFocus *answerFocus);
 
     /// The text as it was typed, no-break spaces and odd separators included.
     QString draftText() const;
@@ -30,11 +31,13 @@ public:
     /// Closes the program's input; the draft stays.
     void close();
 
-    /// Whoever types keeps typing: a draft that is disabled for an instant gets the focus back.
+    /// Whoever types keeps typing: a draft that is disabled for an instant gets the focus back. And
+    /// whoever has started a run gets to type when its input opens.
     void setDraftEnabled(bool enabled);
     bool isDraftEnabled() const;
 
-    /// The draft refused several lines, or one that is too long.
+    /// The draft refused several lines, or one that is too long. Like the refusals of send(), this
+    /// is shown until the draft is another.
     void reportMultilinePaste();
     void reportTooLongPaste();
     /// A new run has nothing to say yet; one that ended says so, unless that would hide that the
@@ -44,11 +47,16 @@ public:
 
 private:
     void show(const StatusMessage &message);
+    void showRefusal(const StatusMessage &message);
+    void takeDraftChange();
 
     ProgramSession *m_session;
     InputEditor *m_draft;
     QLabel *m_status;
     FocusKeeper *m_focusKeeper;
+    AnswerFocus *m_answerFocus;
+    QString m_refusal;      ///< the last one, as it was shown
+    QString m_refusedDraft; ///< the draft at that moment
 };
 
 } // namespace tarn::console

@@ -14,14 +14,25 @@ namespace tarn::console {
 
 namespace {
 
+struct Row
+{
+    const char *objectName;
+    const char *title;
+};
+
 struct MenuTable
 {
     Q_DECLARE_TR_FUNCTIONS(tarn::console::ConsoleWindow)
 
 public:
-    static constexpr std::array<const char *, menuCount> titles{
-        QT_TR_NOOP("File"),     QT_TR_NOOP("Edit"), QT_TR_NOOP("View"),
-        QT_TR_NOOP("Language"), QT_TR_NOOP("Help"), QT_TR_NOOP("Content direction")};
+    static constexpr std::array<Row, menuCount> rows{{
+        {"fileMenu", QT_TR_NOOP("File")},
+        {"editMenu", QT_TR_NOOP("Edit")},
+        {"viewMenu", QT_TR_NOOP("View")},
+        {"languageMenu", QT_TR_NOOP("Language")},
+        {"helpMenu", QT_TR_NOOP("Help")},
+        {"contentDirectionMenu", QT_TR_NOOP("Content direction")},
+    }};
 };
 
 constexpr std::size_t indexOf(Menu menu)
@@ -46,9 +57,12 @@ void fill(QMenu *menu, const Commands &commands,
 
 Menus::Menus(QMainWindow *window, const Commands &commands)
 {
+    window->menuBar()->setObjectName("menuBar");
     for (const Menu entry : {Menu::File, Menu::Edit, Menu::View, Menu::Language, Menu::Help})
         m_menus[indexOf(entry)] = window->menuBar()->addMenu(QString());
     m_menus[indexOf(Menu::ContentDirection)] = new QMenu(window);
+    for (std::size_t i = 0; i < menuCount; ++i)
+        m_menus[i]->setObjectName(MenuTable::rows[i].objectName);
 
     fill(menu(Menu::File), commands,
          {Command::Open, Command::ChooseTarn, separator, Command::Run, Command::Stop,
@@ -73,7 +87,7 @@ QMenu *Menus::menu(Menu menu) const
 void Menus::retranslate()
 {
     for (std::size_t i = 0; i < menuCount; ++i)
-        m_menus[i]->setTitle(MenuTable::tr(MenuTable::titles[i]));
+        m_menus[i]->setTitle(MenuTable::tr(MenuTable::rows[i].title));
 }
 
 } // namespace tarn::console

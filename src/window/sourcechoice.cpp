@@ -38,6 +38,8 @@ void listSourceFiles(QFileDialog *dialog)
 /// Asks for a file; empty for none.
 QString chosenFile(QFileDialog *dialog)
 {
+    // What is on other machines cannot be run, and has no path.
+    dialog->setSupportedSchemes({u"file"_s});
     removeButtonIcons(dialog);
     return dialog->exec() == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString();
 }

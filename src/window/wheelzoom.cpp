@@ -9,23 +9,35 @@
 
 namespace tarn::console {
 
-WheelZoom::WheelZoom(QWidget *window, std::function<void(int)> zoomBy)
-    : QObject(window)
+WheelZoom::WheelZoom(QObject *parent, std::function<void(int)> zoomBy)
+    : QObject(parent)
     , m_zoomBy(std::move(zoomBy))
 {
-    window->installEventFilter(this);
+}
+
+void WheelZoom::watch(QWidget *viewport)
+{
+    viewport->installEventFilter(this);
 }
 
 bool WheelZoom::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() != QEvent::Wheel || !static_cast<QWidget *>(watched)->isEnabled())
+    // The draft is disabled most of the time; a window is only beside a dialog.
+    if (event->type() != QEvent::Wheel || !static_cast<QWidget *>(watched)->window()->isEnabled())
         return QObject::eventFilter(watched, event);
-    auto *wheel = static_cast<QWheelEvent *>(event);
+    const auto *wheel = static_cast<QWheelEvent *>(event);
     const int angle = wheel->angleDelta().y();
-    if (!wheel->modifiers().testFlag(Qt::ControlModifier) || angle == 0)
+    if (!wheel->modifiers().testFlag(Qt::ControlModifier) || angle == 0) {
+        m_angle = 0;
         return QObject::eventFilter(watched, event);
-    m_zoomBy(angle > 0 ? Zoom::step : -Zoom::step);
-    wheel->accept();
+    }
+    // Whoever turns back begins anew.
+    m_angle = (m_angle < 0) == (angle < 0) ? m_angle + angle : angle;
+    const int notches = m_angle / QWheelEvent::DefaultDeltasPerStep;
+    m_angle %= QWheelEvent::DefaultDeltasPerStep;
+    if (notches != 0)
+        m_zoomBy(notches * Zoom::step);
+    event->accept();
     return true;
 }
 

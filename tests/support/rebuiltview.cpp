@@ -1,6 +1,9 @@
 #include "support/rebuiltview.h"
 
+#include "widgets/caretkeys.h"
+
 #include <QAbstractTextDocumentLayout>
+#include <QFontMetricsF>
 #include <QResizeEvent>
 #include <QScrollBar>
 #include <QTextBlock>
@@ -37,10 +40,10 @@ RebuiltView::RebuiltView(const Transcript *transcript, QWidget *parent)
     setAcceptRichText(false);
     setTabChangesFocus(true);
     document()->setUndoRedoEnabled(false);
-    connect(verticalScrollBar(), &QScrollBar::valueChanged, this,
-            [this] { m_followEnd = followsEnd(); });
+    setTabStopDistance(8 * QFontMetricsF(font()).horizontalAdvance(u' '));
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { takeScrolling(); });
     connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this](int, int maximum) {
-        if (m_followEnd)
+        if (m_followEnd && m_isAtEnd)
             verticalScrollBar()->setValue(maximum);
     });
 }
@@ -52,11 +55,21 @@ bool RebuiltView::followsEnd() const
 
 void RebuiltView::refresh()
 {
+    const bool followed = m_followEnd;
+    keep(followed, [this] { rebuild(); });
+    m_matchInSight = isMatchInSight();
+}
+
+void RebuiltView::present()
+{
+    rearrange([this] { rebuild(); });
+}
+
+void RebuiltView::rebuild()
+{
     const int anchor = textCursor().anchor();
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
-    const bool followed = m_followEnd;
-    const Place reader = place();
 
     setPlainText(m_transcript->documentText());
     formatBlocks();
@@ -68,7 +81,6 @@ void RebuiltView::refresh()
     cursor.setPosition(std::clamp(position, 0, last), QTextCursor::KeepAnchor);
     setTextCursor(cursor);
 
-    goTo(followed, reader);
     presentDraft();
     if (hadFocus)
         setFocus(Qt::OtherFocusReason);
@@ -94,7 +106,62 @@ void RebuiltView::goTo(bool end, Place place)
         bar->setValue(std::max(std::min(int(std::lround(top)) - place.offset, bar->maximum()),
                                bar->minimum()));
     }
-    m_followEnd = end;
+    m_isAtEnd = end;
+}
+
+void RebuiltView::takeScrolling()
+{
+    m_followEnd = followsEnd();
+    m_isAtEnd = m_followEnd;
+    m_matchInSight = isMatchInSight();
+}
+
+void RebuiltView::keep(bool end, const std::function<void()> &change)
+{
+    const bool followed = m_followEnd;
+    const Place reader = place();
+    change();
+    completeLayout();
+    goTo(end, reader);
+    m_followEnd = followed;
+}
+
+void RebuiltView::rearrange(const std::function<void()> &change)
+{
+    const bool wasInSight = m_matchInSight;
+    keep(m_followEnd && m_isAtEnd, change);
+    const bool followed = m_followEnd;
+    const bool atEnd = m_isAtEnd;
+    const int value = verticalScrollBar()->value();
+    if (wasInSight && isMatch()) {
+        const QRect match = matchRect();
+        const int below = std::max(0, match.bottom() + 1 - viewport()->height());
+        verticalScrollBar()->setValue(value + std::min(match.top(), below));
+    }
+    m_matchInSight = wasInSight;
+    m_followEnd = followed;
+    m_isAtEnd = atEnd && verticalScrollBar()->value() == value;
+}
+
+bool RebuiltView::isMatch() const
+{
+    const QTextCursor cursor = textCursor();
+    return cursor.hasSelection() && cursor.selectionStart() == m_matchStart
+           && cursor.selectionEnd() == m_matchEnd;
+}
+
+QRect RebuiltView::matchRect() const
+{
+    QTextCursor start = textCursor();
+    start.setPosition(start.selectionStart());
+    QRect rect = cursorRect();
+    rect.setTop(std::min(rect.top(), cursorRect(start).top()));
+    return rect;
+}
+
+bool RebuiltView::isMatchInSight() const
+{
+    return isMatch() && matchRect().bottom() >= 0 && matchRect().top() < viewport()->height();
 }
 
 /// Until the text is laid out to its end and the scroll range says so. A scroll bar that comes or
@@ -148,6 +215,9 @@ TranscriptFindResult RebuiltView::findLiteral(const QString &text, bool backward
         setTextCursor(cursor);
         ensureCursorVisible();
         m_followEnd = followed;
+        m_matchStart = cursor.selectionStart();
+        m_matchEnd = cursor.selectionEnd();
+        m_matchInSight = isMatchInSight();
     }
     return result;
 }
@@ -179,11 +249,7 @@ void RebuiltView::presentDraft()
 
 void RebuiltView::resizeEvent(QResizeEvent *event)
 {
-    const bool followed = m_followEnd;
-    const Place reader = place();
-    QTextEdit::resizeEvent(event);
-    completeLayout();
-    goTo(followed, reader);
+    rearrange([this, event] { QTextEdit::resizeEvent(event); });
 }
 
 void RebuiltView::changeEvent(QEvent *event)
@@ -192,11 +258,31 @@ void RebuiltView::changeEvent(QEvent *event)
         QTextEdit::changeEvent(event);
         return;
     }
-    const bool followed = m_followEnd;
-    const Place reader = place();
-    QTextEdit::changeEvent(event);
-    completeLayout();
-    goTo(followed, reader);
+    rearrange([this, event] {
+        QTextEdit::changeEvent(event);
+        setTabStopDistance(8 * QFontMetricsF(font()).horizontalAdvance(u' '));
+    });
+}
+
+void RebuiltView::keyPressEvent(QKeyEvent *event)
+{
+    if (!CaretKeys::isCaretKey(*event)) {
+        QTextEdit::keyPressEvent(event);
+        return;
+    }
+    if (!textCursor().hasSelection() && !CaretKeys::isCaretInSight(*this)) {
+        const bool followed = m_followEnd;
+        if (followsEnd())
+            CaretKeys::putAtEnd(this);
+        else
+            CaretKeys::putIntoNearestLineInSight(this);
+        m_followEnd = followed;
+    }
+    QTextEdit::keyPressEvent(event);
+    if (CaretKeys::isInLastLine(*this))
+        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+    else if (!followsEnd() && CaretKeys::isInFirstLine(*this))
+        verticalScrollBar()->setValue(0);
 }
 
 void RebuiltView::wheelEvent(QWheelEvent *event)

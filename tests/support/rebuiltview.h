@@ -7,6 +7,8 @@
 #include <QPointer>
 #include <QTextEdit>
 
+#include <functional>
+
 namespace tarn::console {
 
 /// A transcript view without any cleverness, to compare the real one with: every refresh replaces
@@ -18,6 +20,8 @@ public:
 
     /// Unlike the real view's it does not acknowledge: that is the caller's.
     void refresh();
+    /// The same when only the direction of the paragraphs is another.
+    void present();
     bool followsEnd() const;
     TranscriptFindResult findLiteral(const QString &text, bool backward);
     void setDraftEditor(QTextEdit *editor);
@@ -25,6 +29,7 @@ public:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
 
 private:
@@ -36,13 +41,24 @@ private:
 
     Place place() const;
     void goTo(bool end, Place place);
+    void takeScrolling();
+    void keep(bool end, const std::function<void()> &change);
+    void rearrange(const std::function<void()> &change);
+    bool isMatch() const;
+    QRect matchRect() const;
+    bool isMatchInSight() const;
+    void rebuild();
     void completeLayout();
     void formatBlocks();
     void presentDraft();
 
     const Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;
+    int m_matchStart = -1;
+    int m_matchEnd = -1;
+    bool m_matchInSight = false;
     bool m_followEnd = true;
+    bool m_isAtEnd = true; ///< where the text was put last
     bool m_presentingDraft = false;
 };
 

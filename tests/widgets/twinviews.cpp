@@ -138,7 +138,7 @@ void TwinViews::setContentDirection(ContentDirection direction)
 {
     m_real.view->setContentDirection(direction);
     m_plain.transcript.setDirection(direction);
-    m_plain.view->refresh();
+    m_plain.view->present();
     m_plain.transcript.acknowledgePendingUpdates();
 }
 

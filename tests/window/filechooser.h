@@ -44,6 +44,7 @@ struct ChooserRequest
     QString directory;
     QString name; ///< what is in its field for the name
     QStringList filters;
+    QStringList schemes; ///< of addresses that it accepts; none for all
     QFileDialog::FileMode mode = QFileDialog::AnyFile;
     QFileDialog::AcceptMode purpose = QFileDialog::AcceptSave;
     const QWidget *parent = nullptr;
@@ -60,6 +61,7 @@ inline ChooserRequest lookAtChooser(const std::function<void()> &open)
         request.directory = chooser->directory().absolutePath();
         request.name = chooser->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"))->text();
         request.filters = chooser->nameFilters();
+        request.schemes = chooser->supportedSchemes();
         request.mode = chooser->fileMode();
         request.purpose = chooser->acceptMode();
         request.parent = chooser->parentWidget();

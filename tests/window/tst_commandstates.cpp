@@ -60,7 +60,8 @@ struct Parts
     QMainWindow window;
     ConsoleUi ui{&window, &transcript};
     SourceChoice source{&preferences, {}, ui.layout.sourcePath, &window};
-    InputController input{&session, ui.layout.draft, ui.layout.inputStatus, &ui.focusKeeper};
+    InputController input{&session, ui.layout.draft, ui.layout.inputStatus, &ui.focusKeeper,
+                          &ui.answerFocus};
     ClipboardOffer clipboard;
     CommandStates states{{&session, &source, &preferences, &clipboard, &input, &ui.commands}};
 };

@@ -1,8 +1,11 @@
+#include "support/patience.h"
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDialog>
+#include <QMenu>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -32,6 +35,13 @@ private Q_SLOTS:
     void closingTheInputMovesTheFocusToNoButton();
     void focusComesBackToTheDraftAtTheNextRun_data();
     void focusComesBackToTheDraftAtTheNextRun();
+    void theFirstAnswerGoesToTheProgram_data();
+    void theFirstAnswerGoesToTheProgram();
+    void theDraftTakesTheFocusOnceForEachRun();
+    void theDraftTakesNoFocusFrom_data();
+    void theDraftTakesNoFocusFrom();
+    void focusThatTheUserMovedAfterRunStays_data();
+    void focusThatTheUserMovedAfterRunStays();
     void focusStaysWhereTheUserPutItAfterTheEnd_data();
     void focusStaysWhereTheUserPutItAfterTheEnd();
     void focusStaysWhereTheUserPutItDuringTheRun_data();
@@ -217,6 +227,116 @@ void TestConsoleWindowFocus::focusComesBackToTheDraftAtTheNextRun()
     QCOMPARE(fixture.window->draftText(), u"x"_s);
 }
 
+void TestConsoleWindowFocus::theFirstAnswerGoesToTheProgram_data()
+{
+    QTest::addColumn<QByteArray>("focused");
+    QTest::addColumn<QByteArray>("way");
+    for (const char *focused :
+         {"", "transcript", "interfaceLanguage", "openSource", "runSource", "sourcePath"}) {
+        for (const char *way : {"keys", "click", "action"})
+            QTest::addRow("%s from %s", way, *focused ? focused : "a new window")
+                << QByteArray(focused) << QByteArray(way);
+    }
+    QTest::newRow("space bar on Run") << "runSource"_ba
+                                      << "space bar"_ba;
+}
+
+void TestConsoleWindowFocus::theFirstAnswerGoesToTheProgram()
+{
+    QFETCH(QByteArray, focused);
+    QFETCH(QByteArray, way);
+    const ConsoleWindowFixture fixture("print Name?\\s\nread-line\nwait-forever");
+    QVERIFY(fixture.show());
+    if (!focused.isEmpty())
+        fixture.find<QWidget>(focused.constData())->setFocus();
+    if (way == "keys")
+        fixture.press(Qt::Key_R, Qt::ControlModifier);
+    else if (way == "click")
+        fixture.click("runSource");
+    else if (way == "space bar")
+        fixture.press(Qt::Key_Space);
+    else
+        fixture.trigger("runAction");
+    QVERIFY(fixture.waitForText(u"Name? "_s));
+    QCOMPARE(fixture.focus(), u"inputDraft"_s);
+    fixture.type(u"Salma"_s);
+    fixture.press(Qt::Key_Return);
+    QVERIFY(fixture.waitForText(u"read:Salma\n"_s));
+}
+
+void TestConsoleWindowFocus::theDraftTakesTheFocusOnceForEachRun()
+{
+    const ConsoleWindowFixture fixture("echo-lines");
+    QVERIFY(fixture.show());
+    for (int run = 1; run <= 2; ++run) {
+        QVERIFY(fixture.run());
+        QCOMPARE(fixture.focus(), u"inputDraft"_s);
+        fixture.view()->setFocus();
+        fixture.window->updateRunControls();
+        fixture.window->sendDraft();
+        QVERIFY(fixture.waitForText(u"got:\n"_s));
+        QVERIFY(fixture.draft()->isEnabled());
+        QCOMPARE(fixture.focus(), u"transcript"_s);
+        fixture.press(Qt::Key_Period, Qt::ControlModifier);
+        QVERIFY(fixture.waitForEnd());
+        fixture.trigger("clearAction");
+    }
+}
+
+void TestConsoleWindowFocus::theDraftTakesNoFocusFrom_data()
+{
+    QTest::addColumn<QByteArray>("place");
+    for (const char *place : {"find field", "menu", "dialog"})
+        QTest::newRow(place) << QByteArray(place);
+}
+
+void TestConsoleWindowFocus::theDraftTakesNoFocusFrom()
+{
+    QFETCH(QByteArray, place);
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    const bool inField = place == "find field";
+    QWidget *before = inField ? static_cast<QWidget *>(fixture.findField()) : fixture.view();
+    before->setFocus();
+    QDialog dialog(fixture.window.get());
+    dialog.setModal(true);
+    QMenu menu(fixture.window.get());
+    fixture.trigger("runAction");
+    if (place == "menu")
+        menu.popup(fixture.window->pos());
+    else if (place == "dialog")
+        dialog.show();
+    QTRY_VERIFY_WITH_TIMEOUT(fixture.draft()->isEnabled(), patience);
+    QCOMPARE(fixture.window->focusWidget(), before);
+
+    // Nor later.
+    menu.close();
+    dialog.close();
+    fixture.window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(fixture.window.get()));
+    fixture.window->updateRunControls();
+    QCOMPARE(fixture.window->focusWidget(), before);
+}
+
+void TestConsoleWindowFocus::focusThatTheUserMovedAfterRunStays_data()
+{
+    addWaysToMoveTheFocus();
+}
+
+void TestConsoleWindowFocus::focusThatTheUserMovedAfterRunStays()
+{
+    QFETCH(QByteArray, way);
+    QFETCH(QString, place);
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    fixture.view()->setFocus();
+    fixture.trigger("runAction");
+    QVERIFY(!fixture.draft()->isEnabled());
+    moveFocusAway(fixture, way);
+    QTRY_VERIFY_WITH_TIMEOUT(fixture.draft()->isEnabled(), patience);
+    QCOMPARE(fixture.focus(), place);
+}
+
 void TestConsoleWindowFocus::addWaysToMoveTheFocus()
 {
     QTest::addColumn<QByteArray>("way");
@@ -266,9 +386,7 @@ void TestConsoleWindowFocus::focusStaysWhereTheUserPutItAfterTheEnd()
     QVERIFY(fixture.waitForEnd());
     moveFocusAway(fixture, way);
     QCOMPARE(fixture.focus(), place);
-
-    fixture.press(Qt::Key_R, Qt::ControlModifier);
-    QTRY_VERIFY(fixture.draft()->isEnabled());
+    fixture.window->updateRunControls();
     QCOMPARE(fixture.focus(), place);
 }
 
@@ -288,10 +406,6 @@ void TestConsoleWindowFocus::focusStaysWhereTheUserPutItDuringTheRun()
     moveFocusAway(fixture, way);
     QCOMPARE(fixture.focus(), place);
     fixture.source.release(u"go"_s);
-    QVERIFY(fixture.waitForEnd());
-    QCOMPARE(fixture.focus(), place);
-    fixture.press(Qt::Key_R, Qt::ControlModifier);
-    QVERIFY(fixture.waitForText(u"more\nx\nmore\n"_s));
     QVERIFY(fixture.waitForEnd());
     QCOMPARE(fixture.focus(), place);
 }

@@ -29,6 +29,7 @@ private Q_SLOTS:
     void keysTriggerTheirActionOnly();
     void keysDoNothingWhileTheirActionIsDisabled_data();
     void keysDoNothingWhileTheirActionIsDisabled();
+    void closeInputKeyErasesNothingInTheFindField();
     void controlAltTriggersNoShortcut();
     void controlAltTypesCharacters_data();
     void controlAltTypesCharacters();
@@ -112,6 +113,30 @@ void TestConsoleWindowKeys::keysDoNothingWhileTheirActionIsDisabled()
     QCOMPARE(fixture.runStatus(), QString());
     QCOMPARE(fixture.focus(), u"transcript"_s);
     QCOMPARE(fixture.window->session().state(), ProgramSessionState::Idle);
+}
+
+/// On X11, the key that closes the input erases a character in any other program's fields.
+void TestConsoleWindowKeys::closeInputKeyErasesNothingInTheFindField()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    fixture.findField()->setFocus();
+    fixture.type(u"find me"_s);
+    fixture.press(Qt::Key_Home);
+    const auto pressIt = [&] { fixture.press(Qt::Key_D, Qt::ControlModifier); };
+    pressIt();
+    QCOMPARE(fixture.findField()->text(), u"find me"_s);
+
+    QVERIFY(fixture.run());
+    fixture.findField()->setCursorPosition(0);
+    pressIt();
+    QCOMPARE(fixture.inputStatus(), u"Input closed for this run."_s);
+    pressIt();
+    QCOMPARE(fixture.findField()->text(), u"find me"_s);
+    // The letter itself, and the key that is made for erasing, still work.
+    fixture.press(Qt::Key_Delete);
+    fixture.type(u"d"_s);
+    QCOMPARE(fixture.findField()->text(), u"dind me"_s);
 }
 
 void TestConsoleWindowKeys::controlAltTriggersNoShortcut()

@@ -7,6 +7,8 @@
 #include <QBoxLayout>
 #include <QFormLayout>
 #include <QMenu>
+#include <QMenuBar>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <algorithm>
@@ -183,7 +185,15 @@ void TestConsoleWindowLayout::everythingHasAName()
     QStringList names;
     for (const QWidget *widget : widgets)
         names.append(widget->objectName());
-    QVERIFY(!names.contains(QString()));
+    names.append(content->objectName());
+    const QList<QWidget *> around =
+        fixture.window->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly);
+    for (const QWidget *widget : around) {
+        if (qobject_cast<const QMenuBar *>(widget) || qobject_cast<const QMenu *>(widget))
+            names.append(widget->objectName());
+    }
+    QCOMPARE(names.size(), 20 + 1 + 1 + 6);
+    QCOMPARE(names.filter(QRegularExpression(u"^[a-z][A-Za-z]*$"_s)), names);
     QCOMPARE(names.removeDuplicates(), 0);
 }
 

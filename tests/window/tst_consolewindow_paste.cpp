@@ -38,6 +38,9 @@ private Q_SLOTS:
     void pasteOfSeveralLinesOfMarkdownIsRefused();
     void pasteOfMegabytesIsRefused();
     void pasteBeyondTheLimitOfALineIsKeptButNotSent();
+    void refusalGoesWhenTheDraftChanges_data();
+    void refusalGoesWhenTheDraftChanges();
+    void otherStatusesStayWhenTheDraftChanges();
     void pasteKeyWithNothingToPaste_data();
     void pasteKeyWithNothingToPaste();
 };
@@ -228,6 +231,72 @@ void TestConsoleWindowPaste::pasteBeyondTheLimitOfALineIsKeptButNotSent()
     fixture.press(Qt::Key_Return);
     QCOMPARE(fixture.inputStatus(), u"Program input exceeds the 65,536-byte limit."_s);
     QCOMPARE(fixture.window->draftText(), text);
+}
+
+void TestConsoleWindowPaste::refusalGoesWhenTheDraftChanges_data()
+{
+    QTest::addColumn<QString>("refused");
+    QTest::addColumn<bool>("sent");
+    QTest::addColumn<QString>("refusal");
+    const QString tooLong = u"Program input exceeds the 65,536-byte limit."_s;
+    QTest::newRow("paste that is too long") << u"x"_s.repeated(200'000) << false << tooLong;
+    QTest::newRow("line that is too long") << u"x"_s.repeated(70'000) << true << tooLong;
+    QTest::newRow("paste of two lines")
+        << u"a\nb"_s << false << u"Program input must be one line. The draft was unchanged."_s;
+}
+
+void TestConsoleWindowPaste::refusalGoesWhenTheDraftChanges()
+{
+    QFETCH(QString, refused);
+    QFETCH(bool, sent);
+    QFETCH(QString, refusal);
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    const auto paste = [&](const QString &text) {
+        QApplication::clipboard()->setText(text);
+        QTRY_VERIFY(fixture.action("pasteAction")->isEnabled());
+        fixture.trigger("pasteAction");
+    };
+    if (sent) {
+        fixture.draft()->setPlainText(refused);
+        fixture.window->sendDraft();
+    } else {
+        paste(refused);
+    }
+    QCOMPARE(fixture.inputStatus(), refusal);
+
+    // What changes no text: the direction, a selection, a zoom.
+    fixture.trigger("rightToLeftAction");
+    fixture.draft()->selectAll();
+    fixture.window->zoomBy(10);
+    QCOMPARE(fixture.inputStatus(), refusal);
+    paste(u"valid"_s);
+    QCOMPARE(fixture.window->draftText(), u"valid"_s);
+    QCOMPARE(fixture.inputStatus(), QString());
+    paste(u"a\nb"_s);
+    QVERIFY(!fixture.inputStatus().isEmpty());
+    fixture.type(u"!"_s);
+    QCOMPARE(fixture.inputStatus(), QString());
+}
+
+void TestConsoleWindowPaste::otherStatusesStayWhenTheDraftChanges()
+{
+    const ConsoleWindowFixture fixture("echo-lines");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.run());
+    fixture.trigger("focusDraftAction");
+    fixture.press(Qt::Key_Return, Qt::ShiftModifier);
+    QVERIFY(!fixture.inputStatus().isEmpty());
+    fixture.window->sendDraft();
+    QVERIFY(fixture.waitForText(u"got:"_s));
+    QCOMPARE(fixture.inputStatus(), u"Input sent."_s);
+    fixture.type(u"x"_s);
+    QCOMPARE(fixture.inputStatus(), u"Input sent."_s);
+    fixture.press(Qt::Key_Return, Qt::ShiftModifier);
+    fixture.press(Qt::Key_D, Qt::ControlModifier);
+    fixture.draft()->setPlainText(u"other"_s);
+    QCOMPARE(fixture.inputStatus(), u"Input closed. The draft was not sent."_s);
 }
 
 void TestConsoleWindowPaste::pasteKeyWithNothingToPaste_data()

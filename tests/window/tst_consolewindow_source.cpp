@@ -45,6 +45,7 @@ void TestConsoleWindowSource::chooserAsksForASourceFile()
     QCOMPARE(request.title, u"Choose TARN source"_s);
     const QStringList filters{u"TARN source (*.tarn *.ترن)"_s, u"All files (*)"_s};
     QCOMPARE(request.filters, filters);
+    QCOMPARE(request.schemes, QStringList(u"file"_s));
     QCOMPARE(request.mode, QFileDialog::ExistingFile);
     QCOMPARE(request.purpose, QFileDialog::AcceptOpen);
     QCOMPARE(request.parent, fixture.window.get());

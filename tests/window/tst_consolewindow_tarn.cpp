@@ -113,6 +113,7 @@ void TestConsoleWindowTarn::chooserAsksForAnExecutable()
     QVERIFY(fixture.show());
     const ChooserRequest request = lookAtChooser([&] { fixture.trigger("chooseTarnAction"); });
     QCOMPARE(request.title, u"Choose TARN executable"_s);
+    QCOMPARE(request.schemes, QStringList(u"file"_s));
     QCOMPARE(request.filters, QStringList{u"Executable files (*)"_s});
     QCOMPARE(request.mode, QFileDialog::ExistingFile);
     QCOMPARE(request.purpose, QFileDialog::AcceptOpen);

@@ -1,9 +1,12 @@
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
+#include <QMenuBar>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextCursor>
+#include <QTextDocument>
 #include <QtTest/qtestspontaneevent.h>
 #include <QWheelEvent>
 
@@ -16,15 +19,34 @@ class TestConsoleWindowZoom : public QObject
 {
     Q_OBJECT
 
+private:
+    static void turn(QWidget *target, QPoint angle,
+                     Qt::KeyboardModifiers modifiers = Qt::ControlModifier);
+
 private Q_SLOTS:
     void initTestCase();
     void zoomsInStepsOfTen();
     void roundsTheZoomedSize_data();
     void roundsTheZoomedSize();
     void theTitleStaysThreePointsLarger();
+    void columnsStayColumnsAtEverySize_data();
+    void columnsStayColumnsAtEverySize();
     void controlAndWheelZoomTheWholeWindow_data();
     void controlAndWheelZoomTheWholeWindow();
+    void smallAnglesAreGathered();
+    void controlAndWheelElsewhereZoomNothing_data();
+    void controlAndWheelElsewhereZoomNothing();
 };
+
+void TestConsoleWindowZoom::turn(QWidget *target, QPoint angle, Qt::KeyboardModifiers modifiers)
+{
+    const QPointF middle = target->rect().center();
+    QWheelEvent event(middle, target->mapToGlobal(middle), {}, angle, Qt::NoButton, modifiers,
+                      Qt::NoScrollPhase, false);
+    // Only what comes from outside is handed on to the parents.
+    QSpontaneKeyEvent::setSpontaneous(&event);
+    qApp->notify(target, &event);
+}
 
 void TestConsoleWindowZoom::initTestCase()
 {
@@ -102,6 +124,37 @@ void TestConsoleWindowZoom::theTitleStaysThreePointsLarger()
     }
 }
 
+void TestConsoleWindowZoom::columnsStayColumnsAtEverySize_data()
+{
+    QTest::addColumn<int>("delta");
+    for (const int delta : {-50, 0, 30, 100})
+        QTest::addRow("%d %%", 100 + delta) << delta;
+}
+
+void TestConsoleWindowZoom::columnsStayColumnsAtEverySize()
+{
+    QFETCH(int, delta);
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    // Both before and after the zoom.
+    fixture.window->appendProgramStream(TranscriptStream::StandardOutput, ".\tx\niii\tx\n");
+    fixture.window->zoomBy(delta);
+    fixture.window->appendProgramStream(TranscriptStream::StandardOutput, "\u0628\t.\n\t\tx\n");
+    fixture.draft()->setPlainText(u".\tx"_s);
+
+    const auto columnOf = [](const QTextEdit *text, int position) {
+        QTextCursor cursor(text->document());
+        cursor.setPosition(position);
+        return text->cursorRect(cursor).x() - qRound(text->document()->documentMargin());
+    };
+    const double stop = 8 * QFontMetricsF(fixture.window->font()).horizontalAdvance(u' ');
+    const QTextEdit *view = fixture.view();
+    QVERIFY(qAbs(columnOf(view, 2) - stop) <= 1);
+    QCOMPARE(columnOf(view, 8), columnOf(view, 2));
+    QVERIFY(qAbs(columnOf(view, 16) - 2 * stop) <= 1);
+    QVERIFY(qAbs(columnOf(fixture.draft(), 2) - stop) <= 1);
+}
+
 void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow_data()
 {
     QTest::addColumn<QByteArray>("name");
@@ -115,26 +168,63 @@ void TestConsoleWindowZoom::controlAndWheelZoomTheWholeWindow()
     const ConsoleWindowFixture fixture;
     QVERIFY(fixture.show());
     QWidget *target = fixture.find<QTextEdit>(name.constData())->viewport();
-    const auto turn = [&](int angle) {
-        const QPointF middle = target->rect().center();
-        QWheelEvent event(middle, target->mapToGlobal(middle), {}, {0, angle}, Qt::NoButton,
-                          Qt::ControlModifier, Qt::NoScrollPhase, false);
-        // Only what comes from outside is handed on to the parents.
-        QSpontaneKeyEvent::setSpontaneous(&event);
-        qApp->notify(target, &event);
-    };
-    turn(120);
+    turn(target, {0, 120});
     QCOMPARE(fixture.window->font().pointSize(), 12);
     QCOMPARE(fixture.find<QWidget>("transcript")->font().pointSize(), 12);
     QCOMPARE(fixture.find<QWidget>("inputDraft")->font().pointSize(), 12);
-    turn(-120);
-    turn(-120);
+    turn(target, {0, -120});
+    turn(target, {0, -120});
     QCOMPARE(fixture.window->font().pointSize(), 10);
-    turn(0);
+    turn(target, {0, 0});
     QCOMPARE(fixture.window->font().pointSize(), 10);
     fixture.window->setEnabled(false);
-    turn(120);
+    turn(target, {0, 120});
     QCOMPARE(fixture.window->font().pointSize(), 10);
+}
+
+void TestConsoleWindowZoom::smallAnglesAreGathered()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QWidget *view = fixture.view()->viewport();
+    const auto sizeAfter = [&](int times, QPoint angle) {
+        for (int i = 0; i < times; ++i)
+            turn(view, angle);
+        return fixture.window->font().pointSize();
+    };
+    // A touchpad: eight events make a notch, whichever text is under the pointer.
+    QCOMPARE(sizeAfter(7, {0, 15}), 11);
+    turn(fixture.draft()->viewport(), {0, 15});
+    QCOMPARE(fixture.window->font().pointSize(), 12);
+    QCOMPARE(sizeAfter(7, {0, -15}), 12);
+    QCOMPARE(sizeAfter(1, {0, -15}), 11);
+    // What is left of a notch counts in its own direction, and for one gesture only.
+    QCOMPARE(sizeAfter(1, {0, 100}), 11);
+    QCOMPARE(sizeAfter(1, {0, -100}), 11);
+    turn(view, {0, -30}, Qt::NoModifier);
+    QCOMPARE(sizeAfter(1, {0, -100}), 11);
+    QCOMPARE(sizeAfter(1, {0, -20}), 10);
+    QCOMPARE(sizeAfter(5, {120, 0}), 10);
+    // A fast wheel turns by several notches at once.
+    QCOMPARE(sizeAfter(1, {0, 360}), 13);
+}
+
+void TestConsoleWindowZoom::controlAndWheelElsewhereZoomNothing_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    for (const char *name : {"consoleTitle", "sourcePath", "runSource", "findOutput", "runStatus"})
+        QTest::newRow(name) << QByteArray(name);
+    QTest::newRow("menu bar") << ""_ba;
+}
+
+void TestConsoleWindowZoom::controlAndWheelElsewhereZoomNothing()
+{
+    QFETCH(QByteArray, name);
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    turn(name.isEmpty() ? fixture.window->menuBar() : fixture.find<QWidget>(name.constData()),
+         {0, 120});
+    QCOMPARE(fixture.window->font().pointSize(), 11);
 }
 
 } // namespace tarn::console

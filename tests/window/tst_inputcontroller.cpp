@@ -3,6 +3,7 @@
 #include "support/sourcefile.h"
 #include "support/testregistry.h"
 #include "widgets/inputeditor.h"
+#include "window/answerfocus.h"
 #include "window/focuskeeper.h"
 #include "window/inputcontroller.h"
 
@@ -61,7 +62,8 @@ struct InputWindow
     std::unique_ptr<SourceFile> source;
     SlowPipeSession session;
     FocusKeeper keeper{refuge};
-    InputController controller{&session, draft, status, &keeper};
+    AnswerFocus answerFocus{draft, other};
+    InputController controller{&session, draft, status, &keeper, &answerFocus};
 };
 
 } // namespace

@@ -1,0 +1,90 @@
+#include "widgets/caretkeys.h"
+
+#include <QKeyEvent>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextEdit>
+
+#include <algorithm>
+#include <array>
+
+namespace tarn::console::CaretKeys {
+
+namespace {
+
+constexpr std::array moves{
+    QKeySequence::MoveToNextChar,        QKeySequence::MoveToPreviousChar,
+    QKeySequence::MoveToNextWord,        QKeySequence::MoveToPreviousWord,
+    QKeySequence::MoveToNextLine,        QKeySequence::MoveToPreviousLine,
+    QKeySequence::MoveToNextPage,        QKeySequence::MoveToPreviousPage,
+    QKeySequence::MoveToStartOfLine,     QKeySequence::MoveToEndOfLine,
+    QKeySequence::MoveToStartOfBlock,    QKeySequence::MoveToEndOfBlock,
+    QKeySequence::MoveToStartOfDocument, QKeySequence::MoveToEndOfDocument,
+    QKeySequence::SelectNextChar,        QKeySequence::SelectPreviousChar,
+    QKeySequence::SelectNextWord,        QKeySequence::SelectPreviousWord,
+    QKeySequence::SelectNextLine,        QKeySequence::SelectPreviousLine,
+    QKeySequence::SelectNextPage,        QKeySequence::SelectPreviousPage,
+    QKeySequence::SelectStartOfLine,     QKeySequence::SelectEndOfLine,
+    QKeySequence::SelectStartOfBlock,    QKeySequence::SelectEndOfBlock,
+    QKeySequence::SelectStartOfDocument, QKeySequence::SelectEndOfDocument,
+};
+
+/// The start of the line at a height of the viewport. Asked on the side where lines begin: at the
+/// other one, the end of a line is the start of the next.
+QTextCursor lineAt(const QTextEdit &text, int y)
+{
+    const QTextCursor any = text.cursorForPosition(QPoint(0, y));
+    const bool rightToLeft = any.block().textDirection() == Qt::RightToLeft;
+    return text.cursorForPosition(QPoint(rightToLeft ? text.viewport()->width() - 1 : 0, y));
+}
+
+} // namespace
+
+bool isCaretKey(const QKeyEvent &event)
+{
+    return std::any_of(moves.begin(), moves.end(),
+                       [&event](QKeySequence::StandardKey move) { return event.matches(move); });
+}
+
+bool isCaretInSight(const QTextEdit &text)
+{
+    const QRect caret = text.cursorRect();
+    return caret.bottom() >= 0 && caret.top() < text.viewport()->height();
+}
+
+void putIntoNearestLineInSight(QTextEdit *text)
+{
+    const int bottom = text->viewport()->height() - 1;
+    const bool above = text->cursorRect().top() < 0;
+    QTextCursor line = lineAt(*text, above ? 0 : bottom);
+    const QRect rect = text->cursorRect(line);
+    // The line at the edge may be cut off; its neighbour is whole.
+    if (above && rect.top() < 0)
+        line = lineAt(*text, rect.bottom() + 2);
+    else if (!above && rect.bottom() > bottom)
+        line = lineAt(*text, rect.top() - 1);
+    text->setTextCursor(line);
+}
+
+void putAtEnd(QTextEdit *text)
+{
+    QTextCursor end = text->textCursor();
+    end.movePosition(QTextCursor::End);
+    text->setTextCursor(end);
+}
+
+bool isInFirstLine(const QTextEdit &text)
+{
+    QTextCursor start = text.textCursor();
+    start.movePosition(QTextCursor::Start);
+    return text.cursorRect().top() <= text.cursorRect(start).top();
+}
+
+bool isInLastLine(const QTextEdit &text)
+{
+    QTextCursor end = text.textCursor();
+    end.movePosition(QTextCursor::End);
+    return text.cursorRect().top() >= text.cursorRect(end).top();
+}
+
+} // namespace tarn::console::CaretKeys

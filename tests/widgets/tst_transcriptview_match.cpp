@@ -1,0 +1,184 @@
+#include "support/testregistry.h"
+#include "widgets/shownview.h"
+
+#include <QScrollBar>
+#include <QTest>
+#include <QTextCursor>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+namespace {
+
+struct SearchedView : ShownView
+{
+    SearchedView()
+    {
+        print(numberedLines(1, 300));
+        print(QByteArray("wrapping words ").repeated(60) + "needle"
+              + QByteArray(" and more").repeated(60) + '\n');
+        print(numberedLines(302, 300));
+    }
+
+    bool find(const QString &text) { return view.findLiteral(text, false).found; }
+    bool isMatchInSight() const
+    {
+        QTextCursor start = view.textCursor();
+        start.setPosition(start.selectionStart());
+        return view.textCursor().hasSelection() && view.cursorRect(start).top() >= 0
+               && view.cursorRect().bottom() < view.viewport()->height();
+    }
+    void setPointSize(int points)
+    {
+        QFont font = view.font();
+        font.setPointSize(points);
+        view.setFont(font);
+    }
+};
+
+void drain()
+{
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+}
+
+} // namespace
+
+/// A match that has been found stays in sight through everything but new output.
+class TestTranscriptViewMatch : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void matchStaysInSight_data();
+    void matchStaysInSight();
+    void followingGoesOnWithNewOutput();
+    void readersMatchStaysWithNewOutput();
+    void matchOnTheLastPageStaysInSight();
+    void endStaysInSightBesideAMatchThatIsGone_data();
+    void endStaysInSightBesideAMatchThatIsGone();
+};
+
+void TestTranscriptViewMatch::matchStaysInSight_data()
+{
+    QTest::addColumn<QString>("needle");
+    QTest::addColumn<bool>("following");
+    QTest::addColumn<QByteArray>("change");
+    for (const bool following : {true, false}) {
+        for (const char *needle : {"line 100", "needle"}) {
+            for (const char *change : {"larger", "smaller", "lower", "narrower", "larger window",
+                                       "direction", "draft", "all"}) {
+                QTest::addRow("%s, %s, %s", needle, following ? "following" : "reading", change)
+                    << QString::fromLatin1(needle) << following << QByteArray(change);
+            }
+        }
+    }
+}
+
+void TestTranscriptViewMatch::matchStaysInSight()
+{
+    QFETCH(QString, needle);
+    QFETCH(bool, following);
+    QFETCH(QByteArray, change);
+    SearchedView shown;
+    if (!following)
+        shown.scrollTo(0);
+    QVERIFY(shown.find(needle));
+    QVERIFY(shown.isMatchInSight());
+
+    const auto make = [&](const char *name, const std::function<void()> &doIt) {
+        if (change != name && change != "all")
+            return;
+        doIt();
+        drain();
+        QVERIFY2(shown.isMatchInSight(), name);
+    };
+    make("larger", [&] { shown.setPointSize(22); });
+    make("smaller", [&] { shown.setPointSize(7); });
+    make("lower", [&] { shown.window.resize(400, 150); });
+    make("narrower", [&] { shown.window.resize(200, 260); });
+    make("larger window", [&] { shown.window.resize(700, 500); });
+    make("direction", [&] { shown.view.setContentDirection(ContentDirection::RightToLeft); });
+    make("draft", [&] { shown.draft.setPlainText(u"a long answer "_s.repeated(20)); });
+}
+
+void TestTranscriptViewMatch::followingGoesOnWithNewOutput()
+{
+    SearchedView shown;
+    QVERIFY(shown.find(u"line 100"_s));
+    shown.setPointSize(20);
+    drain();
+    QVERIFY(!shown.view.followsEnd());
+    shown.print("more\n");
+    QVERIFY(shown.view.followsEnd());
+    QVERIFY(shown.isEndInSight());
+    // It is out of sight now, and no change brings it back.
+    shown.setPointSize(9);
+    drain();
+    QVERIFY(shown.view.followsEnd());
+}
+
+void TestTranscriptViewMatch::readersMatchStaysWithNewOutput()
+{
+    SearchedView shown;
+    shown.scrollTo(0);
+    QVERIFY(shown.find(u"line 100"_s));
+    const int value = shown.scrollValue();
+    shown.print(numberedLines(1, 50));
+    QCOMPARE(shown.scrollValue(), value);
+    shown.setPointSize(20);
+    drain();
+    QVERIFY(shown.isMatchInSight());
+}
+
+void TestTranscriptViewMatch::matchOnTheLastPageStaysInSight()
+{
+    SearchedView shown;
+    shown.select(shown.view.document()->characterCount() - 60,
+                 shown.view.document()->characterCount() - 60);
+    QVERIFY(shown.find(u"line"_s));
+    QVERIFY(shown.view.followsEnd());
+    QVERIFY(shown.isMatchInSight());
+    shown.window.resize(400, 130);
+    drain();
+    QVERIFY(shown.isMatchInSight());
+    shown.print("more\n");
+    QVERIFY(shown.view.followsEnd());
+}
+
+void TestTranscriptViewMatch::endStaysInSightBesideAMatchThatIsGone_data()
+{
+    QTest::addColumn<bool>("scrolled");
+    QTest::newRow("scrolled away") << true;
+    QTest::newRow("selected something else at the end") << false;
+}
+
+void TestTranscriptViewMatch::endStaysInSightBesideAMatchThatIsGone()
+{
+    QFETCH(bool, scrolled);
+    SearchedView shown;
+    if (scrolled) {
+        QVERIFY(shown.find(u"line 100"_s));
+    } else {
+        const int last = shown.view.document()->characterCount() - 1;
+        shown.select(last - 60, last - 60);
+        QVERIFY(shown.find(u"line"_s));
+        shown.select(last, last);
+    }
+    shown.scrollTo(shown.scrollMaximum());
+    for (const QSize &size : {QSize(400, 130), QSize(250, 300)}) {
+        shown.window.resize(size);
+        drain();
+        QVERIFY(shown.view.followsEnd());
+        QVERIFY(shown.isEndInSight());
+    }
+}
+
+} // namespace tarn::console
+
+TARN_TEST(QTEST_MAIN(tarn::console::TestTranscriptViewMatch))
+
+#include "tst_transcriptview_match.moc"
