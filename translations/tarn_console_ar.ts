@@ -337,5 +337,13 @@
         <source>Run: %1</source>
         <translation>تشغيل: %1</translation>
     </message>
+    <message>
+        <source>Program errors</source>
+        <translation>أخطاء البرنامج</translation>
+    </message>
+    <message>
+        <source>Notice</source>
+        <translation>تنبيه</translation>
+    </message>
 </context>
 </TS>

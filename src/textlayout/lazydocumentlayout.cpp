@@ -177,6 +177,11 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     }
 }
 
+QColor LazyDocumentLayout::textColour(const QTextBlock &block, const QPalette &palette) const
+{
+    return m_textColour ? m_textColour(block, palette) : palette.color(QPalette::Text);
+}
+
 /// Draws a long paragraph without shaping the whole; not where a selection is, unless that helps.
 bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
                                       const QTextBlock &block) const
@@ -188,9 +193,10 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
         return false;
     noteMoved(block, height);
     const QPen pen = painter->pen();
-    painter->setPen(context.palette.color(QPalette::Text));
+    painter->setPen(textColour(block, context.palette));
     const QPointF position(margin(), topOf(block));
     paragraph->draw(painter, position, selections, context.clip);
+    painter->setPen(context.palette.color(QPalette::Text));
     if (block.contains(context.cursorPosition))
         paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
                               m_cursorWidth);
@@ -206,8 +212,9 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     if (context.clip.isValid())
         clip &= context.clip;
     const QPen pen = painter->pen();
-    painter->setPen(context.palette.color(QPalette::Text));
+    painter->setPen(textColour(block, context.palette));
     layout.draw(painter, QPointF(), selectedRanges(block, context.selections), clip);
+    painter->setPen(context.palette.color(QPalette::Text));
 
     // Positions below -1 count within the text that an input method is composing.
     const int position = context.cursorPosition;

@@ -1,7 +1,9 @@
 #include "widgets/transcriptview.h"
 
+#include "textlayout/lazydocumentlayout.h"
 #include "widgets/accessibletranscript.h"
 #include "widgets/draftpresentation.h"
+#include "widgets/paragraphcolour.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -14,6 +16,7 @@
 #include <QMimeData>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 
@@ -27,7 +30,10 @@ namespace {
 QAccessibleInterface *accessibleTranscript(const QString &, QObject *object)
 {
     auto *view = dynamic_cast<TranscriptView *>(object);
-    return view ? new AccessibleTranscript(view) : nullptr;
+    if (!view)
+        return nullptr;
+    return new AccessibleTranscript(
+        view, [view](const QTextBlock &block) { return view->paragraphOf(block); });
 }
 
 } // namespace
@@ -43,9 +49,18 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
     document()->setUndoRedoEnabled(false);
+    lazyLayout()->setTextColour([this](const QTextBlock &block, const QPalette &palette) {
+        const TranscriptParagraph *paragraph = paragraphOf(block);
+        return paragraph ? paragraphColour(*paragraph, palette) : palette.color(QPalette::Text);
+    });
 }
 
 TranscriptView::~TranscriptView() = default;
+
+const TranscriptParagraph *TranscriptView::paragraphOf(const QTextBlock &block) const
+{
+    return m_writer.paragraphOfBlock(block.blockNumber());
+}
 
 void TranscriptView::setCopyAction(QAction *action)
 {

@@ -37,7 +37,9 @@ private:
     Place place() const;
     void goTo(bool end, Place place);
     void completeLayout();
+    qsizetype paragraphOf(const QTextBlock &block, qsizetype from, qsizetype *start) const;
     void formatBlocks();
+    void colourBlocks();
     void presentDraft();
 
     const Transcript *m_transcript;
