@@ -19,6 +19,15 @@ ConsoleTextEdit::ConsoleTextEdit(QWidget *parent)
 
 ConsoleTextEdit::~ConsoleTextEdit() = default;
 
+/// In lines with right-to-left text the caret has a small flag at its side. When the focus leaves a
+/// read-only text, Qt has only the caret itself painted over.
+void ConsoleTextEdit::focusOutEvent(QFocusEvent *event)
+{
+    QTextEdit::focusOutEvent(event);
+    constexpr int widthOfTheFlag = 4;
+    viewport()->update(cursorRect().adjusted(-widthOfTheFlag, 0, widthOfTheFlag, 0));
+}
+
 void ConsoleTextEdit::wheelEvent(QWheelEvent *event)
 {
     // Zooming is the window's: it keeps all texts at one size.

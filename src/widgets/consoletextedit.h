@@ -16,6 +16,7 @@ protected:
 
     LazyDocumentLayout *lazyLayout() const { return m_lazyLayout; }
 
+    void focusOutEvent(QFocusEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void timerEvent(QTimerEvent *event) override;
 

@@ -5,6 +5,8 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QImage>
+#include <QPaintEvent>
+#include <QRegion>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -45,6 +47,26 @@ int pixelsOf(const TranscriptView &view, int block, const QColor &colour)
     return count;
 }
 
+/// What a widget has painted since.
+class PaintedRegion : public QObject
+{
+public:
+    explicit PaintedRegion(QWidget *widget) { widget->installEventFilter(this); }
+
+    bool contains(const QRect &rect) const { return QRegion(rect).subtracted(m_region).isEmpty(); }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            m_region += static_cast<QPaintEvent *>(event)->region();
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QRegion m_region;
+};
+
 void addPalettes()
 {
     QTest::addColumn<QPalette>("colours");
@@ -70,6 +92,8 @@ private Q_SLOTS:
     void aNewPaletteIsTakenAtOnce();
     void selectedTextKeepsTheHighlight();
     void theCaretKeepsTheColourOfTexts();
+    void theCaretLeavesNothingBehind_data();
+    void theCaretLeavesNothingBehind();
     void everyBlockOfAParagraphHasItsColour();
     void aLongParagraphHasItsColour_data();
     void aLongParagraphHasItsColour();
@@ -147,6 +171,30 @@ void TestTranscriptViewColours::theCaretKeepsTheColourOfTexts()
     m_shown->select(0, 0);
     QTRY_VERIFY(pixelsOf(m_shown->view, 0, Qt::black) > 0);
     QCOMPARE(pixelsOf(m_shown->view, 0, colourOf(ParagraphVoice::Error)), 0);
+}
+
+void TestTranscriptViewColours::theCaretLeavesNothingBehind_data()
+{
+    QTest::addColumn<int>("position");
+    QTest::newRow("at the edge") << 0;
+    QTest::newRow("within") << 2;
+}
+
+/// In a line with right-to-left text, a small flag beside the caret shows the direction.
+void TestTranscriptViewColours::theCaretLeavesNothingBehind()
+{
+    QFETCH(int, position);
+    m_shown->print(u"مرحبا\n"_s.toUtf8());
+    m_shown->view.setFocus();
+    m_shown->select(position, position);
+    QTRY_VERIFY(m_shown->view.hasFocus());
+    QCoreApplication::processEvents();
+    const PaintedRegion painted(m_shown->view.viewport());
+    m_shown->draft.setFocus();
+    constexpr int flag = 3;
+    const QRect caret =
+        m_shown->view.cursorRect().adjusted(-flag, 0, flag, 0) & m_shown->view.viewport()->rect();
+    QTRY_VERIFY(painted.contains(caret));
 }
 
 void TestTranscriptViewColours::everyBlockOfAParagraphHasItsColour()
