@@ -331,7 +331,7 @@
     </message>
     <message>
         <source>TARN executable is unavailable. Choose TARN / اختر TARN. %1</source>
-        <translation>ملف TARN التنفيذي غير متاح. اختر TARN‏ / Choose TARN.‎‏ %1</translation>
+        <translation>ملف TARN التنفيذي غير متاح. اختر TARN / Choose TARN. %1</translation>
     </message>
     <message>
         <source>Run: %1</source>

@@ -6,6 +6,7 @@
 #include "window/preferences.h"
 #include "window/statustexts.h"
 
+#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
@@ -35,11 +36,19 @@ void listSourceFiles(QFileDialog *dialog)
     apply(dialog->selectedNameFilter());
 }
 
+/// Whatever the interface's direction, a path is read from its root.
+void showFolderLeftToRight(const QFileDialog *dialog)
+{
+    if (auto *folder = dialog->findChild<QComboBox *>(u"lookInCombo"_s))
+        folder->setLayoutDirection(Qt::LeftToRight);
+}
+
 /// The file that the user chose; empty for none.
 QString chosenFile(QFileDialog *dialog)
 {
     dialog->setFileMode(QFileDialog::ExistingFile);
     removeButtonIcons(dialog);
+    showFolderLeftToRight(dialog);
     return dialog->exec() == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString();
 }
 
@@ -89,7 +98,7 @@ void SourceChoice::updateLabel()
 {
     // Next to its own label, though its text is left to right in both languages.
     const Qt::Alignment side = m_window->isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
-    m_label->setAlignment(side | Qt::AlignVCenter);
+    m_label->setAlignment(side | Qt::AlignAbsolute | Qt::AlignVCenter);
     if (hasSource())
         m_label->showPath(m_sourcePath);
     else
