@@ -3,14 +3,20 @@
 #include "session/executableresolver.h"
 #include "window/dialogbuttons.h"
 #include "window/pathlabel.h"
+#include "window/pathmarks.h"
 #include "window/preferences.h"
 #include "window/statustexts.h"
 
+#include <QAbstractItemView>
+#include <QApplication>
 #include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
+#include <QPainter>
 #include <QProcessEnvironment>
+#include <QProxyStyle>
+#include <QStyleOptionComboBox>
 
 #include <utility>
 
@@ -36,11 +42,42 @@ void listSourceFiles(QFileDialog *dialog)
     apply(dialog->selectedNameFilter());
 }
 
-/// Whatever the interface's direction, a path is read from its root.
+/// Draws the text of a box as a path, and leaves the box as it is.
+class PathInBox : public QProxyStyle
+{
+public:
+    PathInBox()
+        : QProxyStyle(QApplication::style()->name())
+    {
+    }
+
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override
+    {
+        const auto *box = qstyleoption_cast<const QStyleOptionComboBox *>(option);
+        if (element != CE_ComboBoxLabel || !box) {
+            QProxyStyle::drawControl(element, option, painter, widget);
+            return;
+        }
+        QStyleOptionComboBox path(*box);
+        path.currentText = withPathMarks(box->currentText);
+        const Qt::LayoutDirection before = painter->layoutDirection();
+        painter->setLayoutDirection(Qt::LeftToRight);
+        QProxyStyle::drawControl(element, &path, painter, widget);
+        painter->setLayoutDirection(before);
+    }
+};
+
+/// A path is read from its root; Qt's own dialog has the interface decide.
 void showFolderLeftToRight(const QFileDialog *dialog)
 {
-    if (auto *folder = dialog->findChild<QComboBox *>(u"lookInCombo"_s))
-        folder->setLayoutDirection(Qt::LeftToRight);
+    auto *folder = dialog->findChild<QComboBox *>(u"lookInCombo"_s);
+    if (!folder)
+        return;
+    auto *style = new PathInBox;
+    style->setParent(folder);
+    folder->setStyle(style);
+    folder->view()->setLayoutDirection(Qt::LeftToRight);
 }
 
 /// The file that the user chose; empty for none.
