@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace tarn::console {
 
@@ -55,10 +56,17 @@ int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accur
     return offset;
 }
 
+QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColour &textColour)
+{
+    return textColour ? textColour(block, palette) : palette.color(QPalette::Text);
+}
+
 } // namespace
 
-LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device)
+LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device,
+                                       TextColour textColour)
     : QAbstractTextDocumentLayout(document)
+    , m_textColour(std::move(textColour))
     , m_shaper(document)
 {
     setPaintDevice(device);
@@ -177,11 +185,6 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     }
 }
 
-QColor LazyDocumentLayout::textColour(const QTextBlock &block, const QPalette &palette) const
-{
-    return m_textColour ? m_textColour(block, palette) : palette.color(QPalette::Text);
-}
-
 /// Draws a long paragraph without shaping the whole; not where a selection is, unless that helps.
 bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
                                       const QTextBlock &block) const
@@ -193,7 +196,7 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
         return false;
     noteMoved(block, height);
     const QPen pen = painter->pen();
-    painter->setPen(textColour(block, context.palette));
+    painter->setPen(colourOf(block, context.palette, m_textColour));
     const QPointF position(margin(), topOf(block));
     paragraph->draw(painter, position, selections, context.clip);
     painter->setPen(context.palette.color(QPalette::Text));
@@ -212,7 +215,7 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     if (context.clip.isValid())
         clip &= context.clip;
     const QPen pen = painter->pen();
-    painter->setPen(textColour(block, context.palette));
+    painter->setPen(colourOf(block, context.palette, m_textColour));
     layout.draw(painter, QPointF(), selectedRanges(block, context.selections), clip);
     painter->setPen(context.palette.color(QPalette::Text));
 

@@ -16,6 +16,10 @@ namespace tarn::console {
 
 struct BlockHeight;
 
+/// In which colour the text of a block is drawn where it is not selected; asked at every painting,
+/// for what is painted.
+using TextColour = std::function<QColor(const QTextBlock &block, const QPalette &palette)>;
+
 /// Lays out a plain-text document, and shapes a block only when somebody looks at it. The heights
 /// of all others come from the AdvanceTable: exact where a block surely stays on one line, guessed
 /// where it may wrap, and guesses are measured in the idle time after a change. Each block keeps
@@ -23,10 +27,10 @@ struct BlockHeight;
 /// which block is at a y.
 ///
 /// Drawn are the texts of the blocks in the document's default font, each in the direction and with
-/// the alignment of its block, and in the colour that setTextColour() says; selections; the caret;
-/// and what an input method composes. The text is broken and placed as Qt's own document layout
-/// does it, with one difference: see paragraphOption(). Text is never wider than the page but by a
-/// character.
+/// the alignment of its block, and in the colour of its own that it may have; selections; the
+/// caret; and what an input method composes. The text is broken and placed as Qt's own document
+/// layout does it, with one difference: see paragraphOption(). Text is never wider than the page
+/// but by a character.
 ///
 /// Everything else that a document can hold is ignored: pages, frames, tables, lists and images;
 /// margins, indents, line heights, tab stops and backgrounds of blocks; whether a block is visible.
@@ -38,8 +42,9 @@ class LazyDocumentLayout : public QAbstractTextDocumentLayout
 
 public:
     /// The document is to get the layout by QTextDocument::setDocumentLayout(), which takes
-    /// ownership. The paint device is what the document is shown on.
-    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device);
+    /// ownership. The paint device is what the document is shown on. Without a colour, all texts
+    /// have the palette's.
+    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device, TextColour textColour = {});
     ~LazyDocumentLayout() override;
 
     /// What somebody sees or is about to see: y coordinates of the document.
@@ -66,11 +71,6 @@ public:
     /// Whether blockBoundingRect() shapes a long block. It is asked wherever a text cursor is put;
     /// without shaping, the rectangle may be empty or another.
     void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
-
-    /// In which colour the text of a block is drawn where it is not selected; asked at every
-    /// painting, for what is painted. Without one, all texts have the palette's.
-    using TextColour = std::function<QColor(const QTextBlock &block, const QPalette &palette)>;
-    void setTextColour(const TextColour &colour) { m_textColour = colour; }
 
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
@@ -112,15 +112,14 @@ private:
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
     void shapeOnDemand(const QTextBlock &block) const;
     void noteMoved(const QTextBlock &block, int heightBefore) const;
-    QColor textColour(const QTextBlock &block, const QPalette &palette) const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
 
     std::unique_ptr<AdvanceTable> m_advances;
     QTextOption m_option;
-    TextColour m_textColour;
-    qreal m_pageWidth = -1; ///< of the heights; -1 before the first
+    TextColour m_textColour; ///< null for the palette's
+    qreal m_pageWidth = -1;  ///< of the heights; -1 before the first
     int m_blockCount = 1;
     int m_cursorWidth = 1;
     int m_lastGuess = -1; ///< guessed heights are in this block or before it

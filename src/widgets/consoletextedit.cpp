@@ -1,16 +1,14 @@
 #include "widgets/consoletextedit.h"
 
-#include "textlayout/lazydocumentlayout.h"
-
 #include <QGuiApplication>
 #include <QTextDocument>
 #include <QWheelEvent>
 
 namespace tarn::console {
 
-ConsoleTextEdit::ConsoleTextEdit(QWidget *parent)
+ConsoleTextEdit::ConsoleTextEdit(QWidget *parent, const TextColour &textColour)
     : QTextEdit(parent)
-    , m_lazyLayout(new LazyDocumentLayout(document(), viewport()))
+    , m_lazyLayout(new LazyDocumentLayout(document(), viewport(), textColour))
 {
     document()->setDocumentLayout(m_lazyLayout);
     setAcceptRichText(false);

@@ -1,17 +1,17 @@
 #pragma once
 
+#include "textlayout/lazydocumentlayout.h"
+
 #include <QTextEdit>
 
 namespace tarn::console {
-
-class LazyDocumentLayout;
 
 /// What the transcript and the draft have in common: plain text in the lazy layout, and a Tab key
 /// that moves the focus. Has no meta-object of its own: to Qt, both are a QTextEdit.
 class ConsoleTextEdit : public QTextEdit
 {
 protected:
-    explicit ConsoleTextEdit(QWidget *parent);
+    explicit ConsoleTextEdit(QWidget *parent, const TextColour &textColour = {});
     ~ConsoleTextEdit() override;
 
     LazyDocumentLayout *lazyLayout() const { return m_lazyLayout; }

@@ -1,6 +1,5 @@
 #include "widgets/transcriptview.h"
 
-#include "textlayout/lazydocumentlayout.h"
 #include "widgets/accessibletranscript.h"
 #include "widgets/draftpresentation.h"
 #include "widgets/paragraphcolour.h"
@@ -39,7 +38,8 @@ QAccessibleInterface *accessibleTranscript(const QString &, QObject *object)
 } // namespace
 
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
-    : ConsoleTextEdit(parent)
+    : ConsoleTextEdit(parent, [this](const QTextBlock &block,
+                                     const QPalette &palette) { return colourOf(block, palette); })
     , m_transcript(transcript)
     , m_writer(transcript, document())
     , m_readingPlace(this, lazyLayout())
@@ -49,13 +49,15 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
     document()->setUndoRedoEnabled(false);
-    lazyLayout()->setTextColour([this](const QTextBlock &block, const QPalette &palette) {
-        const TranscriptParagraph *paragraph = paragraphOf(block);
-        return paragraph ? paragraphColour(*paragraph, palette) : palette.color(QPalette::Text);
-    });
 }
 
 TranscriptView::~TranscriptView() = default;
+
+QColor TranscriptView::colourOf(const QTextBlock &block, const QPalette &palette) const
+{
+    const TranscriptParagraph *paragraph = paragraphOf(block);
+    return paragraph ? paragraphColour(*paragraph, palette) : palette.color(QPalette::Text);
+}
 
 const TranscriptParagraph *TranscriptView::paragraphOf(const QTextBlock &block) const
 {

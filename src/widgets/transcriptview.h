@@ -76,6 +76,7 @@ private:
     void showChanges(const std::function<void()> &update);
     void restoreCursor(int anchor, int position);
     void scrollToCursor();
+    QColor colourOf(const QTextBlock &block, const QPalette &palette) const;
 
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;
