@@ -65,15 +65,15 @@ constexpr Phrase unknownCommand = {"unknown command '%1'", "أمر غير معر
 constexpr Phrase missingArgument = {"'%1' needs something behind it",
                                     "الأمر «%1» يحتاج إلى شيء بعده"};
 constexpr Phrase unexpectedArgument = {"'%1' takes nothing behind it",
-                                       "الأمر «%1» لا يأخذ شيئا بعده"};
+                                       "الأمر «%1» لا يأخذ شيئًا بعده"};
 constexpr Phrase missingName = {"'%1' needs '-> NAME' for what it reads",
                                 "الأمر «%1» يحتاج إلى «-> اسم» لما يقرؤه"};
-constexpr Phrase badName = {"'%1' cannot be a name", "لا يصلح «%1» اسما"};
+constexpr Phrase badName = {"'%1' cannot be a name", "لا يصلح «%1» اسمًا"};
 constexpr Phrase openBrace = {"'{' without '}'", "القوس «{» بلا «}»"};
-constexpr Phrase endWithoutLoop = {"'%1' without a loop", "«%1» بلا تكرار قبلها"};
+constexpr Phrase endWithoutLoop = {"'%1' without a loop", "«%1» ليس قبله تكرار"};
 constexpr Phrase loopWithoutEnd = {"this loop has no 'end'", "هذا التكرار بلا «نهاية»"};
 constexpr Phrase notANumber = {"'%1' is not a whole number from 0 to %2",
-                               "«%1» ليس عددا صحيحا من 0 إلى %2"};
+                               "«%1» ليس عددًا صحيحًا من 0 إلى %2"};
 constexpr Phrase unknownSignal = {"'%1' is not the name of a signal that can be sent here",
                                   "«%1» ليس اسم إشارة يمكن إرسالها هنا"};
 

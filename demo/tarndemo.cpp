@@ -52,15 +52,15 @@ A script has one command on a line, in English or in Arabic:
 Exit status: 0, or what the script says; 1 when the input was closed before a
 question was answered; 2 when the script or this command line cannot be read.
 
-هذا مفسّر تجريبي لتجربة وحدة التحكم واختبارها. ليس هو تارن ولا يحاكي أي لغة:
-لا يقرأ إلا النصوص التجريبية الصغيرة المشروحة أعلاه، بأوامر عربية أو إنجليزية.
+هذا مفسّر بديل لتجربة طرفية TARN واختبارها. وهو ليس TARN ولا يحاكي أي لغة:
+لا يقرأ إلا البرامج التجريبية الصغيرة المشروحة أعلاه، بأوامر عربية أو إنجليزية.
 )";
 
-constexpr Phrase cannotRead = {"Cannot read the script: %1", "تتعذر قراءة الملف: %1"};
+constexpr Phrase cannotRead = {"Cannot read the script: %1", "تعذّرت قراءة الملف: %1"};
 constexpr Phrase standIn = {
     "(This is tarn-demo, a stand-in for trying and testing the console. It is not Tarn and reads "
     "only its own small demonstration scripts: see tarn-demo --help.)",
-    "(هذا مفسّر تجريبي لتجربة وحدة التحكم واختبارها. ليس هو تارن ولا يقرأ إلا نصوصه التجريبية "
+    "(هذا مفسّر بديل لتجربة طرفية TARN واختبارها. وهو ليس TARN، ولا يقرأ إلا برامجه التجريبية "
     "الصغيرة: انظر tarn-demo --help)"};
 
 struct CommandLine

@@ -86,6 +86,8 @@ check_manual_pages() {
         LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings --encoding=UTF-8 --troff-device=utf8 --ditroff \
             --local-file "$page" 2>&1 >/dev/null | tee "$work/warnings"
         [ ! -s "$work/warnings" ]
+        # Otherwise whatis and apropos would not find it.
+        lexgrog "$page" >/dev/null || { echo "$page has no name that can be found" && return 1; }
     done
 }
 

@@ -95,7 +95,7 @@
     </message>
     <message>
         <source>Closing input after the pending line.</source>
-        <translation>سيُغلق الإدخال بعد السطر المعلّق.</translation>
+        <translation>سيُغلق الإدخال بعد إرسال السطر المعلّق.</translation>
     </message>
     <message>
         <source>Input closed. The draft was not sent.</source>
@@ -199,15 +199,15 @@
     </message>
     <message>
         <source>Zoom in</source>
-        <translation>كبّر</translation>
+        <translation>قرّب</translation>
     </message>
     <message>
         <source>Zoom out</source>
-        <translation>صغّر</translation>
+        <translation>بعّد</translation>
     </message>
     <message>
         <source>Actual size</source>
-        <translation>الحجم الأصلي</translation>
+        <translation>الحجم الفعلي</translation>
     </message>
     <message>
         <source>Auto</source>
@@ -251,7 +251,7 @@
     </message>
     <message>
         <source>Starting TARN program</source>
-        <translation>جارٍ بدء برنامج TARN</translation>
+        <translation>جارٍ بدء تشغيل برنامج TARN</translation>
     </message>
     <message>
         <source>Running</source>
@@ -263,7 +263,7 @@
     </message>
     <message>
         <source>Output capture limit reached</source>
-        <translation>بلغ التقاط المخرجات حدّه الأقصى</translation>
+        <translation>بلغت المخرجات الحد الأقصى</translation>
     </message>
     <message>
         <source>Returned status %1</source>
@@ -275,11 +275,11 @@
     </message>
     <message>
         <source>Could not start TARN: %1</source>
-        <translation>تعذّر بدء TARN: %1</translation>
+        <translation>تعذّر بدء تشغيل TARN: %1</translation>
     </message>
     <message>
         <source>Console process failure: %1</source>
-        <translation>فشل في عملية الطرفية: %1</translation>
+        <translation>خلل في العملية التي تشغّلها الطرفية: %1</translation>
     </message>
     <message>
         <source>Program stopped by user</source>
@@ -331,11 +331,19 @@
     </message>
     <message>
         <source>TARN executable is unavailable. Choose TARN / اختر TARN. %1</source>
-        <translation>ملف TARN التنفيذي غير متاح. اختر TARN‏ / Choose TARN.‎‏ %1</translation>
+        <translation>ملف TARN التنفيذي غير متاح. اختر TARN / Choose TARN. %1</translation>
     </message>
     <message>
         <source>Run: %1</source>
         <translation>تشغيل: %1</translation>
+    </message>
+    <message>
+        <source>Program errors</source>
+        <translation>أخطاء البرنامج</translation>
+    </message>
+    <message>
+        <source>Notice</source>
+        <translation>تنبيه</translation>
     </message>
 </context>
 </TS>

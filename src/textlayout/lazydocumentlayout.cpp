@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace tarn::console {
 
@@ -54,10 +55,17 @@ int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accur
     return offset;
 }
 
+QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColour &textColour)
+{
+    return textColour ? textColour(block, palette) : palette.color(QPalette::Text);
+}
+
 } // namespace
 
-LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device)
+LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device,
+                                       TextColour textColour)
     : QAbstractTextDocumentLayout(document)
+    , m_textColour(std::move(textColour))
     , m_shaper(document)
 {
     setPaintDevice(device);
@@ -170,7 +178,7 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             break;
-        painter->setPen(context.palette.color(QPalette::Text));
+        painter->setPen(colourOf(block, context.palette, m_textColour));
         if (drawSegments(painter, context, block))
             continue;
         shapeOnDemand(block);
@@ -192,6 +200,7 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
     noteMoved(block, height);
     const QPointF position(margin(), topOf(block));
     paragraph->draw(painter, position, selections, context.clip);
+    painter->setPen(context.palette.color(QPalette::Text));
     if (block.contains(context.cursorPosition))
         paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
                               m_cursorWidth);
@@ -206,6 +215,7 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     if (context.clip.isValid())
         clip &= context.clip;
     layout.draw(painter, QPointF(), selectedRanges(block, context.selections), clip);
+    painter->setPen(context.palette.color(QPalette::Text));
 
     // Positions below -1 count within the text that an input method is composing.
     const int position = context.cursorPosition;

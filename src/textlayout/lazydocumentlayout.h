@@ -5,6 +5,7 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QBasicTimer>
+#include <QColor>
 #include <QTextBlock>
 #include <QTextOption>
 
@@ -15,6 +16,10 @@ namespace tarn::console {
 
 struct BlockHeight;
 
+/// In which colour the text of a block is drawn where it is not selected; asked at every painting,
+/// for what is painted.
+using TextColour = std::function<QColor(const QTextBlock &block, const QPalette &palette)>;
+
 /// Lays out a plain-text document, and shapes a block only when somebody looks at it. The heights
 /// of all others come from the AdvanceTable: exact where a block surely stays on one line, guessed
 /// where it may wrap, and guesses are measured in the idle time after a change. Each block keeps
@@ -22,9 +27,10 @@ struct BlockHeight;
 /// which block is at a y.
 ///
 /// Drawn are the texts of the blocks in the document's default font, each in the direction and with
-/// the alignment of its block; selections; the caret; and what an input method composes. The text
-/// is broken and placed as Qt's own document layout does it, with one difference: see
-/// paragraphOption(). A line is wider than the page only when a single character is.
+/// the alignment of its block, and in the colour of its own that it may have; selections; the
+/// caret; and what an input method composes. The text is broken and placed as Qt's own document
+/// layout does it, with one difference: see paragraphOption(). A line is wider than the page only
+/// when a single character is.
 ///
 /// Everything else that a document can hold is ignored: pages, frames, tables, lists and images;
 /// margins, indents, line heights, tab stops and backgrounds of blocks; whether a block is visible.
@@ -36,8 +42,9 @@ class LazyDocumentLayout : public QAbstractTextDocumentLayout
 
 public:
     /// The document is to get the layout by QTextDocument::setDocumentLayout(), which takes
-    /// ownership. The paint device is what the document is shown on.
-    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device);
+    /// ownership. The paint device is what the document is shown on. Without a colour, all texts
+    /// have the palette's.
+    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device, TextColour textColour = {});
     ~LazyDocumentLayout() override;
 
     /// What somebody sees or is about to see: y coordinates of the document.
@@ -111,7 +118,8 @@ private:
 
     std::unique_ptr<AdvanceTable> m_advances;
     QTextOption m_option;
-    qreal m_pageWidth = -1; ///< of the heights; -1 before the first
+    TextColour m_textColour; ///< null for the palette's
+    qreal m_pageWidth = -1;  ///< of the heights; -1 before the first
     int m_blockCount = 1;
     int m_cursorWidth = 1;
     int m_lastGuess = -1; ///< guessed heights are in this block or before it

@@ -1,6 +1,10 @@
 #include "widgets/accessibletranscript.h"
 
+#include "widgets/paragraphcolour.h"
+
 #include <QAbstractTextDocumentLayout>
+#include <QColor>
+#include <QCoreApplication>
 #include <QFontMetrics>
 #include <QScrollBar>
 #include <QTextBlock>
@@ -10,14 +14,38 @@
 #include <QTextLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace tarn::console {
 
 using namespace Qt::StringLiterals;
 
-AccessibleTranscript::AccessibleTranscript(QTextEdit *view)
-    : QAccessibleWidget(view, QAccessible::EditableText)
+namespace {
+
+/// What a screen reader says of a paragraph, beside its text.
+QString nameOf(ParagraphVoice voice)
 {
+    switch (voice) {
+    case ParagraphVoice::Output:
+        break;
+    case ParagraphVoice::Error:
+        return QCoreApplication::translate("tarn::console::ConsoleWindow", "Program errors");
+    case ParagraphVoice::Echo:
+        return QCoreApplication::translate("tarn::console::ConsoleWindow", "Program input");
+    case ParagraphVoice::Notice:
+        return QCoreApplication::translate("tarn::console::ConsoleWindow", "Notice");
+    }
+    return QCoreApplication::translate("tarn::console::ConsoleWindow", "Program output");
+}
+
+} // namespace
+
+AccessibleTranscript::AccessibleTranscript(QTextEdit *view, ParagraphOf paragraphOf)
+    : QAccessibleWidget(view, QAccessible::EditableText)
+    , m_paragraphOf(std::move(paragraphOf))
+    , m_toldVoice(voiceAtCaret())
+{
+    QObject::connect(view, &QTextEdit::cursorPositionChanged, &m_context, [this] { tellVoice(); });
 }
 
 AccessibleTranscript::~AccessibleTranscript() = default;
@@ -38,7 +66,10 @@ QAccessible::State AccessibleTranscript::state() const
 
 QString AccessibleTranscript::text(QAccessible::Text kind) const
 {
-    return kind == QAccessible::Value ? view()->toPlainText() : QAccessibleWidget::text(kind);
+    if (kind == QAccessible::Value)
+        return view()->toPlainText();
+    const QString text = QAccessibleWidget::text(kind);
+    return kind == QAccessible::Description && text.isEmpty() ? voiceAtCaret() : text;
 }
 
 void *AccessibleTranscript::interface_cast(QAccessible::InterfaceType type)
@@ -215,7 +246,35 @@ QString AccessibleTranscript::attributes(int offset, int *start, int *end) const
                              : u"text-align:left;"_s;
     return u"font-family:\"%1\";font-size:%2pt;"_s.arg(font.family(),
                                                        QString::number(font.pointSize()))
-           + side;
+           + side + voiceAttributes(block);
+}
+
+QString AccessibleTranscript::voiceAtCaret() const
+{
+    const TranscriptParagraph *paragraph = m_paragraphOf(view()->textCursor().block());
+    return nameOf(paragraph ? voiceOf(*paragraph) : ParagraphVoice::Output);
+}
+
+void AccessibleTranscript::tellVoice()
+{
+    const QString voice = voiceAtCaret();
+    if (voice == m_toldVoice)
+        return;
+    m_toldVoice = voice;
+    QAccessibleEvent event(view(), QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&event);
+}
+
+/// Whose words they are, as a colour and in words.
+QString AccessibleTranscript::voiceAttributes(const QTextBlock &block) const
+{
+    const TranscriptParagraph *paragraph = m_paragraphOf(block);
+    if (!paragraph)
+        return {};
+    const QColor colour = paragraphColour(*paragraph, view()->palette());
+    return u"color:rgb(%1,%2,%3);paragraph-style:%4;"_s.arg(
+        QString::number(colour.red()), QString::number(colour.green()),
+        QString::number(colour.blue()), nameOf(voiceOf(*paragraph)));
 }
 
 } // namespace tarn::console

@@ -1,7 +1,5 @@
 #include "widgets/consoletextedit.h"
 
-#include "textlayout/lazydocumentlayout.h"
-
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QTextDocument>
@@ -9,9 +7,9 @@
 
 namespace tarn::console {
 
-ConsoleTextEdit::ConsoleTextEdit(QWidget *parent)
+ConsoleTextEdit::ConsoleTextEdit(QWidget *parent, const TextColour &textColour)
     : QTextEdit(parent)
-    , m_lazyLayout(new LazyDocumentLayout(document(), viewport()))
+    , m_lazyLayout(new LazyDocumentLayout(document(), viewport(), textColour))
 {
     document()->setDocumentLayout(m_lazyLayout);
     setAcceptRichText(false);
@@ -35,6 +33,15 @@ void ConsoleTextEdit::updateTabStops()
     const qreal distance = blanks * QFontMetricsF(font(), this).horizontalAdvance(u' ');
     if (distance != tabStopDistance())
         setTabStopDistance(distance);
+}
+
+/// In lines with right-to-left text the caret has a small flag at its side. When the focus leaves a
+/// read-only text, Qt has only the caret itself painted over.
+void ConsoleTextEdit::focusOutEvent(QFocusEvent *event)
+{
+    QTextEdit::focusOutEvent(event);
+    constexpr int widthOfTheFlag = 4;
+    viewport()->update(cursorRect().adjusted(-widthOfTheFlag, 0, widthOfTheFlag, 0));
 }
 
 void ConsoleTextEdit::wheelEvent(QWheelEvent *event)

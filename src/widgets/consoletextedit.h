@@ -1,10 +1,10 @@
 #pragma once
 
+#include "textlayout/lazydocumentlayout.h"
+
 #include <QTextEdit>
 
 namespace tarn::console {
-
-class LazyDocumentLayout;
 
 /// What the transcript and the draft have in common: plain text in the lazy layout, and a Tab key
 /// that moves the focus. A tab character in the text leads to the next multiple of eight blanks, so
@@ -16,11 +16,12 @@ public:
     ~ConsoleTextEdit() override;
 
 protected:
-    explicit ConsoleTextEdit(QWidget *parent);
+    explicit ConsoleTextEdit(QWidget *parent, const TextColour &textColour = {});
 
     LazyDocumentLayout *lazyLayout() const { return m_lazyLayout; }
 
     void changeEvent(QEvent *event) override;
+    void focusOutEvent(QFocusEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void timerEvent(QTimerEvent *event) override;
 

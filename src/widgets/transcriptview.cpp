@@ -3,6 +3,7 @@
 #include "widgets/accessibletranscript.h"
 #include "widgets/caretkeys.h"
 #include "widgets/draftpresentation.h"
+#include "widgets/paragraphcolour.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -15,6 +16,7 @@
 #include <QMimeData>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 
@@ -28,13 +30,17 @@ namespace {
 QAccessibleInterface *accessibleTranscript(const QString &, QObject *object)
 {
     auto *view = dynamic_cast<TranscriptView *>(object);
-    return view ? new AccessibleTranscript(view) : nullptr;
+    if (!view)
+        return nullptr;
+    return new AccessibleTranscript(
+        view, [view](const QTextBlock &block) { return view->paragraphOf(block); });
 }
 
 } // namespace
 
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
-    : ConsoleTextEdit(parent)
+    : ConsoleTextEdit(parent, [this](const QTextBlock &block,
+                                     const QPalette &palette) { return colourOf(block, palette); })
     , m_transcript(transcript)
     , m_writer(transcript, document())
     , m_readingPlace(this, lazyLayout())
@@ -47,6 +53,17 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
 }
 
 TranscriptView::~TranscriptView() = default;
+
+QColor TranscriptView::colourOf(const QTextBlock &block, const QPalette &palette) const
+{
+    const TranscriptParagraph *paragraph = paragraphOf(block);
+    return paragraph ? paragraphColour(*paragraph, palette) : palette.color(QPalette::Text);
+}
+
+const TranscriptParagraph *TranscriptView::paragraphOf(const QTextBlock &block) const
+{
+    return m_writer.paragraphOfBlock(block.blockNumber());
+}
 
 void TranscriptView::setCopyAction(QAction *action)
 {

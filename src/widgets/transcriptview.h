@@ -10,6 +10,7 @@
 #include <functional>
 
 class QAction;
+class QTextBlock;
 
 namespace tarn::console {
 
@@ -40,6 +41,9 @@ public:
     ScrollAnchor scrollAnchor() const;
     /// Goes to the end when the anchor's block is gone.
     void restoreScrollAnchor(ScrollAnchor anchor);
+
+    /// The paragraph whose text a block shows; null for the empty block after the last.
+    const TranscriptParagraph *paragraphOf(const QTextBlock &block) const;
 
     /// Gives every block the presentation of the paragraph whose text it shows.
     void applyParagraphFormats();
@@ -75,6 +79,7 @@ private:
     void scrollToCursor();
     void bringCaretIntoSight();
     void showEndsAtTheCaret();
+    QColor colourOf(const QTextBlock &block, const QPalette &palette) const;
 
     Transcript *m_transcript;
     QPointer<QTextEdit> m_draftEditor;

@@ -170,11 +170,21 @@ QTextBlock TranscriptWriter::presentRun(QTextBlock block)
 ParagraphPresentation TranscriptWriter::presentationOfBlock(int number) const
 {
     const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
-    // After the last paragraph, and before anything is shown, there is an empty block.
-    if (paragraph
-        >= std::min<qint64>(m_blockMap.paragraphCount(), m_transcript->paragraphs().size()))
-        return {};
-    return m_transcript->presentationForParagraph(paragraph);
+    return shows(paragraph) ? m_transcript->presentationForParagraph(paragraph)
+                            : ParagraphPresentation();
+}
+
+const TranscriptParagraph *TranscriptWriter::paragraphOfBlock(int number) const
+{
+    const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
+    return shows(paragraph) ? &m_transcript->paragraphs().at(paragraph) : nullptr;
+}
+
+/// After the last paragraph, and before anything is shown, there is an empty block.
+bool TranscriptWriter::shows(qint64 paragraph) const
+{
+    return paragraph
+           < std::min<qint64>(m_blockMap.paragraphCount(), m_transcript->paragraphs().size());
 }
 
 } // namespace tarn::console

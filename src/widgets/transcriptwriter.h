@@ -26,6 +26,10 @@ public:
     /// Gives every block the presentation of the paragraph whose text it shows.
     void applyFormats();
 
+    /// The paragraph whose text a block of the document shows; null for the empty block that has
+    /// none, and for one whose paragraph the transcript has meanwhile dropped.
+    const TranscriptParagraph *paragraphOfBlock(int number) const;
+
     /// Tells the transcript that its changes are shown.
     void acknowledge();
 
@@ -37,6 +41,7 @@ private:
     void presentParagraph(qint64 paragraph);
     QTextBlock presentRun(QTextBlock block);
     ParagraphPresentation presentationOfBlock(int number) const;
+    bool shows(qint64 paragraph) const;
 
     Transcript *m_transcript;
     QTextDocument *m_document;

@@ -4,7 +4,7 @@
 #include "session/programsession.h"
 #include "transcript/transcript.h"
 #include "window/interfacelanguage.h"
-#include "window/preferences.h"
+#include "window/storedpreferences.h"
 
 #include <QMainWindow>
 

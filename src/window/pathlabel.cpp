@@ -1,13 +1,20 @@
 #include "window/pathlabel.h"
 
+#include "window/pathmarks.h"
 #include "window/visibletext.h"
 
 #include <QEvent>
 #include <QFontMetrics>
 #include <QPainter>
 #include <QStyle>
+#include <QStyleOptionFocusRect>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTextOption>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace tarn::console {
@@ -30,6 +37,7 @@ PathLabel::PathLabel(QWidget *parent)
 
 void PathLabel::showPath(const QString &path)
 {
+    m_path = path;
     setText(path);
     setToolTip(visibleToolTip(path));
     // Screen readers would take the tool tip, markup and all, as the description.
@@ -39,6 +47,7 @@ void PathLabel::showPath(const QString &path)
 
 void PathLabel::showRemark(const QString &remark)
 {
+    m_path.clear();
     setText(remark);
     setToolTip({});
     setAccessibleDescription({});
@@ -78,30 +87,167 @@ void PathLabel::changeEvent(QEvent *event)
 /// painting, selecting and the cursor alike. QWidget keeps margins in 16 bits.
 void PathLabel::showEnd()
 {
-    const int excess = QFontMetrics(font()).horizontalAdvance(visibleText(text())) - width();
+    const int excess = QFontMetrics(font()).horizontalAdvance(shownText()) - width();
     const int largest = std::numeric_limits<qint16>::max();
     setContentsMargins(-std::clamp(excess + 1, 0, largest), 0, 0, 0);
 }
 
+/// What is copied is the path; what is seen must not be able to look like another one.
+QString PathLabel::shownText() const
+{
+    return showsPath() ? withPathMarks(visibleText(text())) : visibleText(text());
+}
+
+/// Otherwise QLabel draws it as it should be.
+bool PathLabel::isDrawnOtherwise() const
+{
+    return visibleText(text()) != text() || (showsPath() && hasRightToLeftLetters(text()));
+}
+
+void PathLabel::layOut(QTextLayout *layout) const
+{
+    constexpr qreal anyWidth = 1e7;
+    // A path is read from its root, whatever letters follow.
+    QTextOption option(Qt::AlignLeft);
+    option.setTextDirection(Qt::LeftToRight);
+    option.setWrapMode(QTextOption::NoWrap);
+    layout->setTextOption(option);
+    layout->beginLayout();
+    layout->createLine().setLineWidth(anyWidth);
+    layout->endLayout();
+}
+
+QPointF PathLabel::placeOfLayout(const QTextLayout &layout) const
+{
+    const QTextLine line = layout.lineAt(0);
+    const QRectF within = contentsRect();
+    const bool atTheRight = alignment().testFlag(Qt::AlignRight) && !isCut();
+    return {atTheRight ? within.right() - line.naturalTextWidth() : within.left(),
+            within.top() + (within.height() - line.height()) / 2};
+}
+
+void PathLabel::drawShownText(QPainter *painter) const
+{
+    QTextLayout layout(shownText(), font());
+    layOut(&layout);
+    QList<QTextLayout::FormatRange> selection;
+    if (hasSelectedText()) {
+        const qsizetype end = selectionStart() + selectedText().size();
+        const qsizetype start = shownPosition(selectionStart());
+        QTextLayout::FormatRange range{.start = int(start),
+                                       .length = int(shownPosition(end) - start)};
+        range.format.setBackground(palette().highlight());
+        range.format.setForeground(palette().highlightedText());
+        selection.append(range);
+    }
+    painter->setPen(palette().color(foregroundRole()));
+    layout.draw(painter, placeOfLayout(layout), selection);
+    if (!hasFocus())
+        return;
+    // The caret is QLabel's, and where that is nobody tells.
+    QStyleOptionFocusRect option;
+    option.initFrom(this);
+    style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, painter, this);
+}
+
 void PathLabel::paintEvent(QPaintEvent *event)
 {
-    const QString visible = visibleText(text());
-    if (visible == text())
+    if (!isDrawnOtherwise())
         QLabel::paintEvent(event);
     QPainter painter(this);
     // Otherwise the interface decides the order of the path.
     painter.setLayoutDirection(layoutDirection());
-    if (visible != text()) {
-        // What is copied is the path; what is seen must not be able to look like another one.
-        style()->drawItemText(&painter, contentsRect(), int(alignment()), palette(), isEnabled(),
-                              visible, foregroundRole());
-    }
+    if (isDrawnOtherwise())
+        drawShownText(&painter);
     if (!isCut())
         return;
     const QRect corner(0, 0, fontMetrics().horizontalAdvance(ellipsis), height());
     painter.fillRect(corner, palette().color(backgroundRole()));
     style()->drawItemText(&painter, corner, Qt::AlignCenter, palette(), isEnabled(), ellipsis,
                           foregroundRole());
+}
+
+/// Where a place of the text is in the shown text: each beginning of the text is shown as it is in
+/// the whole.
+qsizetype PathLabel::shownPosition(qsizetype position) const
+{
+    const QString beginning = visibleText(text().first(position));
+    return (showsPath() ? withPathMarks(beginning) : beginning).size();
+}
+
+/// The character of the text that shows at a place of the shown text.
+qsizetype PathLabel::positionOfShown(qsizetype shown) const
+{
+    qsizetype first = 0;
+    qsizetype beyond = text().size();
+    while (beyond - first > 1) {
+        const qsizetype middle = (first + beyond) / 2;
+        (shownPosition(middle) <= shown ? first : beyond) = middle;
+    }
+    return first;
+}
+
+/// Where QLabel has what is shown at a point: it knows only its own order of the text.
+QPointF PathLabel::placeInLabel(QPointF point) const
+{
+    QTextLayout layout(shownText(), font());
+    layOut(&layout);
+    const QTextLine line = layout.lineAt(0);
+    const qreal x = point.x() - placeOfLayout(layout).x();
+    const qsizetype position = positionOfShown(line.xToCursor(x, QTextLine::CursorOnCharacter));
+    const qreal left = line.cursorToX(int(shownPosition(position)));
+    const qreal right = line.cursorToX(int(shownPosition(position + 1)));
+    const bool secondHalf = std::abs(x - right) < std::abs(x - left);
+
+    heightForWidth(width()); // It lays QLabel's text out.
+    const auto *document = findChild<QTextDocument *>();
+    const QTextBlock block = document->findBlock(int(position));
+    const int offset = int(position) - block.position();
+    const QTextLine labels = block.layout()->lineForTextPosition(offset);
+    if (!labels.isValid())
+        return point;
+    const qreal before = labels.cursorToX(offset);
+    const qreal after = labels.cursorToX(offset + 1);
+    // Well inside the character, where no neighbour is meant.
+    const qreal within = before + (after - before) * (secondHalf ? 0.75 : 0.25);
+    const QRectF text = contentsRect();
+    const qreal top = text.top() + std::max(0.0, (text.height() - document->size().height()) / 2);
+    return QPointF(text.left() + within, top + labels.y() + labels.height() / 2)
+           + block.layout()->position();
+}
+
+QMouseEvent PathLabel::inLabel(const QMouseEvent &event) const
+{
+    const bool differs = isDrawnOtherwise() && !text().isEmpty();
+    return {event.type(),          differs ? placeInLabel(event.position()) : event.position(),
+            event.scenePosition(), event.globalPosition(),
+            event.button(),        event.buttons(),
+            event.modifiers(),     event.pointingDevice()};
+}
+
+/// Double clicks come here too.
+void PathLabel::mousePressEvent(QMouseEvent *event)
+{
+    QMouseEvent there = inLabel(*event);
+    QLabel::mousePressEvent(&there);
+    event->setAccepted(there.isAccepted());
+    update();
+}
+
+void PathLabel::mouseMoveEvent(QMouseEvent *event)
+{
+    QMouseEvent there = inLabel(*event);
+    QLabel::mouseMoveEvent(&there);
+    event->setAccepted(there.isAccepted());
+    update();
+}
+
+void PathLabel::mouseReleaseEvent(QMouseEvent *event)
+{
+    QMouseEvent there = inLabel(*event);
+    QLabel::mouseReleaseEvent(&there);
+    event->setAccepted(there.isAccepted());
+    update();
 }
 
 } // namespace tarn::console

@@ -1,7 +1,5 @@
 #include "window/preferences.h"
 
-#include "window/settingsfile.h"
-
 #include <QFont>
 #include <QSettings>
 #include <QStringList>
@@ -61,20 +59,6 @@ QFont Preferences::font() const
     font.setFamilies(families);
     font.setPointSize(zoom.pointSize(fontPointSize, minimumFontPointSize));
     return font;
-}
-
-StoredPreferences::StoredPreferences(bool persistent)
-    : m_persistent(persistent)
-    , m_preferences(persistent ? SettingsFile::read() : Preferences())
-{
-}
-
-void StoredPreferences::save(const QByteArray &windowGeometry)
-{
-    if (!m_persistent)
-        return;
-    m_preferences.windowGeometry = windowGeometry;
-    SettingsFile::write(m_preferences);
 }
 
 } // namespace tarn::console

@@ -48,23 +48,4 @@ struct Preferences
     QFont font() const;
 };
 
-/// The preferences of this console: read once, and written whenever save() says so.
-class StoredPreferences
-{
-public:
-    /// When not persistent, the defaults hold, and nothing is read or written.
-    explicit StoredPreferences(bool persistent);
-
-    /// With the geometry that the window has now.
-    void save(const QByteArray &windowGeometry);
-
-    Preferences *get() { return &m_preferences; }
-    Preferences *operator->() { return &m_preferences; }
-    const Preferences *operator->() const { return &m_preferences; }
-
-private:
-    bool m_persistent;
-    Preferences m_preferences;
-};
-
 } // namespace tarn::console

@@ -8,6 +8,7 @@
 #include <QFont>
 #include <QFontComboBox>
 #include <QFormLayout>
+#include <QLocale>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
@@ -34,6 +35,8 @@ SettingsDialog::SettingsDialog(const Preferences &preferences, QWidget *parent)
     m_size->setObjectName("settingsFontSize");
     m_size->setRange(Preferences::minimumFontPointSize, Preferences::maximumFontPointSize);
     m_size->setValue(preferences.fontPointSize);
+    // Digits are 0 to 9 everywhere in the interface, whatever the desktop's.
+    m_size->setLocale(QLocale::c());
 
     auto *form = new QFormLayout;
     form->addRow(tr("Interface language"), m_language);

@@ -3,13 +3,20 @@
 #include "session/executableresolver.h"
 #include "window/dialogbuttons.h"
 #include "window/pathlabel.h"
+#include "window/pathmarks.h"
 #include "window/preferences.h"
 #include "window/statustexts.h"
 
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
+#include <QPainter>
 #include <QProcessEnvironment>
+#include <QProxyStyle>
+#include <QStyleOptionComboBox>
 
 #include <utility>
 
@@ -35,12 +42,51 @@ void listSourceFiles(QFileDialog *dialog)
     apply(dialog->selectedNameFilter());
 }
 
+/// Draws the text of a box as a path, and leaves the box as it is.
+class PathInBox : public QProxyStyle
+{
+public:
+    PathInBox()
+        : QProxyStyle(QApplication::style()->name())
+    {
+    }
+
+    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                     const QWidget *widget) const override
+    {
+        const auto *box = qstyleoption_cast<const QStyleOptionComboBox *>(option);
+        if (element != CE_ComboBoxLabel || !box) {
+            QProxyStyle::drawControl(element, option, painter, widget);
+            return;
+        }
+        QStyleOptionComboBox path(*box);
+        path.currentText = withPathMarks(box->currentText);
+        const Qt::LayoutDirection before = painter->layoutDirection();
+        painter->setLayoutDirection(Qt::LeftToRight);
+        QProxyStyle::drawControl(element, &path, painter, widget);
+        painter->setLayoutDirection(before);
+    }
+};
+
+/// A path is read from its root; Qt's own dialog has the interface decide.
+void showFolderLeftToRight(const QFileDialog *dialog)
+{
+    auto *folder = dialog->findChild<QComboBox *>(u"lookInCombo"_s);
+    if (!folder)
+        return;
+    auto *style = new PathInBox;
+    style->setParent(folder);
+    folder->setStyle(style);
+    folder->view()->setLayoutDirection(Qt::LeftToRight);
+}
+
 /// Asks for a file; empty for none.
 QString chosenFile(QFileDialog *dialog)
 {
     // What is on other machines cannot be run, and has no path.
     dialog->setSupportedSchemes({u"file"_s});
     removeButtonIcons(dialog);
+    showFolderLeftToRight(dialog);
     return dialog->exec() == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString();
 }
 
@@ -92,7 +138,7 @@ void SourceChoice::updateLabel()
 {
     // Next to its own label, though its text is left to right in both languages.
     const Qt::Alignment side = m_window->isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
-    m_label->setAlignment(side | Qt::AlignVCenter);
+    m_label->setAlignment(side | Qt::AlignAbsolute | Qt::AlignVCenter);
     if (hasSource())
         m_label->showPath(m_sourcePath);
     else

@@ -1,5 +1,6 @@
 #include "window/statusmessage.h"
 
+#include "window/pathmarks.h"
 #include "window/visibletext.h"
 
 namespace tarn::console {
@@ -29,9 +30,9 @@ QString StatusMessage::isolatedText() const
 {
     // A path is read from its root, whatever letters follow.
     const QChar isolate = argument.startsWith(u'/') ? leftToRightIsolate : firstStrongIsolate;
-    const QString isolated =
-        isolate + shortenedText(visibleText(argument), mostShownCharacters) + popDirectionalIsolate;
-    return withArgument(pattern, isolated);
+    const QString shown = shortenedText(visibleText(argument), mostShownCharacters);
+    return withArgument(shownPattern.isEmpty() ? pattern : shownPattern,
+                        isolate + withPathMarks(shown) + popDirectionalIsolate);
 }
 
 bool StatusMessage::isShortened() const

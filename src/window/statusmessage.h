@@ -10,6 +10,8 @@ struct StatusMessage
 {
     QString pattern;
     QString argument = {};
+    /// The pattern with isolates around what is in another language; empty where it needs none.
+    QString shownPattern = {};
 
     bool operator==(const StatusMessage &) const = default;
 
@@ -17,8 +19,8 @@ struct StatusMessage
     /// The whole sentence.
     QString text() const;
     /// The same with the argument as a bidirectional isolate (UAX #9, section 2.4), so that a path
-    /// in an Arabic sentence keeps its order on the screen, with its controls escaped, and with its
-    /// middle left out when it is very long.
+    /// in an Arabic sentence keeps its order on the screen, and its folders theirs; with its
+    /// controls escaped, and with its middle left out when it is very long.
     QString isolatedText() const;
     bool isShortened() const;
 };

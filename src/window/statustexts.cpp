@@ -2,6 +2,29 @@
 
 namespace tarn::console {
 
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A pattern in two languages for the screen: the second one runs in its own direction. The reason
+/// at the end is English. It belongs to an English half, and to none that is Arabic.
+QString withIsolatedHalf(const QString &pattern)
+{
+    constexpr QChar leftToRightIsolate(0x2066);
+    constexpr QChar rightToLeftIsolate(0x2067);
+    constexpr QChar popDirectionalIsolate(0x2069);
+    const QString between = u" / "_s;
+    const qsizetype start = pattern.indexOf(between) + between.size();
+    const bool arabic = pattern.sliced(start).isRightToLeft();
+    const qsizetype end = arabic ? pattern.indexOf(u'.', start) : pattern.size();
+    if (start < between.size() || end < start)
+        return pattern;
+    return pattern.first(start) + (arabic ? rightToLeftIsolate : leftToRightIsolate)
+           + pattern.sliced(start, end - start) + popDirectionalIsolate + pattern.sliced(end);
+}
+
+} // namespace
+
 StatusMessage StatusTexts::noSource()
 {
     return {tr("Choose a source file / اختر ملف مصدر.")};
@@ -14,7 +37,8 @@ StatusMessage StatusTexts::sourceUnreadable(const QString &path)
 
 StatusMessage StatusTexts::interpreterUnavailable(const QString &reason)
 {
-    return {tr("TARN executable is unavailable. Choose TARN / اختر TARN. %1"), reason};
+    const QString pattern = tr("TARN executable is unavailable. Choose TARN / اختر TARN. %1");
+    return {pattern, reason, withIsolatedHalf(pattern)};
 }
 
 StatusMessage StatusTexts::interpreterSelected()

@@ -2,6 +2,7 @@
 
 #include "transcript/incrementaloutputdecoder.h"
 #include "transcript/visibleescape.h"
+#include "window/pathmarks.h"
 
 #include <QStringList>
 
@@ -109,7 +110,8 @@ QString visibleToolTip(const QString &text)
 {
     // The longest path that can be opened has fewer.
     constexpr qsizetype mostCharacters = 4096;
-    QStringList lines = foldedLines(shortenedText(visibleText(text), mostCharacters));
+    QStringList lines =
+        foldedLines(withPathMarks(shortenedText(visibleText(text), mostCharacters)));
     for (QString &line : lines)
         line = line.toHtmlEscaped();
     // A path is read from its root, whatever letters follow.

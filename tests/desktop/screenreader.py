@@ -56,7 +56,8 @@ class Reader:
         self.told = []
         self._listener = Atspi.EventListener.new(self._note)
         for kind in ["object:text-changed", "object:property-change:accessible-name",
-                     "object:state-changed:focused", "object:text-caret-moved"]:
+                     "object:property-change:accessible-description", "object:state-changed:focused",
+                     "object:text-caret-moved"]:
             check(self._listener.register(kind), f"there are no events {kind}")
 
     def _note(self, event):
@@ -265,6 +266,33 @@ def in_arabic(console, reader):
     reader.do("push button", "أرسل")
     reader.wait_for_status("انتهى البرنامج بالحالة 0")
     check("أهلا يا سلمى" in reader.output("مخرجات البرنامج"), "no answer")
+    console.quit()
+
+
+@scenario
+def who_said_it(console, reader):
+    """What colours tell the eye is told in words: what the program said, what went wrong, and what
+    was typed."""
+    reader.open(console.script("print said\nerror failed\nask Name? -> name\n"))
+    console.run()
+    reader.wait_for(lambda: "Name?" in reader.heard(), "the question")
+    draft = reader.named("text", "Program input")
+    reader.wait_for(lambda: has(draft, Atspi.StateType.ENABLED), "the input to be open")
+    check(Atspi.EditableText.insert_text(draft, 0, "typed", len("typed")), "cannot type")
+    reader.do("push button", "Send")
+    reader.wait_for_status("Returned status 0")
+    output = reader.named("text", "Program output")
+    colours = set()
+    for text, who in [("said", "Program output"), ("failed", "Program errors"),
+                      ("typed", "Program input")]:
+        at = reader.output().index(text)
+        check(Atspi.Text.set_caret_offset(output, at), "cannot move the caret")
+        reader.wait_for(lambda name=who: output.get_description() == name, f"{who!r}")
+        colours.add(Atspi.Text.get_text_attribute_value(output, at, "fg-color"))
+    check(len(colours) == 3, f"colours {colours}")
+    changes = [kind for kind, _, name, *_ in reader.told
+               if kind.endswith("accessible-description") and name == "Program output"]
+    check(len(changes) == 2, f"the reader was told: {changes}")
     console.quit()
 
 

@@ -1,6 +1,7 @@
 #include "support/rebuiltview.h"
 
 #include "widgets/caretkeys.h"
+#include "widgets/paragraphcolour.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetricsF>
@@ -9,6 +10,7 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextLayout>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -73,6 +75,7 @@ void RebuiltView::rebuild()
 
     setPlainText(m_transcript->documentText());
     formatBlocks();
+    colourBlocks();
     completeLayout();
 
     QTextCursor cursor(document());
@@ -179,27 +182,50 @@ void RebuiltView::completeLayout()
     }
 }
 
-/// Positions tell which paragraph a block shows; the paragraph's text may hold separators.
+/// Positions tell which paragraph a block shows; the paragraph's text may hold separators. Looks on
+/// from an earlier one, which begins at `start`.
+qsizetype RebuiltView::paragraphOf(const QTextBlock &block, qsizetype from, qsizetype *start) const
+{
+    const QList<TranscriptParagraph> &paragraphs = m_transcript->paragraphs();
+    while (from < paragraphs.size()
+           && block.position() > *start + paragraphs.at(from).text.size()) {
+        *start += paragraphs.at(from).text.size() + 1;
+        ++from;
+    }
+    return from;
+}
+
 void RebuiltView::formatBlocks()
 {
     QTextCursor edit(document());
     edit.beginEditBlock();
-    const QList<TranscriptParagraph> &paragraphs = m_transcript->paragraphs();
     qsizetype index = 0;
     qsizetype start = 0;
     for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        while (index < paragraphs.size()
-               && block.position() > start + paragraphs.at(index).text.size()) {
-            start += paragraphs.at(index).text.size() + 1;
-            ++index;
-        }
+        index = paragraphOf(block, index, &start);
         QTextBlockFormat format = block.blockFormat();
-        writePresentation(&format, index < paragraphs.size()
+        writePresentation(&format, index < m_transcript->paragraphs().size()
                                        ? m_transcript->presentationForParagraph(index)
                                        : ParagraphPresentation());
         QTextCursor(block).setBlockFormat(format);
     }
     edit.endEditBlock();
+}
+
+/// As a syntax highlighter does: beside the document.
+void RebuiltView::colourBlocks()
+{
+    qsizetype index = 0;
+    qsizetype start = 0;
+    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+        index = paragraphOf(block, index, &start);
+        if (index >= m_transcript->paragraphs().size())
+            break;
+        QTextCharFormat format;
+        format.setForeground(paragraphColour(m_transcript->paragraphs().at(index), palette()));
+        block.layout()->setFormats({{.start = 0, .length = block.length(), .format = format}});
+        document()->markContentsDirty(block.position(), block.length());
+    }
 }
 
 TranscriptFindResult RebuiltView::findLiteral(const QString &text, bool backward)

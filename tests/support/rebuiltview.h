@@ -49,7 +49,9 @@ private:
     bool isMatchInSight() const;
     void rebuild();
     void completeLayout();
+    qsizetype paragraphOf(const QTextBlock &block, qsizetype from, qsizetype *start) const;
     void formatBlocks();
+    void colourBlocks();
     void presentDraft();
 
     const Transcript *m_transcript;

@@ -4,6 +4,7 @@
 #include "support/testregistry.h"
 #include "support/visibletexts.h"
 #include "window/consolewindow.h"
+#include "window/statustexts.h"
 
 #include <QAction>
 #include <QApplication>
@@ -59,6 +60,7 @@ private Q_SLOTS:
     void placesOfTheSourceChooserAreArabic();
     void noticeOfAMissingFileIsArabic();
     void tarnChooserIsArabic();
+    void theUnavailableInterpreterIsDrawnInTwoDirections();
     void sourceChooserListsBothKindsOfSources_data();
     void sourceChooserListsBothKindsOfSources();
     void statusesBeforeARunAreArabic();
@@ -99,6 +101,14 @@ void TestArabicInterface::checkFileDialog(QDialog *dialog)
     });
     QCOMPARE(textsWithScript(QChar::Script_Latin, texts).join(u'\n'), QString());
     QVERIFY(textsWithScript(QChar::Script_Arabic, texts).size() >= 20);
+    QCOMPARE(qobject_cast<QFileDialog *>(dialog)->labelText(QFileDialog::LookIn), u"المكان:"_s);
+    // The box shows paths, which are read from their root.
+    auto *folder = dialog->findChild<QComboBox *>(u"lookInCombo"_s);
+    QVERIFY(folder->currentText().startsWith(u'/'));
+    const QImage drawn = folder->grab().toImage();
+    const QChar leftToRightMark(0x200E);
+    folder->setItemText(folder->currentIndex(), leftToRightMark + folder->currentText());
+    QCOMPARE(folder->grab().toImage(), drawn);
     // Beside an icon, the texts of buttons would be cut.
     const auto *box = dialog->findChild<QDialogButtonBox *>();
     for (const QAbstractButton *button : box->buttons())
@@ -263,6 +273,15 @@ void TestArabicInterface::tarnChooserIsArabic()
     ConsoleWindow window(options(source.path()));
     window.show();
     QVERIFY(meetDialog([&] { trigger(window, u"chooseTarnAction"_s); }, &checkFileDialog));
+}
+
+void TestArabicInterface::theUnavailableInterpreterIsDrawnInTwoDirections()
+{
+    const ConsoleWindow window(options({}));
+    const StatusMessage message = StatusTexts::interpreterUnavailable(u"Why"_s);
+    const QString beginning = u"ملف TARN التنفيذي غير متاح. اختر TARN / "_s;
+    QCOMPARE(message.text(), beginning + u"Choose TARN. Why"_s);
+    QCOMPARE(message.isolatedText(), beginning + u"\u2066Choose TARN. \u2068Why\u2069\u2069"_s);
 }
 
 void TestArabicInterface::sourceChooserListsBothKindsOfSources_data()

@@ -33,6 +33,8 @@ private Q_SLOTS:
     void theCaretAndTheSelection();
     void offsetsOutsideTheText();
     void attributesTellTheDirection();
+    void attributesTellWhoSaidIt();
+    void theCaretTellsWhoSaidIt();
     void aPassageIsScrolledIntoView();
 
 private:
@@ -211,6 +213,45 @@ void TestAccessibleTranscript::attributesTellTheDirection()
         QCOMPARE(attributes.contains(u"text-align:right"), offset >= arabic && offset < length());
         QVERIFY(start <= offset && offset <= end);
     }
+}
+
+void TestAccessibleTranscript::attributesTellWhoSaidIt()
+{
+    m_transcript->appendStream(TranscriptStream::StandardError, "oops\n");
+    m_transcript->appendInputEcho(u"Input"_s, "answer\n");
+    m_view->refresh();
+    const auto attributesAt = [this](const QString &text) {
+        int start = 0;
+        int end = 0;
+        return ours()->attributes(int(m_transcript->documentText().indexOf(text)), &start, &end);
+    };
+    for (const auto &[text, name] :
+         {std::pair(u"line 1"_s, u"Program output"_s), std::pair(u"oops"_s, u"Program errors"_s),
+          std::pair(u"answer"_s, u"Program input"_s)})
+        QVERIFY2(attributesAt(text).contains(u";paragraph-style:%1;"_s.arg(name)),
+                 qPrintable(attributesAt(text)));
+    const QColor text = m_view->palette().color(QPalette::Text);
+    const QString ordinary =
+        u";color:rgb(%1,%2,%3);"_s.arg(text.red()).arg(text.green()).arg(text.blue());
+    QVERIFY(attributesAt(u"line 1"_s).contains(ordinary));
+    QVERIFY(!attributesAt(u"oops"_s).contains(ordinary));
+    QVERIFY(!attributesAt(u"answer"_s).contains(ordinary));
+}
+
+void TestAccessibleTranscript::theCaretTellsWhoSaidIt()
+{
+    m_transcript->appendStream(TranscriptStream::StandardError, "oops\n");
+    m_transcript->appendInputEcho(u"Input"_s, "answer\n");
+    m_view->refresh();
+    const QAccessibleInterface *view = QAccessible::queryAccessibleInterface(m_view.get());
+    for (const auto &[text, name] :
+         {std::pair(u"line 1"_s, u"Program output"_s), std::pair(u"oops"_s, u"Program errors"_s),
+          std::pair(u"answer"_s, u"Program input"_s)}) {
+        ours()->setCursorPosition(int(m_transcript->documentText().indexOf(text)));
+        QCOMPARE(view->text(QAccessible::Description), name);
+    }
+    ours()->setCursorPosition(length());
+    QCOMPARE(view->text(QAccessible::Description), u"Program output"_s);
 }
 
 void TestAccessibleTranscript::aPassageIsScrolledIntoView()

@@ -13,6 +13,7 @@
 #include <array>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -123,6 +124,8 @@ private Q_SLOTS:
     void textsStandOut();
     void outputAndEchoesStandOut_data() { addPalettes(); }
     void outputAndEchoesStandOut();
+    void whoSaidItIsSeen_data() { addPalettes(); }
+    void whoSaidItIsSeen();
     void theFocusIsSeen_data();
     void theFocusIsSeen();
     void aNewPaletteIsTakenAtOnce();
@@ -186,6 +189,34 @@ void TestConsoleWindowContrast::outputAndEchoesStandOut()
                          view->cursorRect(cursor).height());
         const double ink = strongestInk(picture.copy(line), background);
         QVERIFY2(ink >= enoughForText, qPrintable(u"%1: %2"_s.arg(text).arg(ink)));
+    }
+}
+
+void TestConsoleWindowContrast::whoSaidItIsSeen()
+{
+    QFETCH(QPalette, palette);
+    QApplication::setPalette(palette);
+    const QString solid(u"█"_s);
+    const ConsoleWindowFixture fixture(
+        u"print %1\\n\nerror %1\\n\nread-line\n"_s.arg(solid).toUtf8());
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runUntil(u"\n%1\n"_s.arg(solid)));
+    fixture.draft()->setPlainText(solid);
+    fixture.trigger("sendAction");
+    QVERIFY(fixture.waitForEnd());
+    const QTextEdit *view = fixture.view();
+    const QImage picture = pictureOf(view->viewport());
+    QList<QRgb> colours;
+    for (int position = 0; position < 6; position += 2) {
+        QTextCursor cursor(view->document());
+        cursor.setPosition(position);
+        const QRect letter = view->cursorRect(cursor);
+        colours.append(picture.pixel(letter.center() + QPoint(3, 0)));
+    }
+    const QRgb background = view->palette().color(QPalette::Base).rgb();
+    for (const QRgb colour : std::as_const(colours)) {
+        QVERIFY(contrast(colour, background) >= enoughForText);
+        QCOMPARE(colours.count(colour), 1);
     }
 }
 

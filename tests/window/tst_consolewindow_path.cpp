@@ -1,11 +1,15 @@
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
+#include "window/pathmarks.h"
 
+#include <QFontMetrics>
 #include <QHelpEvent>
+#include <QImage>
 #include <QTest>
 #include <QTextDocumentFragment>
 #include <QToolTip>
 
+#include <cstdlib>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -20,12 +24,19 @@ class TestConsoleWindowPath : public QObject
 private:
     static QString hoverText(QWidget *widget);
     static QPair<int, int> emptySides(QWidget *widget);
+    static QPair<int, int> columnsWith(const QColor &colour, QWidget *widget);
 
 private Q_SLOTS:
     void pathStaysLeftToRight_data();
     void pathStaysLeftToRight();
     void pathStandsNextToItsLabel_data();
     void pathStandsNextToItsLabel();
+    void theRemarkStandsNextToItsLabel_data();
+    void theRemarkStandsNextToItsLabel();
+    void neighbouringArabicFoldersKeepTheirOrder_data();
+    void neighbouringArabicFoldersKeepTheirOrder();
+    void anArabicPathIsSelectedWhereItIsSeen_data();
+    void anArabicPathIsSelectedWhereItIsSeen();
     void pathIsSelectable();
     void pathIsShownLiterally_data();
     void pathIsShownLiterally();
@@ -76,6 +87,20 @@ QPair<int, int> TestConsoleWindowPath::emptySides(QWidget *widget)
     return {first, picture.width() - 1 - last};
 }
 
+/// The first and the last column of a widget where a colour is.
+QPair<int, int> TestConsoleWindowPath::columnsWith(const QColor &colour, QWidget *widget)
+{
+    const QImage picture = widget->grab().toImage();
+    QPair<int, int> columns(picture.width(), -1);
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixelColor(x, y) == colour)
+                columns = {qMin(columns.first, x), qMax(columns.second, x)};
+        }
+    }
+    return columns;
+}
+
 void TestConsoleWindowPath::pathStaysLeftToRight_data()
 {
     addInterfaceLanguages();
@@ -115,6 +140,85 @@ void TestConsoleWindowPath::pathStandsNextToItsLabel()
     const bool arabic = options.interfaceLanguage == "ar"_L1;
     QCOMPARE(left < aLetter, !arabic);
     QCOMPARE(right < aLetter, arabic);
+}
+
+void TestConsoleWindowPath::theRemarkStandsNextToItsLabel_data()
+{
+    addInterfaceLanguages();
+}
+
+/// "No source selected" is in the language of the interface.
+void TestConsoleWindowPath::theRemarkStandsNextToItsLabel()
+{
+    const ConsoleStartupOptions options = optionsInRowLanguage();
+    const ConsoleWindowFixture fixture(options);
+    QVERIFY(fixture.show());
+    const auto [left, right] = emptySides(fixture.find<QLabel>("sourcePath"));
+    constexpr int aLetter = 10;
+    const bool arabic = options.interfaceLanguage == "ar"_L1;
+    QCOMPARE(left < aLetter, !arabic);
+    QCOMPARE(right < aLetter, arabic);
+}
+
+void TestConsoleWindowPath::neighbouringArabicFoldersKeepTheirOrder_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("rest");
+    QTest::newRow("two") << u"/tmp/دروس"_s << u"/برامج/أول.ترن"_s;
+    QTest::newRow("at the root") << u"/دروس"_s << u"/برامج/أول.ترن"_s;
+    QTest::newRow("only one") << u"/"_s << u"برامج"_s;
+    QTest::newRow("with digits") << u"/tmp/دروس"_s << u"/2024/أول.ترن"_s;
+}
+
+/// A path that goes on begins as it did.
+void TestConsoleWindowPath::neighbouringArabicFoldersKeepTheirOrder()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, rest);
+    const auto picture = [](const QString &path) {
+        ConsoleStartupOptions options = englishOptions();
+        options.sourcePath = path;
+        const ConsoleWindowFixture fixture(options);
+        auto *label = fixture.find<QLabel>("sourcePath");
+        return fixture.show() && label->text() == path ? label->grab().toImage() : QImage();
+    };
+    const ConsoleWindowFixture fixture;
+    const QFontMetrics metrics(fixture.find<QLabel>("sourcePath")->font());
+    const QImage beginning = picture(folder);
+    QVERIFY(!beginning.isNull());
+    const QRect part(0, 0, metrics.horizontalAdvance(folder) - 1, beginning.height());
+    QCOMPARE(picture(folder + rest).copy(part), beginning.copy(part));
+}
+
+void TestConsoleWindowPath::anArabicPathIsSelectedWhereItIsSeen_data()
+{
+    addInterfaceLanguages();
+}
+
+void TestConsoleWindowPath::anArabicPathIsSelectedWhereItIsSeen()
+{
+    ConsoleStartupOptions options = optionsInRowLanguage();
+    options.sourcePath = u"/tmp/دروس/برامج/أول"_s;
+    const ConsoleWindowFixture fixture(options);
+    QVERIFY(fixture.show());
+    auto *label = fixture.find<QLabel>("sourcePath");
+    const QFontMetrics metrics(label->font());
+    const int left = options.interfaceLanguage == "ar"_L1
+                         ? label->width() - metrics.horizontalAdvance(options.sourcePath)
+                         : 0;
+    int x = left + metrics.horizontalAdvance(u"/tmp/"_s);
+    for (const QString &name : {u"دروس"_s, u"برامج"_s, u"أول"_s}) {
+        const QPoint middle(x + metrics.horizontalAdvance(name) / 2, label->height() / 2);
+        QTest::mouseDClick(label, Qt::LeftButton, Qt::NoModifier, middle);
+        QCOMPARE(label->selectedText(), name);
+        const auto [first, last] = columnsWith(label->palette().color(QPalette::Highlight), label);
+        QVERIFY(std::abs(first - x) <= 1);
+        QVERIFY(std::abs(last - (x + metrics.horizontalAdvance(name) - 1)) <= 1);
+        QTest::mouseRelease(label, Qt::LeftButton, Qt::NoModifier, middle);
+        x += metrics.horizontalAdvance(name + u'/');
+    }
+    fixture.press(QKeySequence(QKeySequence::SelectAll));
+    QCOMPARE(label->selectedText(), options.sourcePath);
 }
 
 void TestConsoleWindowPath::pathIsSelectable()
@@ -159,6 +263,7 @@ void TestConsoleWindowPath::hoverShowsTheWholePath_data()
     QTest::newRow("entity") << u"/tmp/a&lt;b.tarn"_s;
     QTest::newRow("two blanks") << u"/tmp/<i>two  blanks.tarn"_s;
     QTest::newRow("Arabic") << u"/tmp/برنامج.ترن"_s;
+    QTest::newRow("Arabic folders") << u"/tmp/دروس/برامج/أول.ترن"_s;
 }
 
 void TestConsoleWindowPath::hoverShowsTheWholePath()
@@ -168,7 +273,7 @@ void TestConsoleWindowPath::hoverShowsTheWholePath()
     options.sourcePath = path;
     const ConsoleWindowFixture fixture(options);
     QVERIFY(fixture.show());
-    QCOMPARE(hoverText(fixture.find<QLabel>("sourcePath")), path);
+    QCOMPARE(hoverText(fixture.find<QLabel>("sourcePath")), withPathMarks(path));
 }
 
 void TestConsoleWindowPath::hoverShowsControlsAsEscapes()

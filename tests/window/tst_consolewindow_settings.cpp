@@ -8,6 +8,7 @@
 #include <QFontComboBox>
 #include <QFormLayout>
 #include <QLabel>
+#include <QLocale>
 #include <QPushButton>
 #include <QSettings>
 #include <QSpinBox>
@@ -37,6 +38,7 @@ private Q_SLOTS:
     void showsTheCurrentPreferences();
     void showsAClampedSize_data();
     void showsAClampedSize();
+    void digitsAreThoseOfTheInterface();
     void acceptingAppliesAndSaves();
     void acceptingStoresAFamilyEvenWhenUntouched();
     void acceptingResetsTheZoom();
@@ -176,6 +178,21 @@ void TestConsoleWindowSettings::showsAClampedSize()
     open();
     meetSettings(
         [shown](QDialog *dialog) { QCOMPARE(dialog->findChild<QSpinBox *>()->value(), shown); });
+}
+
+void TestConsoleWindowSettings::digitsAreThoseOfTheInterface()
+{
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::Arabic, QLocale::Egypt));
+    QVERIFY(QLocale().toString(11) != u"11"_s);
+    open({.interfaceLanguage = u"ar"_s});
+    QString size;
+    meetSettings([&size](QDialog *dialog) {
+        size = dialog->findChild<QSpinBox *>()->text();
+        dialog->reject();
+    });
+    QLocale::setDefault(before);
+    QCOMPARE(size, u"11"_s);
 }
 
 void TestConsoleWindowSettings::acceptingAppliesAndSaves()

@@ -1,5 +1,5 @@
 #include "support/testregistry.h"
-#include "window/preferences.h"
+#include "window/storedpreferences.h"
 
 #include <QFile>
 #include <QFont>
