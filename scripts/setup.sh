@@ -22,8 +22,8 @@ packages_of() {
         ;;
     test) # What only the tests need: Unicode as others read it, clipboard and window as others see
         # them, and a Wayland display.
-        printf '%s\n' libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi \
-            qt6-wayland util-linux weston
+        printf '%s\n' gdb libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi \
+            qt6-wayland strace util-linux weston
         ;;
     check) # The checks of sources, scripts and desktop files.
         printf '%s\n' appstream clang-format-14 codespell cppcheck desktop-file-utils \

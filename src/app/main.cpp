@@ -1,3 +1,4 @@
+#include "app/cleanstart.h"
 #include "app/consolestartupoptions.h"
 #include "app/terminationsignals.h"
 #include "window/consolewindow.h"
@@ -40,6 +41,7 @@ ConsoleStartupOptions parseCommandLine(const QApplication &application)
 
 int main(int argc, char *argv[])
 {
+    tarn::console::startClean();
     QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(u"TARN"_s);
     QCoreApplication::setApplicationName(u"TARN Console"_s);

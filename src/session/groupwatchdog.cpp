@@ -1,14 +1,15 @@
 #include "session/groupwatchdog.h"
 
+#include "session/childsetup.h"
+#include "session/deadchild.h"
+
 #include <array>
-#include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <string>
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace tarn::console {
@@ -18,78 +19,85 @@ namespace {
 /// The shell is everywhere, small, and execs nothing here: read and kill are built in. It exits and
 /// leaves the watchdog behind, so that whoever looks at our children finds only what the user
 /// started.
+///
+/// The group goes first. Then /proc shows who else is in the session: behind the name of a process,
+/// which is in brackets and may hold anything, line feeds too, come its state, parent, group and
+/// session. More than one look, because what is killed may just have started something.
 constexpr const char *shell = "/bin/sh";
-constexpr const char *script = "{ read -r line <&3 || kill -s KILL -- \"-$1\"; } &";
+constexpr const char *script = R"sh({
+read -r line <&3 && exit
+for look in 1 2 3; do
+    kill -s KILL -- "-$1"
+    for file in /proc/[0-9]*/stat; do
+        stat=
+        while read -r part || [ -n "$part" ]; do stat="$stat $part"; done <"$file"
+        set -- "$1" ${stat##*) }
+        [ "$5" = "$1" ] && kill -s KILL -- "-$4"
+    done
+done
+} &)sh";
 constexpr int scriptInput = 3;
 constexpr const char *shownName = "tarn-console-watchdog";
 
-/// What the watchdog inherits: its end of the socket, and nothing else of ours.
-class SpawnFileActions
+/// What the shell gets: made before the fork, because afterwards nothing may allocate.
+class ShellArguments
 {
 public:
-    explicit SpawnFileActions(int input)
+    explicit ShellArguments(pid_t group)
+        : m_group(std::to_string(group))
     {
-        ::posix_spawn_file_actions_init(&m_actions);
-        ::posix_spawn_file_actions_adddup2(&m_actions, input, scriptInput);
-        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-            ::posix_spawn_file_actions_addopen(&m_actions, stream, "/dev/null", O_RDWR, 0);
-        ::posix_spawn_file_actions_addclosefrom_np(&m_actions, scriptInput + 1);
-        // Nor must it keep our working directory busy.
-        ::posix_spawn_file_actions_addchdir_np(&m_actions, "/");
     }
-    ~SpawnFileActions() { ::posix_spawn_file_actions_destroy(&m_actions); }
-    SpawnFileActions(const SpawnFileActions &) = delete;
-    SpawnFileActions &operator=(const SpawnFileActions &) = delete;
 
-    const posix_spawn_file_actions_t *get() const { return &m_actions; }
+    char *const *get() const { return m_pointers.data(); }
 
 private:
-    posix_spawn_file_actions_t m_actions{};
+    std::string m_name = shownName;
+    std::string m_option = "-c";
+    std::string m_script = script;
+    std::string m_group;
+    std::array<char *, 6> m_pointers{m_name.data(), m_option.data(), m_script.data(),
+                                     m_name.data(), m_group.data(),  nullptr};
 };
 
-/// Out of reach of a terminal's signals, and with none of our handlers and masks.
-class SpawnAttributes
+/// In the child: out of reach of a terminal's signals, with none of our handlers, descriptors and
+/// environment, and not keeping our working directory busy. Async-signal-safe.
+[[noreturn]] void becomeShell(char *const *arguments, int input)
 {
-public:
-    SpawnAttributes()
-    {
-        ::posix_spawnattr_init(&m_attributes);
-        sigset_t signalSet;
-        ::sigemptyset(&signalSet);
-        ::posix_spawnattr_setsigmask(&m_attributes, &signalSet);
-        ::sigfillset(&signalSet);
-        ::posix_spawnattr_setsigdefault(&m_attributes, &signalSet);
-        ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK
-                                                      | POSIX_SPAWN_SETSIGDEF);
-    }
-    ~SpawnAttributes() { ::posix_spawnattr_destroy(&m_attributes); }
-    SpawnAttributes(const SpawnAttributes &) = delete;
-    SpawnAttributes &operator=(const SpawnAttributes &) = delete;
+    ::setsid();
+    if (input == scriptInput)
+        ::fcntl(input, F_SETFD, 0);
+    else
+        ::dup2(input, scriptInput);
+    // It takes the number of what was just closed, so that it needs no descriptor to spare.
+    ::close(STDIN_FILENO);
+    ::open("/dev/null", O_RDWR);
+    ::dup2(STDIN_FILENO, STDOUT_FILENO);
+    ::dup2(STDIN_FILENO, STDERR_FILENO);
+    closeDescriptorsAtExec(scriptInput + 1);
+    if (::chdir("/") != 0)
+        ::_exit(EXIT_FAILURE);
+    restoreSignals();
+    char *const environment[] = {nullptr};
+    ::execve(shell, arguments, environment);
+    ::_exit(EXIT_FAILURE);
+}
 
-    const posix_spawnattr_t *get() const { return &m_attributes; }
-
-private:
-    posix_spawnattr_t m_attributes{};
-};
-
-bool spawnWatchdog(pid_t group, int input)
+/// Not by posix_spawn() or vfork(): they wait for the exec, for ever if somebody stops the child.
+bool startShell(pid_t group, int input)
 {
-    const SpawnFileActions actions(input);
-    const SpawnAttributes attributes;
-    std::string name = shownName;
-    std::string option = "-c";
-    std::string command = script;
-    std::string groupNumber = std::to_string(group);
-    const std::array<char *, 6> arguments{name.data(), option.data(),      command.data(),
-                                          name.data(), groupNumber.data(), nullptr};
-    const std::array<char *, 1> environment{nullptr};
-    pid_t process = 0;
-    if (::posix_spawn(&process, shell, actions.get(), attributes.get(), arguments.data(),
-                      environment.data())
-        != 0)
+    const ShellArguments arguments(group);
+    // A signal to us must not be handled in the child, where the handler would act for us.
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t child = ::fork();
+    if (child == 0)
+        becomeShell(arguments.get(), input);
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (child < 0)
         return false;
-    while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    collectWhenDead(child);
     return true;
 }
 
@@ -102,7 +110,7 @@ GroupWatchdog::GroupWatchdog(pid_t group)
     if (group <= 1 || group == ::getpgrp()
         || ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
         return;
-    if (spawnWatchdog(group, ends[0]))
+    if (startShell(group, ends[0]))
         m_lifeline = ends[1];
     else
         ::close(ends[1]);
@@ -115,7 +123,7 @@ GroupWatchdog::~GroupWatchdog()
         return;
     // A message calls it off; an end of file without one means that we died. Somebody may have
     // ended it already.
-    [[maybe_unused]] const auto sent = ::send(m_lifeline, "\n", 1, MSG_NOSIGNAL);
+    [[maybe_unused]] const auto sent = ::send(m_lifeline, "\n", 1, MSG_NOSIGNAL | MSG_DONTWAIT);
     ::close(m_lifeline);
 }
 

@@ -1,11 +1,5 @@
 #pragma once
 
-#include "session/groupwatchdog.h"
-
-#include <QObject>
-
-#include <chrono>
-#include <memory>
 #include <sys/types.h>
 
 namespace tarn::console {
@@ -21,20 +15,5 @@ SignalDelivery signalProcessGroup(pid_t group, int signalNumber);
 /// the leader's number while the group exists: if one has it, the group is gone, and the number may
 /// name another one.
 bool orphanedGroupExists(pid_t group);
-
-/// Kills what is left of a process group after its leader has ended, when a grace is over; at once
-/// when the reaper is destroyed. It deletes itself then. Until then it keeps the watchdog of the
-/// group, if there is one.
-class ProcessGroupReaper : public QObject
-{
-public:
-    ProcessGroupReaper(pid_t group, std::chrono::milliseconds grace, QObject *parent,
-                       std::unique_ptr<GroupWatchdog> watchdog = {});
-    ~ProcessGroupReaper() override;
-
-private:
-    pid_t m_group;
-    std::unique_ptr<GroupWatchdog> m_watchdog;
-};
 
 } // namespace tarn::console

@@ -1,5 +1,7 @@
 #include "session/programprocess.h"
 
+#include "session/childsetup.h"
+
 #include <QFileInfo>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -7,7 +9,6 @@
 #include <csignal>
 #include <cstdlib>
 
-#include <linux/close_range.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -16,19 +17,6 @@ namespace tarn::console {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// Signals as every program expects them, whatever the console ignores or holds back. Async-signal
-/// safe. The handlers go first: none of ours may run in the child.
-void restoreSignals()
-{
-    struct sigaction action = {};
-    action.sa_handler = SIG_DFL;
-    for (int number = 1; number <= SIGRTMAX; ++number)
-        ::sigaction(number, &action, nullptr);
-    sigset_t none;
-    ::sigemptyset(&none);
-    ::sigprocmask(SIG_SETMASK, &none, nullptr);
-}
 
 /// Runs in the child between fork and exec, perhaps in our own memory on a tiny stack (vfork):
 /// nothing but async-signal-safe calls here.
@@ -41,7 +29,7 @@ void prepareChild(pid_t console)
     if (::getppid() != console)
         ::_exit(EXIT_FAILURE);
     // Only the three streams are the program's; QProcess needs the others until the exec.
-    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    closeDescriptorsAtExec(STDERR_FILENO + 1);
     restoreSignals();
 }
 

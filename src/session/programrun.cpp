@@ -2,9 +2,11 @@
 
 #include "session/programrun.h"
 
+#include "session/deadchild.h"
 #include "session/groupwatchdog.h"
-#include "session/processgroup.h"
+#include "session/processsession.h"
 #include "session/programprocess.h"
+#include "session/sessionreaper.h"
 
 #include <QTimer>
 
@@ -18,6 +20,9 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
+
+/// From the first forced kill to the news that it did not help.
+constexpr auto killPatience = 2s;
 
 QTimer *createSingleShotTimer(const QString &name, QObject *parent)
 {
@@ -38,10 +43,12 @@ ProgramRun::ProgramRun(quint64 id, const ProgramLaunch &launch, InputWriter writ
     , m_process(createProgramProcess(launch, session))
     , m_killTimer(createSingleShotTimer(u"killTimer"_s, session))
     , m_deadline(createSingleShotTimer(u"deadline"_s, session))
+    , m_killPatience(createSingleShotTimer(u"killPatience"_s, session))
 {
     connectProcess();
     for (const QTimer *timer : {m_killTimer, m_deadline})
         connect(timer, &QTimer::timeout, this, &ProgramRun::handleKillTimeout);
+    connect(m_killPatience, &QTimer::timeout, this, &ProgramRun::handleKillFailure);
 }
 
 ProgramRun::~ProgramRun() = default;
@@ -64,6 +71,7 @@ void ProgramRun::start()
     m_process->start(QIODevice::ReadWrite);
     if (m_completed || m_process->processId() <= 0)
         return;
+    deferEndUntilCollectable(*m_process);
     m_group = static_cast<pid_t>(m_process->processId());
     m_watchdog = std::make_unique<GroupWatchdog>(m_group);
 }
@@ -119,9 +127,9 @@ void ProgramRun::handleFinished(int exitCode, QProcess::ExitStatus exitStatus)
     const auto self = shared_from_this();
     if (m_completed)
         return;
-    // The number of an empty group may come to name another one. A group with members keeps its
-    // number, and a listener may yet stop the run.
-    if (!orphanedGroupExists(m_group))
+    // The number of an empty session may come to name another one. A session with members keeps
+    // its number, and a listener may yet stop the run.
+    if (!orphanedSessionExists(m_group))
         m_watchdog.reset();
     readOutput();
     complete(outcomeOf(exitCode, exitStatus));
@@ -149,14 +157,14 @@ void ProgramRun::complete(const ProgramOutcome &outcome)
     m_completed = true;
     m_pendingInput.clear();
     m_currentLine.clear();
-    if (outcome.kind == ProgramOutcomeKind::Stopped && orphanedGroupExists(m_group)) {
+    if (outcome.kind == ProgramOutcomeKind::Stopped && orphanedSessionExists(m_group)) {
         // The leader is gone, but members that ignore SIGTERM have only what is left of the grace.
-        new ProcessGroupReaper(m_group, std::max(m_killTimer->remainingTimeAsDuration(), 0ms),
-                               m_process->parent(), std::move(m_watchdog));
+        new SessionReaper(m_group, std::max(m_killTimer->remainingTimeAsDuration(), 0ms),
+                          m_process->parent(), std::move(m_watchdog));
     }
     m_watchdog.reset();
     m_process->deleteLater();
-    for (QTimer *timer : {m_killTimer, m_deadline}) {
+    for (QTimer *timer : {m_killTimer, m_deadline, m_killPatience}) {
         timer->stop();
         timer->deleteLater();
     }
@@ -178,8 +186,19 @@ void ProgramRun::stop()
 
 void ProgramRun::handleKillTimeout()
 {
-    if (m_stopRequested && !m_completed)
-        requestTermination(Termination::Forced);
+    if (!m_stopRequested || m_completed)
+        return;
+    requestTermination(Termination::Forced);
+    if (!std::exchange(m_killSent, true))
+        m_killPatience->start(killPatience);
+}
+
+void ProgramRun::handleKillFailure()
+{
+    if (!m_killSent || m_completed || m_unkillable)
+        return;
+    m_unkillable = true;
+    Q_EMIT unkillable();
 }
 
 void ProgramRun::requestTermination(Termination termination)
@@ -187,11 +206,18 @@ void ProgramRun::requestTermination(Termination termination)
     const bool force = termination == Termination::Forced;
     const int signalNumber = force ? SIGKILL : SIGTERM;
     const auto leader = static_cast<pid_t>(m_process->processId());
-    if (leader > 0 && signalProcessGroup(leader, signalNumber) == SignalDelivery::Delivered)
-        return;
-    // QProcess forgets the number before it reports the last output and the end.
-    if (leader == 0 && orphanedGroupExists(m_group)) {
-        signalProcessGroup(m_group, signalNumber);
+    if (leader > 0) {
+        const SignalDelivery delivery = signalSession(leader, signalNumber);
+        // What is stopped can only clean up when it goes on.
+        if (!force)
+            signalSession(leader, SIGCONT);
+        if (delivery == SignalDelivery::Delivered)
+            return;
+    } else if (orphanedSessionExists(m_group)) {
+        // QProcess forgets the number before it reports the last output and the end.
+        signalOrphanedSession(m_group, signalNumber);
+        if (!force)
+            signalOrphanedSession(m_group, SIGCONT);
         return;
     }
     if (force)
@@ -207,12 +233,12 @@ void ProgramRun::abandon()
         return;
     if (m_process->state() != QProcess::NotRunning) {
         // QProcess's own destructor would warn and kill the leader only.
-        signalProcessGroup(static_cast<pid_t>(m_process->processId()), SIGKILL);
+        signalSession(static_cast<pid_t>(m_process->processId()), SIGKILL);
         m_process->kill();
-        m_process->waitForFinished();
-    } else if (m_stopRequested && orphanedGroupExists(m_group)) {
+        collectOrLetGo(*m_process, !m_unkillable);
+    } else if (m_stopRequested) {
         // The leader has just ended, and its last output is being reported.
-        signalProcessGroup(m_group, SIGKILL);
+        signalOrphanedSession(m_group, SIGKILL);
     }
     m_watchdog.reset();
 }

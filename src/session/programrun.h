@@ -69,6 +69,9 @@ public:
     /// Whether a line is in flight.
     bool inputPending() const { return !m_pendingInput.isEmpty(); }
 
+    /// Whether the forced kill has not ended the run, long enough for nobody to wait any longer.
+    bool isUnkillable() const { return m_unkillable && !m_completed; }
+
 Q_SIGNALS:
     /// The process has started, and no stop was asked for before.
     void started();
@@ -80,6 +83,8 @@ Q_SIGNALS:
     /// The input was closed, or a line came into flight or left it. The end is reported by ended()
     /// alone.
     void inputStateChanged();
+    /// isUnkillable() has become true. The end is still reported when it comes.
+    void unkillable();
     /// The run is completed; the process and the timers will soon be deleted.
     void ended(const tarn::console::ProgramOutcome &outcome);
 
@@ -91,6 +96,7 @@ private:
     void handleError(QProcess::ProcessError error);
     void handleFinished(int exitCode, QProcess::ExitStatus exitStatus);
     void handleKillTimeout();
+    void handleKillFailure();
 
     void readOutput();
     void requestTermination(Termination termination);
@@ -104,13 +110,16 @@ private:
     QProcess *m_process; ///< child of the session, as are the timers; all gone soon after the end
     QTimer *m_killTimer; ///< runs from the last stop to the forced kill
     QTimer *m_deadline;  ///< runs from the first stop to the forced kill
-    pid_t m_group = 0;   ///< process group that the program leads; outlives the process
-    std::unique_ptr<GroupWatchdog> m_watchdog; ///< of that group, while it is ours to end
+    QTimer *m_killPatience; ///< runs from the first forced kill
+    pid_t m_group = 0; ///< process group and session that the program leads; outlives the process
+    std::unique_ptr<GroupWatchdog> m_watchdog; ///< of that session, while it is ours to end
     QByteArray m_pendingInput;                 ///< what is still to be written of the line
     QByteArray m_currentLine;                  ///< the line in flight, without its line feed
     QString m_errorMessage;                    ///< last process error that only the outcome reports
     bool m_inputClosed = false;
     bool m_stopRequested = false;
+    bool m_killSent = false;
+    bool m_unkillable = false;
     bool m_completed = false;
     bool m_abandoned = false;
 };

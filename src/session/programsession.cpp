@@ -141,6 +141,8 @@ void ProgramSession::forwardReports(const ProgramRun &run)
     });
     connect(&run, &ProgramRun::inputStateChanged, this,
             [this, runId] { emitInTurn([&] { Q_EMIT inputStateChanged(runId); }); });
+    connect(&run, &ProgramRun::unkillable, this,
+            [this, runId] { emitInTurn([&] { Q_EMIT runUnkillable(runId); }); });
     connect(&run, &ProgramRun::ended, this,
             [this, runId](const ProgramOutcome &outcome) { reportEnd(runId, outcome); });
 }
@@ -199,6 +201,11 @@ bool ProgramSession::closeInput()
         return false;
     m_run->closeInput();
     return true;
+}
+
+bool ProgramSession::isUnkillable() const
+{
+    return m_run && m_run->isUnkillable();
 }
 
 bool ProgramSession::inputOpen() const

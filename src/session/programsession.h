@@ -17,7 +17,7 @@ namespace tarn::console {
 class ProgramRun;
 
 /// Runs programs as child processes, one at a time, each the leader of its own process group
-/// (POSIX setsid()), so that a stop reaches everything the program started in that group.
+/// and POSIX session (setsid()), so that a stop reaches everything the program started in them.
 ///
 /// A run is named by its run identifier. The signals about its state, its output and its outcome
 /// come twice, tagged with the identifier and immediately afterwards untagged; those about its
@@ -40,8 +40,8 @@ public:
     static constexpr qsizetype maximumOutputSliceBytes = 65536;
 
     explicit ProgramSession(QObject *parent = nullptr);
-    /// Kills the process group of a program that still runs, and what a stopped run left behind;
-    /// reports nothing.
+    /// Kills a program that still runs, with its session, and what a stopped run left behind;
+    /// reports nothing, and waits for a moment (50 ms) at most.
     ~ProgramSession() override;
 
     ProgramSessionState state() const { return m_state; }
@@ -58,8 +58,9 @@ public:
 
     /// Asks the program's process group to terminate (SIGTERM), and kills it (SIGKILL) if it still
     /// runs ProgramRun::killDelay after the last call, or ProgramRun::longestKillDelay after the
-    /// first. Members of the group that outlive their leader get the same grace. Does nothing
-    /// unless a run is active.
+    /// first. Programs that are suspended go on (SIGCONT), to clean up. The signals also reach the
+    /// other groups of the program's POSIX session. Members that outlive their leader get the same
+    /// grace. Does nothing unless a run is active.
     void stop();
 
     /// Whether a line may be sent as input: Sent (acceptable), NotOneLine or TooLong.
@@ -73,6 +74,11 @@ public:
     /// Closes the program's standard input, after the line in flight if there is one. Returns
     /// whether this call closed it; once closed, the input stays closed for the run.
     bool closeInput();
+
+    /// Whether the program of the active run cannot be killed: it was, 2 s ago or more, and still
+    /// has not ended. A debugger may hold it, or it has other rights. Whoever waits for its end may
+    /// give up; the session may then be destroyed, which does not wait either.
+    bool isUnkillable() const;
 
     /// Whether a program runs whose input has not been closed.
     bool inputOpen() const;
@@ -92,6 +98,9 @@ Q_SIGNALS:
     /// inputOpen() or inputPending() may have changed.
     void inputStateChanged(quint64 runId);
     void runCompleted(quint64 runId, const tarn::console::ProgramOutcome &outcome);
+    /// isUnkillable() has become true, once for a run at most. The run stays active; its outcome
+    /// comes when the program ends after all.
+    void runUnkillable(quint64 runId);
 
 protected:
     /// Hands input bytes to the program and returns how many were taken; less than 1 means "not

@@ -1,4 +1,5 @@
 #include "session/processgroup.h"
+#include "session/sessionreaper.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
 #include "support/testregistry.h"
@@ -89,7 +90,7 @@ void TestProcessGroup::theReaperKillsAfterTheGrace()
 
     QObject owner;
     const QPointer<QObject> reaper =
-        new ProcessGroupReaper(run.report("group"_ba).toInt(), 50ms, &owner);
+        new SessionReaper(run.report("group"_ba).toInt(), 50ms, &owner);
     QVERIFY(processIsAlive(grandchild));
     QTRY_VERIFY(!processIsAlive(grandchild));
     QTRY_VERIFY(!reaper);
@@ -104,7 +105,7 @@ void TestProcessGroup::theReaperKillsWhenItIsDestroyed()
     const pid_t grandchild = run.report("grandchild"_ba).toInt();
 
     auto owner = std::make_unique<QObject>();
-    new ProcessGroupReaper(run.report("group"_ba).toInt(), 1h, owner.get());
+    new SessionReaper(run.report("group"_ba).toInt(), 1h, owner.get());
     QVERIFY(processIsAlive(grandchild));
     owner.reset();
     QTRY_VERIFY(!processIsAlive(grandchild));

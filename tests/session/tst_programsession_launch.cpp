@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QTest>
@@ -49,6 +50,7 @@ private Q_SLOTS:
     void passesTheEnvironmentOn();
     void leadsASessionAndAGroup();
     void inheritsNoForeignDescriptors();
+    void inheritsNoneOnAnOlderKernelEither();
     void startsWithOrdinarySignals();
     void usesOneSeparateChannelsProcess();
 };
@@ -308,6 +310,22 @@ void TestProgramSessionLaunch::inheritsNoForeignDescriptors()
     QVERIFY(second.runToEnd());
     QCOMPARE(second.reports("descriptor"_ba), QList<QByteArray>({"0"_ba, "1"_ba, "2"_ba}));
     QCOMPARE(::close(forgotten), 0);
+}
+
+void TestProgramSessionLaunch::inheritsNoneOnAnOlderKernelEither()
+{
+    const SourceFile source("show-descriptors\n");
+    QProcess host;
+    host.start(QStringLiteral(TARN_SESSION_HOST),
+               {scriptedChild(), source.path(), u"without-close-range"_s});
+    QByteArray output;
+    QTRY_VERIFY((output += host.readAllStandardOutput()).contains("completed\n")
+                || host.state() == QProcess::NotRunning);
+    host.kill();
+    QVERIFY(host.waitForFinished());
+    if (host.exitStatus() == QProcess::NormalExit && host.exitCode() == 69)
+        QSKIP("this system forbids seccomp(2)");
+    QCOMPARE(output, "descriptor:0\ndescriptor:1\ndescriptor:2\ncompleted\n"_ba);
 }
 
 void TestProgramSessionLaunch::startsWithOrdinarySignals()

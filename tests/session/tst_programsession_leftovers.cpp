@@ -179,15 +179,15 @@ void TestProgramSessionLeftovers::watchesWhileTheProgramRuns()
                    "read-line\n");
     QVERIFY(run.startUntilReady());
     const auto group = static_cast<pid_t>(run.report("group"_ba).toInt());
-    QTRY_COMPARE(livingWatchdogsOf(group).size(), 1);
+    // Whoever looks for the program finds it alone, once the starter of the watchdog is gone.
+    QTRY_COMPARE(livingChildrenOf(::getpid()), QList<pid_t>{group});
+    QCOMPARE(livingWatchdogsOf(group).size(), 1);
     const std::optional<ProcessEntry> watchdog =
         processEntry(livingWatchdogsOf(group).constFirst());
     QVERIFY(watchdog);
     QVERIFY(watchdog->session != processEntry(::getpid())->session);
     QVERIFY(watchdog->session != group);
     QVERIFY(watchdog->group != group);
-    // Whoever looks for the program finds it alone.
-    QCOMPARE(livingChildrenOf(::getpid()), QList<pid_t>{group});
 
     QVERIFY(run.session.closeInput());
     QVERIFY(run.waitForOutcome());
@@ -216,7 +216,8 @@ void TestProgramSessionLeftovers::theWatchdogInheritsNothing()
                    "wait-forever\n");
     QVERIFY(run.startUntilReady());
     const auto group = static_cast<pid_t>(run.report("group"_ba).toInt());
-    QTRY_COMPARE(livingWatchdogsOf(group).size(), 1);
+    QTRY_COMPARE(livingChildrenOf(::getpid()), QList<pid_t>{group});
+    QCOMPARE(livingWatchdogsOf(group).size(), 1);
     const QString entry = u"/proc/%1"_s.arg(livingWatchdogsOf(group).constFirst());
 
     // While it reads, the shell may have a second descriptor of its input.

@@ -39,7 +39,8 @@ private Q_SLOTS:
     void theKillTimerDoesNothingUnlessStopping();
     void theKillTimerWaitsASecond();
     void killsAProgramThatIgnoresTheRequest();
-    void killsASuspendedProgram();
+    void letsASuspendedProgramCleanUp();
+    void killsAProgramThatSuspendsItselfAgain();
     void aSecondStopRepeatsTheRequestAndTheWait();
     void repeatedStopsCannotKeepAProgramAlive();
     void stopsAFlood();
@@ -222,11 +223,28 @@ void TestProgramSessionStop::killsAProgramThatIgnoresTheRequest()
     QVERIFY(!processIsAlive(pid));
 }
 
-void TestProgramSessionStop::killsASuspendedProgram()
+void TestProgramSessionStop::letsASuspendedProgramCleanUp()
 {
-    SessionRun run("handle-term 0 never said\n"
+    SessionRun run("handle-term 3 cleaned up\n"
                    "ready\n"
-                   "stop-self\n");
+                   "stop-self\n"
+                   "wait-forever\n");
+    QVERIFY(run.startUntilReady());
+    const qint64 pid = run.process()->processId();
+    QTRY_COMPARE(processEntry(pid).value_or(ProcessEntry{}).state, 'T');
+    run.session.stop();
+    QVERIFY(run.waitForOutcome());
+
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
+    QCOMPARE(run.outcome().exitCode, 3);
+    QVERIFY(run.output().endsWith("cleaned up"));
+}
+
+void TestProgramSessionStop::killsAProgramThatSuspendsItselfAgain()
+{
+    SessionRun run("ignore-term\n"
+                   "ready\n"
+                   "repeat 1000000 stop-self\n");
     QVERIFY(run.startUntilReady());
     const qint64 pid = run.process()->processId();
     QTRY_COMPARE(processEntry(pid).value_or(ProcessEntry{}).state, 'T');

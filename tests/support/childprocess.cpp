@@ -4,9 +4,12 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <set>
 #include <string>
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace tarn::console::child {
@@ -151,6 +154,25 @@ void raiseNamedSignal(std::string_view name)
             ::kill(::getpid(), known.number);
         }
     }
+}
+
+void stopSiblings()
+{
+    const std::string parent = std::to_string(::getppid());
+    const std::string list = "/proc/" + parent + "/task/" + parent + "/children";
+    std::set<pid_t> known{::getpid()};
+    while (true) {
+        std::ifstream children(list);
+        for (pid_t child = 0; children >> child;) {
+            if (known.insert(child).second && ::kill(child, SIGSTOP) == 0)
+                reportLine("stopped:" + std::to_string(child));
+        }
+    }
+}
+
+void allowDebugger()
+{
+    ::prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
 }
 
 void waitForever()

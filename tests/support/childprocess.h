@@ -20,6 +20,11 @@ void reportTermination(std::string_view text);
 /// Sends the named signal ("KILL", "SEGV"...) to this process.
 void raiseNamedSignal(std::string_view name);
 
+/// Stops every later child of our parent.
+[[noreturn]] void stopSiblings();
+
+void allowDebugger();
+
 [[noreturn]] void waitForever();
 
 } // namespace tarn::console::child

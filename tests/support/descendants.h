@@ -24,10 +24,13 @@ inline void markDescendants()
 
 inline QList<pid_t> livingDescendants()
 {
+    // A copy of ourselves has not become what it was forked for.
+    const QString program = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
     const QByteArray mark = QByteArray(descendantMark) + '=' + qgetenv(descendantMark);
     return livingProcesses([&](const ProcessEntry &entry) {
         QFile environment(QStringLiteral("/proc/%1/environ").arg(entry.pid));
-        return entry.pid != ::getpid() && environment.open(QIODevice::ReadOnly)
+        return QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(entry.pid)) != program
+               && environment.open(QIODevice::ReadOnly)
                && environment.readAll().split('\0').contains(mark);
     });
 }

@@ -42,6 +42,9 @@
 //                         options it inherits everything.
 //   signal NAME           sends itself a signal: KILL, SEGV, ABRT, TERM, HUP, STOP...
 //   stop-self             signal STOP
+//   stop-siblings         stops what our parent starts from here on, as soon as it appears, and
+//                         prints stopped:PID\n for each; for ever
+//   allow-debugger        lets any process of the same user trace it, where that needs a word
 //
 // Reports, one name:value per line
 //   show-arguments        program:, argument: (one for each)
@@ -197,6 +200,8 @@ constexpr Command commands[] = {
     {"report-term", reportTermination},
     {"fork-grandchild", forkGrandchild},
     {"signal", raiseNamedSignal},
+    {"stop-siblings", [](Arguments) { stopSiblings(); }},
+    {"allow-debugger", [](Arguments) { allowDebugger(); }},
     {"stop-self", [](Arguments) { raiseNamedSignal("STOP"); }},
     {"show-arguments", [](Arguments) { showArguments(); }},
     {"show-directory", [](Arguments) { showDirectory(); }},

@@ -5,10 +5,23 @@
 #include <QByteArray>
 #include <QFile>
 #include <QList>
+#include <QString>
 
-/// The watchdogs of process groups, recognised by their command lines.
+#include <unistd.h>
+
+/// The watchdogs of process groups.
 namespace tarn::console {
 
+/// Whether a process is a copy of ours that is about to become a watchdog, of any group.
+inline bool isFutureWatchdog(const ProcessEntry &entry)
+{
+    return entry.parent == ::getpid()
+           && QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(entry.pid))
+                  == QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
+}
+
+/// Recognised by their command lines. One that starts counts from its fork on: so that a test can
+/// wait until there is none.
 inline QList<pid_t> livingWatchdogsOf(pid_t group)
 {
     const QByteArray ending = '\0' + QByteArray::number(group) + '\0';
@@ -17,7 +30,8 @@ inline QList<pid_t> livingWatchdogsOf(pid_t group)
         if (!file.open(QIODevice::ReadOnly))
             return false;
         const QByteArray commandLine = file.readAll();
-        return commandLine.startsWith("tarn-console-watchdog") && commandLine.endsWith(ending);
+        return isFutureWatchdog(entry)
+               || (commandLine.startsWith("tarn-console-watchdog") && commandLine.endsWith(ending));
     });
 }
 
