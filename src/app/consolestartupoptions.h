@@ -9,7 +9,8 @@ struct ConsoleStartupOptions
 {
     /// Interpreter that takes precedence over the saved one; empty when not given.
     QString executablePath;
-    /// Source file to select without running it; empty when not given, may be relative.
+    /// Source file to select without running it; empty when not given, may be relative. As
+    /// FileName has it, which is Qt's own for every name in UTF-8.
     QString sourcePath;
     /// Interface language to start with instead of the saved one; empty for the saved one.
     QString interfaceLanguage;

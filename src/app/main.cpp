@@ -1,6 +1,7 @@
 #include "app/cleanstart.h"
 #include "app/consolestartupoptions.h"
 #include "app/terminationsignals.h"
+#include "session/filename.h"
 #include "window/consolewindow.h"
 
 #include <QApplication>
@@ -13,9 +14,20 @@ using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
 using tarn::console::TerminationSignals;
 
+namespace FileName = tarn::console::FileName;
+
 namespace {
 
-ConsoleStartupOptions parseCommandLine(const QApplication &application)
+/// The arguments with the true bytes of file names, which Qt's own list does not have.
+QStringList trueArguments(int count, char *const *arguments)
+{
+    QStringList list;
+    for (int i = 0; i < count; ++i)
+        list.append(FileName::fromBytes(arguments[i]));
+    return list;
+}
+
+ConsoleStartupOptions parseCommandLine(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QObject::tr("TARN Console"));
@@ -26,13 +38,13 @@ ConsoleStartupOptions parseCommandLine(const QApplication &application)
     parser.addOption(tarnOption);
     parser.addPositionalArgument(
         u"SOURCE"_s, QObject::tr(".tarn or .ترن source to select without running"), u"[SOURCE]"_s);
-    parser.process(application);
+    parser.process(arguments);
 
     const QStringList sources = parser.positionalArguments();
     if (sources.size() > 1)
         parser.showHelp(2);
     ConsoleStartupOptions options;
-    options.executablePath = parser.value(tarnOption);
+    options.executablePath = FileName::printable(parser.value(tarnOption));
     options.sourcePath = sources.value(0);
     return options;
 }
@@ -42,7 +54,8 @@ ConsoleStartupOptions parseCommandLine(const QApplication &application)
 int main(int argc, char *argv[])
 {
     tarn::console::startClean();
-    QApplication application(argc, argv);
+    // Takes its own arguments out of the list.
+    const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(u"TARN"_s);
     QCoreApplication::setApplicationName(u"TARN Console"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(TARN_CONSOLE_VERSION));
@@ -50,7 +63,7 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(u"org.tarn.console"_s);
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
-    ConsoleWindow window(parseCommandLine(application));
+    ConsoleWindow window(parseCommandLine(trueArguments(argc, argv)));
     window.show();
     const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
     return QApplication::exec();

@@ -8,7 +8,7 @@ namespace tarn::console {
 struct ProgramLaunch
 {
     QString executable;         ///< path of the interpreter
-    QString sourcePath;         ///< absolute path of the source file
+    QString sourcePath;         ///< absolute path of the source file, as FileName has it
     QString diagnosticLanguage; ///< language of the interpreter's diagnostics: "en" or "ar"
 };
 

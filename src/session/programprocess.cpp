@@ -1,6 +1,7 @@
 #include "session/programprocess.h"
 
 #include "session/childsetup.h"
+#include "session/filename.h"
 
 #include <QFileInfo>
 #include <QProcess>
@@ -33,6 +34,43 @@ void prepareChild(pid_t console)
     restoreSignals();
 }
 
+/// What QProcess cannot pass on, because it is not UTF-8.
+struct RawCommand
+{
+    QByteArray directory;
+    QList<QByteArray> words;
+
+    /// In the child, in place of what QProcess would do next, under the rules of prepareChild().
+    /// Returns when the program cannot be executed; then QProcess, whose turn it is, cannot either.
+    void execute(char *const *arguments) const
+    {
+        if (::chdir(directory.constData()) != 0)
+            ::_exit(EXIT_FAILURE);
+        ::execv(arguments[0], arguments);
+    }
+};
+
+/// Makes the process execute the command with the true bytes of the source's path.
+void executeRaw(QProcess *process, const ProgramLaunch &launch)
+{
+    RawCommand command;
+    command.directory = FileName::toBytes(QFileInfo(launch.sourcePath).absolutePath());
+    command.words.append(QFile::encodeName(process->program()));
+    const QStringList arguments = process->arguments();
+    for (const QString &argument : arguments)
+        command.words.append(FileName::toBytes(argument));
+    process->setWorkingDirectory({});
+
+    QList<char *> pointers;
+    for (QByteArray &word : command.words)
+        pointers.append(word.data());
+    pointers.append(nullptr);
+    process->setChildProcessModifier([console = ::getpid(), command, pointers] {
+        prepareChild(console);
+        command.execute(pointers.constData());
+    });
+}
+
 } // namespace
 
 QProcess *createProgramProcess(const ProgramLaunch &launch, QObject *parent)
@@ -47,6 +85,8 @@ QProcess *createProgramProcess(const ProgramLaunch &launch, QObject *parent)
     process->setWorkingDirectory(source.absolutePath());
     process->setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process->setChildProcessModifier([console = ::getpid()] { prepareChild(console); });
+    if (FileName::hasRawBytes(launch.sourcePath))
+        executeRaw(process, launch);
     return process;
 }
 

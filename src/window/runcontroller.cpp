@@ -1,5 +1,6 @@
 #include "window/runcontroller.h"
 
+#include "session/filename.h"
 #include "session/programsession.h"
 #include "transcript/transcript.h"
 #include "window/statustexts.h"
@@ -37,7 +38,8 @@ RunController::RunController(ProgramSession *session, Transcript *transcript, QO
 void RunController::start(const ProgramLaunch &launch)
 {
     m_transcript->beginStreams();
-    appendNotice(StatusTexts::runLabel(QFileInfo(launch.sourcePath).fileName()));
+    const QString name = QFileInfo(launch.sourcePath).fileName();
+    appendNotice(StatusTexts::runLabel(FileName::printable(name)));
     m_limitReached = false;
 
     // Before the start, so that the signals from inside it already count as this run's.

@@ -1,6 +1,7 @@
 #include "window/sourcechoice.h"
 
 #include "session/executableresolver.h"
+#include "session/filename.h"
 #include "window/dialogbuttons.h"
 #include "window/pathlabel.h"
 #include "window/pathmarks.h"
@@ -87,7 +88,11 @@ QString chosenFile(QFileDialog *dialog)
     dialog->setSupportedSchemes({u"file"_s});
     removeButtonIcons(dialog);
     showFolderLeftToRight(dialog);
-    return dialog->exec() == QDialog::Accepted ? dialog->selectedFiles().value(0) : QString();
+    if (dialog->exec() != QDialog::Accepted)
+        return {};
+    // A chooser of the desktop may show names that Qt's own leaves out.
+    const QString raw = FileName::fromUrl(dialog->selectedUrls().value(0));
+    return FileName::hasRawBytes(raw) ? raw : dialog->selectedFiles().value(0);
 }
 
 } // namespace
@@ -103,9 +108,11 @@ SourceChoice::SourceChoice(Preferences *preferences, QString explicitExecutable,
 
 void SourceChoice::select(const QString &path)
 {
-    const QFileInfo source(path);
-    m_sourcePath = source.absoluteFilePath();
-    m_preferences->lastSourceDirectory = source.absolutePath();
+    m_sourcePath = FileName::absolutePath(path);
+    // A name that is not UTF-8 can neither be stored nor shown by the chooser.
+    const QString directory = QFileInfo(m_sourcePath).absolutePath();
+    if (!FileName::hasRawBytes(directory))
+        m_preferences->lastSourceDirectory = directory;
     updateLabel();
 }
 
@@ -140,7 +147,7 @@ void SourceChoice::updateLabel()
     const Qt::Alignment side = m_window->isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
     m_label->setAlignment(side | Qt::AlignAbsolute | Qt::AlignVCenter);
     if (hasSource())
-        m_label->showPath(m_sourcePath);
+        m_label->showPath(FileName::printable(m_sourcePath));
     else
         m_label->showRemark(tr("No source selected"));
 }
@@ -149,10 +156,9 @@ RunPlan SourceChoice::plan() const
 {
     if (!hasSource())
         return {RunPlan::Obstacle::NoSource, StatusTexts::noSource()};
-    const QFileInfo source(m_sourcePath);
-    if (!source.isFile() || !source.isReadable()) {
+    if (!FileName::isReadableFile(m_sourcePath)) {
         return {RunPlan::Obstacle::SourceUnreadable,
-                StatusTexts::sourceUnreadable(source.absoluteFilePath())};
+                StatusTexts::sourceUnreadable(FileName::printable(m_sourcePath))};
     }
     const ExecutableResolution resolution =
         ExecutableResolver::resolve(m_explicitExecutable, m_preferences->tarnExecutable,
@@ -161,7 +167,7 @@ RunPlan SourceChoice::plan() const
         return {RunPlan::Obstacle::InterpreterUnavailable,
                 StatusTexts::interpreterUnavailable(resolution.message)};
     }
-    return {.executable = resolution.executable, .sourcePath = source.absoluteFilePath()};
+    return {.executable = resolution.executable, .sourcePath = m_sourcePath};
 }
 
 } // namespace tarn::console

@@ -1,5 +1,7 @@
 #include "window/sourcedrop.h"
 
+#include "session/filename.h"
+
 #include <QApplication>
 #include <QDropEvent>
 #include <QFileInfo>
@@ -28,11 +30,11 @@ QString sourceFile(const QMimeData &data)
     const QList<QUrl> urls = data.urls();
     if (urls.size() != 1)
         return {};
-    const QFileInfo file(urls.constFirst().toLocalFile());
-    const QString name = file.fileName();
+    const QString path = FileName::fromUrl(urls.constFirst());
+    const QString name = QFileInfo(path).fileName();
     const bool isSource =
         name.endsWith(".tarn"_L1, Qt::CaseInsensitive) || name.endsWith(u".ترن"_s);
-    return isSource && file.isFile() ? file.filePath() : QString();
+    return isSource && FileName::isFile(path) ? path : QString();
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "window/preferences.h"
 
+#include <QByteArray>
+
 namespace tarn::console {
 
 /// The preferences of this console: read once, and written whenever save() says so.

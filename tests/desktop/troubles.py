@@ -98,6 +98,29 @@ def read_only_home(console):
 
 
 @trouble
+def names_that_are_not_utf8(console):
+    """A program whose name and folder are bytes of another encoding: opened by a relative path,
+    and started with these bytes."""
+    note = console.directory / "note"
+    console.interpreter = console.script(
+        f"#!/bin/sh\nprintf '%s\\n' \"$PWD\" \"$@\" >'{note}'\necho ready\nread answer\n", "interpreter")
+    console.interpreter.chmod(0o755)
+    folder = console.directory / os.fsdecode(b"fold\xe9r")
+    folder.mkdir()
+    name = os.fsdecode(b"caf\xe9\xff.tarn")
+    (folder / name).write_text("")
+    console.open(pathlib.Path(folder.name) / name)
+    console.run()
+    console.wait_for_text("ready")
+    lines = note.read_bytes().splitlines()
+    path = os.fsencode(folder / name)
+    check(lines[:3] == [os.path.dirname(path), b"run", path], f"started with {lines}")
+    console.answer("")
+    console.wait_until_idle()
+    console.quit()
+
+
+@trouble
 def no_fonts(console):
     empty = console.directory / "no fonts"
     empty.mkdir()

@@ -10,6 +10,11 @@
 #include <QUrl>
 #include <QWindow>
 
+#include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 
 namespace tarn::console {
@@ -62,6 +67,7 @@ class TestConsoleWindowDrop : public QObject
 private Q_SLOTS:
     void aSourceFileIsSelectedWhereverItIsDropped_data();
     void aSourceFileIsSelectedWhereverItIsDropped();
+    void aNameThatIsNotUtf8IsTaken();
     void selectsAsOpenDoes();
     void otherThingsAreNotTaken_data();
     void otherThingsAreNotTaken();
@@ -97,6 +103,32 @@ void TestConsoleWindowDrop::aSourceFileIsSelectedWhereverItIsDropped()
     QCOMPARE(fixture.window->session().state(), ProgramSessionState::Idle);
     QVERIFY(fixture.runToEnd());
     QCOMPARE(fixture.output(), u"dropped\n"_s);
+}
+
+void TestConsoleWindowDrop::aNameThatIsNotUtf8IsTaken()
+{
+    const ConsoleWindowFixture fixture;
+    const SourceFile folder("exit 0");
+    QVERIFY(fixture.show());
+    const QByteArray path = QFile::encodeName(folder.directory()) + "/caf\xE9.tarn";
+    const int descriptor = ::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+    constexpr std::string_view script = "show-arguments\nshow-directory\nerror done\n";
+    QCOMPARE(::write(descriptor, script.data(), script.size()), ssize_t(script.size()));
+    ::close(descriptor);
+    QMimeData data;
+    data.setData(u"text/uri-list"_s, "file://" + path.toPercentEncoding("/") + "\r\n");
+    QVERIFY(drop(fixture, "transcript", data));
+    QCOMPARE(fixture.sourcePath(), folder.directory() + u"/caf\\xE9.tarn"_s);
+    QVERIFY(fixture.runToEnd());
+    QVERIFY(fixture.records().contains(u"label: Run: caf\\xE9.tarn"_s));
+    // The transcript shows the true bytes by escapes of its own.
+    QVERIFY(fixture.output().contains(u"argument:"_s + folder.directory() + u"/caf\\xE9.tarn"_s));
+    QCOMPARE(fixture.report(u"directory"_s), folder.directory());
+    QCOMPARE(::unlink(path.constData()), 0);
+    QVERIFY(fixture.window->session().state() == ProgramSessionState::Finished);
+    fixture.trigger("runAction");
+    QCOMPARE(fixture.runStatus(), u"Selected source is missing or unreadable: "_s
+                                      + folder.directory() + u"/caf\\xE9.tarn"_s);
 }
 
 void TestConsoleWindowDrop::selectsAsOpenDoes()
