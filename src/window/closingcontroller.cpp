@@ -39,6 +39,9 @@ void ClosingController::ask()
     if (box.clickedButton() == stopAndClose) {
         m_closeAfterStop = true;
         m_session->stop();
+        // Qt takes no close() while the close event that asks has not returned.
+        if (hasGivenUp())
+            QMetaObject::invokeMethod(m_window, &QWidget::close, Qt::QueuedConnection);
     }
 }
 
@@ -53,12 +56,24 @@ void ClosingController::stopAndClose()
     }
     m_closeAfterStop = true;
     m_session->stop();
+    handleUnkillable();
 }
 
 void ClosingController::handleRunCompleted()
 {
     if (std::exchange(m_closeAfterStop, false))
         closeUnasked();
+}
+
+void ClosingController::handleUnkillable()
+{
+    if (hasGivenUp())
+        closeUnasked();
+}
+
+bool ClosingController::hasGivenUp() const
+{
+    return m_closeAfterStop && m_session->isUnkillable();
 }
 
 /// Closes when nothing runs; a question whether to close that is open is withdrawn.

@@ -27,6 +27,12 @@ public:
 
     /// To be called after each run, when everything else about its end is done.
     void handleRunCompleted();
+    /// To be called when the program of the run cannot be killed.
+    void handleUnkillable();
+
+    /// Whether the window may close although a run is active: it was asked to, and the program
+    /// cannot be killed. Nobody waits for its end any more.
+    bool hasGivenUp() const;
 
 private:
     void closeUnasked();

@@ -114,6 +114,8 @@ void ConsoleWindow::connectRun()
         m_states->followRun();
         m_closing->handleRunCompleted();
     });
+    connect(&m_session, &ProgramSession::runUnkillable, this,
+            [this] { m_closing->handleUnkillable(); });
 }
 
 void ConsoleWindow::connectUi()
@@ -177,7 +179,7 @@ void ConsoleWindow::changeEvent(QEvent *event)
 
 void ConsoleWindow::closeEvent(QCloseEvent *event)
 {
-    if (m_session.isActive()) {
+    if (m_session.isActive() && !m_closing->hasGivenUp()) {
         // Whatever the answer: with "Stop and close" the window closes when the run has completed.
         event->ignore();
         m_closing->ask();
