@@ -114,9 +114,11 @@ bool InputEditor::canInsertFromMimeData(const QMimeData *source) const
 
 void InputEditor::insertFromMimeData(const QMimeData *source)
 {
-    if (isClipboard(source) && m_clipboardOffer->isSilent()) {
-        m_pasteWaits = true;
-        return;
+    if (isClipboard(source)) {
+        m_pasteWaits = m_clipboardOffer->isSilent();
+        // Qt would ask for the name of each format, of which there may be very many.
+        if (m_pasteWaits || !m_clipboardOffer->hasText())
+            return;
     }
     if (!source || source->formats().isEmpty() || !source->hasText())
         return;
