@@ -2,6 +2,7 @@
 
 #include "textlayout/lazydocumentlayout.h"
 
+#include <QDropEvent>
 #include <QFontMetrics>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
@@ -84,6 +85,14 @@ void InputEditor::inputMethodEvent(QInputMethodEvent *event)
 {
     m_composing = !event->preeditString().isEmpty();
     ConsoleTextEdit::inputMethodEvent(event);
+}
+
+void InputEditor::dropEvent(QDropEvent *event)
+{
+    ConsoleTextEdit::dropEvent(event);
+    // Whoever drops a text here goes on here: Enter is to send it.
+    if (event->isAccepted())
+        setFocus(Qt::MouseFocusReason);
 }
 
 void InputEditor::insertFromMimeData(const QMimeData *source)
