@@ -12,9 +12,11 @@ class LazyDocumentLayout;
 /// are a QTextEdit.
 class ConsoleTextEdit : public QTextEdit
 {
+public:
+    ~ConsoleTextEdit() override;
+
 protected:
     explicit ConsoleTextEdit(QWidget *parent);
-    ~ConsoleTextEdit() override;
 
     LazyDocumentLayout *lazyLayout() const { return m_lazyLayout; }
 
