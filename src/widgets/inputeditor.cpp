@@ -4,6 +4,7 @@
 #include "widgets/clipboardoffer.h"
 
 #include <QClipboard>
+#include <QDropEvent>
 #include <QFontMetrics>
 #include <QGuiApplication>
 #include <QInputMethodEvent>
@@ -110,6 +111,14 @@ bool InputEditor::canInsertFromMimeData(const QMimeData *source) const
 {
     return isClipboard(source) ? m_clipboardOffer->hasText()
                                : ConsoleTextEdit::canInsertFromMimeData(source);
+}
+
+void InputEditor::dropEvent(QDropEvent *event)
+{
+    ConsoleTextEdit::dropEvent(event);
+    // Whoever drops a text here goes on here: Enter is to send it.
+    if (event->isAccepted())
+        setFocus(Qt::MouseFocusReason);
 }
 
 void InputEditor::insertFromMimeData(const QMimeData *source)

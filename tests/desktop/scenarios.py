@@ -55,6 +55,29 @@ def run_and_answer(console):
 
 
 @scenario
+def first_answer(console):
+    """Whoever starts a program types the first answer at once, however it was started."""
+    console.open(console.demo_programs / "greeting.tarn")
+    starts = [
+        lambda: press("ctrl+r"),
+        lambda: press("ctrl+1", "ctrl+r"),
+        # The menu bar gives the focus back when it is left.
+        lambda: press("Alt_L", "Down", "Down", "Down", "Return"),
+    ]
+    for start in starts:
+        asked = console.journal().count("asked")
+        start()
+        wait_for(lambda: console.journal().count("asked") == asked + 1, "the first question")
+        type_line("Sam")
+        wait_for(lambda: console.journal().count("asked") == asked + 2, "the second question")
+        type_line("1")
+        console.wait_until_idle()
+        console.wait_for_text("Goodbye, Sam. See you soon.")
+        press("ctrl+l")
+    console.quit()
+
+
+@scenario
 def arabic_answer(console):
     """An Arabic program, answered on an Arabic keyboard in the Arabic interface."""
     use_arabic_keys()

@@ -226,8 +226,11 @@ void TestConsoleWindowDrop::textIsStillDroppedIntoTheDraft()
     QVERIFY(fixture.runUntil(u"ready"_s));
     QMimeData text;
     text.setText(u"an answer"_s);
+    fixture.trigger("focusTranscriptAction");
     QVERIFY(drop(fixture, "inputDraft", text));
     QCOMPARE(fixture.draft()->toPlainText(), u"an answer"_s);
+    // Whoever drops it there sends it with Enter.
+    QCOMPARE(fixture.focus(), u"inputDraft"_s);
     QMimeData address;
     address.setText(u"https://tarn.example/a.tarn"_s);
     address.setUrls({QUrl(address.text())});
