@@ -399,20 +399,29 @@ void TestConsoleWindowPath::longPathMovesNothing()
 
 void TestConsoleWindowPath::longPathShowsTheFileName_data()
 {
-    addInterfaceLanguages();
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QString>("directory");
+    QTest::addColumn<QString>("name");
+    for (const QString &language : {u"en"_s, u"ar"_s}) {
+        const QByteArray tag = language.toLatin1();
+        QTest::addRow("%s, Latin", tag.constData()) << language << u"directory/"_s << u"program"_s;
+        QTest::addRow("%s, Arabic", tag.constData()) << language << u"دروس/"_s << u"برنامج"_s;
+    }
 }
 
 void TestConsoleWindowPath::longPathShowsTheFileName()
 {
+    QFETCH(QString, directory);
+    QFETCH(QString, name);
     ConsoleStartupOptions options = optionsInRowLanguage();
-    options.sourcePath = u"/tmp/"_s + u"directory/"_s.repeated(60) + u"program"_s;
+    options.sourcePath = u"/tmp/"_s + directory.repeated(60) + name;
     const ConsoleWindowFixture fixture(options);
     QVERIFY(fixture.show());
     // The word at the right end, where the file name must be, in both languages.
     auto *label = fixture.find<QLabel>("sourcePath");
     QTest::mouseDClick(label, Qt::LeftButton, Qt::NoModifier,
                        QPoint(label->width() - 4, label->height() / 2));
-    QCOMPARE(label->selectedText(), u"program"_s);
+    QCOMPARE(label->selectedText(), name);
 }
 
 } // namespace tarn::console
