@@ -337,5 +337,13 @@
         <source>Run: %1</source>
         <translation>تشغيل: %1</translation>
     </message>
+    <message>
+        <source>Error output: %1</source>
+        <translation>مخرجات الأخطاء: %1</translation>
+    </message>
+    <message>
+        <source>Lines left out: %1</source>
+        <translation>عدد الأسطر المتروكة: %1</translation>
+    </message>
 </context>
 </TS>

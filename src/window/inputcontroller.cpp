@@ -28,8 +28,13 @@ void InputController::send()
 {
     const QByteArray line = draftText().toUtf8();
     const InputSendResult validity = ProgramSession::validateInputLine(line);
-    show(StatusTexts::sendResult(validity == InputSendResult::Sent ? m_session->sendInput(line)
-                                                                   : validity));
+    const InputSendResult result =
+        validity == InputSendResult::Sent ? m_session->sendInput(line) : validity;
+    // What the program makes of a line that was sent says more than that it was.
+    if (result == InputSendResult::Sent || result == InputSendResult::Pending)
+        show(StatusTexts::sendResult(result));
+    else
+        showNotice(StatusTexts::sendResult(result));
 }
 
 void InputController::clearDraft()
@@ -42,7 +47,7 @@ void InputController::close()
     const bool draftLeft = !draftText().isEmpty();
     const bool linePending = m_session->inputPending();
     if (m_session->closeInput())
-        show(StatusTexts::inputClosed(linePending, draftLeft));
+        showNotice(StatusTexts::inputClosed(linePending, draftLeft));
 }
 
 void InputController::setDraftEnabled(bool enabled)
@@ -61,12 +66,12 @@ bool InputController::isDraftEnabled() const
 
 void InputController::reportMultilinePaste()
 {
-    show(StatusTexts::multilineRefused());
+    showNotice(StatusTexts::multilineRefused());
 }
 
 void InputController::reportTooLongPaste()
 {
-    show(StatusTexts::sendResult(InputSendResult::TooLong));
+    showNotice(StatusTexts::sendResult(InputSendResult::TooLong));
 }
 
 void InputController::reportRunStart()
@@ -84,6 +89,12 @@ void InputController::reportRunEnd()
 void InputController::show(const StatusMessage &message)
 {
     m_status->setText(message.text());
+}
+
+void InputController::showNotice(const StatusMessage &message)
+{
+    show(message);
+    Q_EMIT noticeShown(message);
 }
 
 } // namespace tarn::console
