@@ -57,6 +57,8 @@ QString afterLastReturn(const QString &line)
 
 void Narration::addOutput(TranscriptStream stream, QStringView text, Time now)
 {
+    m_lastOutput = now;
+    ++m_pieces;
     while (!text.isEmpty()) {
         const qsizetype end = text.indexOf(u'\n');
         extendLine(stream, end < 0 ? text : text.first(end), now);
@@ -164,9 +166,8 @@ std::optional<Narration::Time> Narration::outputDueTime() const
     }
     if (hasOutput()) {
         // A question that is about to follow is told with the lines before it.
-        const bool more = due.has_value() || m_omittedLines > 0;
-        const Time latest = m_firstOutput + (more ? longestGathering : gathering);
-        due = due && m_omittedLines == 0 ? std::min(*due, latest) : latest;
+        const Time latest = m_firstOutput + (due ? longestGathering : gathering);
+        due = std::min(due.value_or(latest), latest);
     }
     if (!due)
         return due;
@@ -175,10 +176,14 @@ std::optional<Narration::Time> Narration::outputDueTime() const
 
 std::optional<Narration::Time> Narration::dueTime() const
 {
-    const std::optional<Time> output = outputDueTime();
-    if (!output || !m_statusDueTime)
-        return output ? output : m_statusDueTime;
-    return std::min(*output, *m_statusDueTime);
+    std::optional<Time> due = outputDueTime();
+    if (!due || (m_statusDueTime && *m_statusDueTime < *due))
+        due = m_statusDueTime;
+    if (due && hasOutput()) {
+        const Time settled = m_lastOutput + m_pieces * perPiece;
+        due = std::max(*due, std::min(settled, m_firstOutput + longestSettling));
+    }
+    return due;
 }
 
 /// Makes items of the lines that the program has paused in.
@@ -212,6 +217,7 @@ Narration::Utterance Narration::take(Time now)
         length += item.text.size();
     m_spokenUntil = std::max(m_spokenUntil, now) + length * perCharacter;
     m_outputLength = 0;
+    m_pieces = 0;
     m_statusDueTime.reset();
     m_passing = false;
     return utterance;

@@ -37,6 +37,11 @@ public:
     static constexpr Time perCharacter{65};
     static constexpr Time longestLead{4000};
 
+    /// A screen reader that is busy with changes of the text drops what it is told. It is given so
+    /// long after the last for each piece of output, but no longer than that after the first.
+    static constexpr Time perPiece{10};
+    static constexpr Time longestSettling{3000};
+
     enum class Kind { Output, ErrorOutput, Status };
     struct Item
     {
@@ -95,7 +100,9 @@ private:
     std::array<OpenLine, 2> m_lines;
     qsizetype m_outputLength = 0;
     qint64 m_omittedLines = 0;
-    Time m_firstOutput{0};               ///< of what waits
+    Time m_firstOutput{0}; ///< of what waits
+    Time m_lastOutput{0};
+    int m_pieces = 0;                    ///< of output, since something was told
     std::optional<Time> m_statusDueTime; ///< while a status waits
     bool m_passing = false;              ///< the last item is a status that passes
     Time m_spokenUntil{0};               ///< when what has been told will have been listened to

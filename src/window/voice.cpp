@@ -3,9 +3,35 @@
 #include <QAccessible>
 #include <QAccessibleEvent>
 #include <QAccessibleObject>
+#include <QScrollBar>
 #include <QWidget>
 
 namespace tarn::console {
+
+namespace {
+
+QAccessible::UpdateHandler handlerBefore = nullptr;
+
+/// Output that scrolls moves the scroll bar at every piece. A screen reader has nothing to say of
+/// that, but is busy with it for so long that it drops what it is told.
+void passUnlessScrolling(QAccessibleEvent *event)
+{
+    if (event->type() == QAccessible::ValueChanged && qobject_cast<QScrollBar *>(event->object()))
+        return;
+    // There is no other way to Qt's own handler than to be none oneself.
+    QAccessible::installUpdateHandler(handlerBefore);
+    QAccessible::updateAccessibility(event);
+    QAccessible::installUpdateHandler(passUnlessScrolling);
+}
+
+void silenceScrollBars()
+{
+    const auto before = QAccessible::installUpdateHandler(passUnlessScrolling);
+    if (before != passUnlessScrolling)
+        handlerBefore = before;
+}
+
+} // namespace
 
 bool Voice::isHeard()
 {
@@ -23,6 +49,7 @@ class Announcement
 Voice::Voice(QWidget *window)
     : m_window(window)
 {
+    silenceScrollBars();
 }
 
 Voice::~Voice() = default;
@@ -90,6 +117,7 @@ constexpr int announcementCount = 4;
 Voice::Voice(QWidget *window)
     : m_window(window)
 {
+    silenceScrollBars();
     QAccessible::installFactory(accessibleAnnouncement);
     for (int i = 0; i < announcementCount; ++i)
         m_announcements.push_back(std::make_unique<Announcement>(m_window));

@@ -84,6 +84,7 @@ private Q_SLOTS:
     void aSpinnerIsToldByItsLastState();
     void whatIsLeftOutIsCounted();
     void aLateListenerHearsTheOutcomeFirst();
+    void afterAFloodNothingIsToldForAMoment();
     void aLongLineKeepsItsEnds();
     void aFloodIsThreeUtterancesAtMost();
     void aChattyProgramIsToldAtTheSpeedOfSpeech();
@@ -269,13 +270,25 @@ void TestNarration::whatIsLeftOutIsCounted()
 void TestNarration::aLateListenerHearsTheOutcomeFirst()
 {
     Listener listener;
-    for (int i = 0; i < 1000; ++i)
-        listener.write(u"another line\n"_s);
+    listener.write(u"another line\n"_s.repeated(1000));
     listener.status(u"Returned status 0"_s);
     listener.pass(1s);
     QCOMPARE(listener.told.size(), 1);
     QCOMPARE(listener.told.first().items.first().text, u"Returned status 0"_s);
     QCOMPARE(listener.told.first().items.last().text, u"another line"_s);
+}
+
+void TestNarration::afterAFloodNothingIsToldForAMoment()
+{
+    constexpr int pieces = 125;
+    Listener listener;
+    for (int i = 0; i < pieces; ++i)
+        listener.write(u"another line\n"_s);
+    listener.status(u"Returned status 0"_s);
+    listener.pass(pieces * Narration::perPiece - 1ms);
+    QCOMPARE(listener.told.size(), 0);
+    listener.pass(1ms);
+    QCOMPARE(listener.told.size(), 1);
 }
 
 void TestNarration::aLongLineKeepsItsEnds()
