@@ -3,8 +3,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, check, lint, coverage, valgrind, package, package-test, icons,
-       screenshots, benchmark, fuzz; default: build display test)'
+       (build, wayland, display, test, speech, check, lint, coverage, valgrind, package, package-test,
+       icons, screenshots, benchmark, fuzz; default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -24,6 +24,9 @@ packages_of() {
         # them, and a Wayland display.
         printf '%s\n' gdb libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi \
             qt6-wayland strace util-linux weston
+        ;;
+    speech) # The screen reader that the tests listen to; it needs no sound.
+        printf '%s\n' at-spi2-core dbus-daemon gir1.2-atspi-2.0 orca python3-gi
         ;;
     check) # The checks of sources, scripts and desktop files.
         printf '%s\n' appstream clang-format-14 codespell cppcheck desktop-file-utils \

@@ -11,7 +11,7 @@ esac
 
 preset=${1:-dev}
 cd "$(dirname "$0")/.."
-./scripts/setup.sh build display test
+./scripts/setup.sh build display test speech
 cmake --preset "$preset"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 ctest --preset "$preset" "${@:2}"

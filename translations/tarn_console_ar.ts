@@ -345,5 +345,13 @@
         <source>Notice</source>
         <translation>تنبيه</translation>
     </message>
+    <message>
+        <source>Error output: %1</source>
+        <translation>مخرجات الأخطاء: %1</translation>
+    </message>
+    <message>
+        <source>Lines left out: %1</source>
+        <translation>عدد الأسطر المتروكة: %1</translation>
+    </message>
 </context>
 </TS>

@@ -5,6 +5,7 @@
 #include "widgets/clipboardoffer.h"
 #include "widgets/inputeditor.h"
 #include "widgets/transcriptview.h"
+#include "window/announcer.h"
 #include "window/closingcontroller.h"
 #include "window/commandstates.h"
 #include "window/consoleui.h"
@@ -102,6 +103,14 @@ ConsoleWindow::~ConsoleWindow()
 
 void ConsoleWindow::connectRun()
 {
+    auto *announcer = new Announcer(&m_transcript, this);
+    connect(m_run.get(), &RunController::transcriptChanged, announcer,
+            &Announcer::followTranscript);
+    connect(m_run.get(), &RunController::statusChanged, announcer, &Announcer::tellRunStatus);
+    connect(m_run.get(), &RunController::completed, announcer, &Announcer::endRun);
+    connect(m_input.get(), &InputController::noticeShown, announcer, &Announcer::tellStatus);
+    connect(m_find.get(), &FindController::statusShown, announcer, &Announcer::tellStatus);
+
     const ConsoleLayout &layout = m_ui->layout;
     connect(m_run.get(), &RunController::transcriptChanged, layout.transcriptView,
             &TranscriptView::refresh);

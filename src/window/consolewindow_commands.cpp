@@ -110,7 +110,7 @@ void ConsoleWindow::chooseTarn()
 {
     if (!m_source->chooseInterpreter())
         return;
-    m_ui->layout.runStatus->showMessage(StatusTexts::interpreterSelected());
+    m_run->showStatus(StatusTexts::interpreterSelected());
     m_preferences.save(saveGeometry());
 }
 
@@ -132,7 +132,7 @@ void ConsoleWindow::runSelectedSource()
                       .diagnosticLanguage = m_language.code()});
         return;
     }
-    m_ui->layout.runStatus->showMessage(plan.problem);
+    m_run->showStatus(plan.problem);
     if (plan.obstacle != RunPlan::Obstacle::NoSource)
         appendApplicationMessage(plan.problem.text());
     if (plan.obstacle == RunPlan::Obstacle::InterpreterUnavailable)
@@ -156,8 +156,7 @@ void ConsoleWindow::appendApplicationMessage(const QString &text)
 
 void ConsoleWindow::clearTranscript()
 {
-    m_transcript.clear();
-    m_ui->layout.transcriptView->refresh();
+    m_run->clearTranscript();
     m_find->clearStatus();
 }
 

@@ -35,11 +35,17 @@ void FindController::findNext()
 {
     const TranscriptFindResult result = m_view->findLiteral(m_field->text(), false);
     if (!result.found)
-        m_status->setText(StatusTexts::noMatch().text());
+        show(StatusTexts::noMatch());
     else if (result.wrapped)
-        m_status->setText(StatusTexts::wrapped().text());
+        show(StatusTexts::wrapped());
     else
         m_status->clear();
+}
+
+void FindController::show(const StatusMessage &status)
+{
+    m_status->setText(status.text());
+    Q_EMIT statusShown(status);
 }
 
 void FindController::findFromField()

@@ -7,11 +7,14 @@ class QLineEdit;
 
 namespace tarn::console {
 
+struct StatusMessage;
 class TranscriptView;
 
 /// The search in the output: a field for the text, the match in the view, and a status.
 class FindController : public QObject
 {
+    Q_OBJECT
+
 public:
     /// The widgets must outlive the controller.
     FindController(QLineEdit *field, TranscriptView *view, QLabel *status);
@@ -26,10 +29,16 @@ public:
     /// beside it must not move away under the mouse when a status comes or goes.
     void reserveStatusWidth();
 
+Q_SIGNALS:
+    /// Also when the status says the same again.
+    void statusShown(const tarn::console::StatusMessage &status);
+
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void show(const StatusMessage &status);
+
     QLineEdit *m_field;
     TranscriptView *m_view;
     QLabel *m_status;

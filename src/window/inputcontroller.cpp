@@ -33,8 +33,10 @@ void InputController::send()
     const StatusMessage message = StatusTexts::sendResult(result);
     if (result == InputSendResult::NotOneLine || result == InputSendResult::TooLong)
         showRefusal(message);
+    else if (result == InputSendResult::Sent || result == InputSendResult::Pending)
+        show(message); // what the program makes of the line says more
     else
-        show(message);
+        showNotice(message);
 }
 
 void InputController::clearDraft()
@@ -47,7 +49,7 @@ void InputController::close()
     const bool draftLeft = !draftText().isEmpty();
     const bool linePending = m_session->inputPending();
     if (m_session->closeInput())
-        show(StatusTexts::inputClosed(linePending, draftLeft));
+        showNotice(StatusTexts::inputClosed(linePending, draftLeft));
 }
 
 void InputController::setDraftEnabled(bool enabled)
@@ -95,9 +97,16 @@ void InputController::show(const StatusMessage &message)
     m_status->setText(message.text());
 }
 
-void InputController::showRefusal(const StatusMessage &message)
+void InputController::showNotice(const StatusMessage &message)
 {
     show(message);
+    Q_EMIT noticeShown(message);
+}
+
+/// A notice that goes when the draft that was refused changes.
+void InputController::showRefusal(const StatusMessage &message)
+{
+    showNotice(message);
     m_refusal = m_status->text();
     m_refusedDraft = draftText();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QObject>
 #include <QString>
 
 class QLabel;
@@ -14,8 +15,10 @@ struct StatusMessage;
 
 /// The program's input as the user sees it: the draft of the next line, and a status that says what
 /// became of the last one. The rules of the input are the session's.
-class InputController
+class InputController : public QObject
 {
+    Q_OBJECT
+
 public:
     /// All of them must outlive the controller.
     InputController(ProgramSession *session, InputEditor *draft, QLabel *status,
@@ -45,8 +48,13 @@ public:
     void reportRunStart();
     void reportRunEnd();
 
+Q_SIGNALS:
+    /// A line was refused, or the input closed: what the user has to know without looking.
+    void noticeShown(const tarn::console::StatusMessage &notice);
+
 private:
     void show(const StatusMessage &message);
+    void showNotice(const StatusMessage &message);
     void showRefusal(const StatusMessage &message);
     void takeDraftChange();
 

@@ -55,6 +55,17 @@ void RunController::appendNotice(const QString &text)
     Q_EMIT transcriptChanged();
 }
 
+void RunController::showStatus(const StatusMessage &status)
+{
+    Q_EMIT statusChanged(status);
+}
+
+void RunController::clearTranscript()
+{
+    m_transcript->clear();
+    Q_EMIT transcriptChanged();
+}
+
 void RunController::showState(ProgramSessionState state)
 {
     const StatusMessage status = StatusTexts::runState(state);

@@ -33,6 +33,11 @@ public:
     void appendOutput(TranscriptStream stream, const QByteArray &bytes);
     void complete(const ProgramOutcome &outcome);
 
+    /// Says why a run did not start, or how the next one will.
+    void showStatus(const StatusMessage &status);
+    /// Empties the transcript.
+    void clearTranscript();
+
     /// Writes a notice of the console's own into the transcript.
     void appendNotice(const QString &text);
 

@@ -138,6 +138,16 @@ StatusMessage StatusTexts::wrapped()
     return {tr("Wrapped")};
 }
 
+QString StatusTexts::errorOutput(const QString &text)
+{
+    return tr("Error output: %1").arg(text);
+}
+
+QString StatusTexts::linesLeftOut(qint64 count)
+{
+    return tr("Lines left out: %1").arg(count);
+}
+
 QString StatusTexts::runLabel(const QString &fileName)
 {
     return tr("Run: %1").arg(fileName);

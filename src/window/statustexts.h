@@ -39,6 +39,10 @@ public:
     static StatusMessage noMatch();
     static StatusMessage wrapped();
 
+    /// What only assistive technology is told.
+    static QString errorOutput(const QString &text);
+    static QString linesLeftOut(qint64 count);
+
     /// Records of the transcript.
     static QString runLabel(const QString &fileName);
     static QString echoLabel();

@@ -1,0 +1,139 @@
+#include "window/voice.h"
+
+#include <QAccessible>
+#include <QAccessibleEvent>
+#include <QAccessibleObject>
+#include <QScrollBar>
+#include <QWidget>
+
+namespace tarn::console {
+
+namespace {
+
+QAccessible::UpdateHandler handlerBefore = nullptr;
+
+/// Output that scrolls moves the scroll bar at every piece. A screen reader has nothing to say of
+/// that, but is busy with it for so long that it drops what it is told.
+void passUnlessScrolling(QAccessibleEvent *event)
+{
+    if (event->type() == QAccessible::ValueChanged && qobject_cast<QScrollBar *>(event->object()))
+        return;
+    // There is no other way to Qt's own handler than to be none oneself.
+    QAccessible::installUpdateHandler(handlerBefore);
+    QAccessible::updateAccessibility(event);
+    QAccessible::installUpdateHandler(passUnlessScrolling);
+}
+
+void silenceScrollBars()
+{
+    const auto before = QAccessible::installUpdateHandler(passUnlessScrolling);
+    if (before != passUnlessScrolling)
+        handlerBefore = before;
+}
+
+} // namespace
+
+bool Voice::isHeard()
+{
+    return QAccessible::isActive();
+}
+
+// From 6.8 on Qt has an event for this, which screen readers speak as it stands. Before, they
+// listen to notifications that appear: objects, whose name they ask for a moment later.
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+
+class Announcement
+{
+};
+
+Voice::Voice(QWidget *window)
+    : m_window(window)
+{
+    silenceScrollBars();
+}
+
+Voice::~Voice() = default;
+
+void Voice::say(const QString &text)
+{
+    QAccessibleAnnouncementEvent event(m_window, text);
+    QAccessible::updateAccessibility(&event);
+}
+
+#else
+
+/// A text that is announced, for as long as a screen reader may ask for it.
+class Announcement : public QObject
+{
+public:
+    explicit Announcement(QWidget *window)
+        : window(window)
+    {
+    }
+
+    QWidget *const window;
+    QString text;
+};
+
+namespace {
+
+class AccessibleAnnouncement : public QAccessibleObject
+{
+public:
+    explicit AccessibleAnnouncement(Announcement *announcement)
+        : QAccessibleObject(announcement)
+    {
+    }
+
+    QAccessibleInterface *parent() const override
+    {
+        return isValid() ? QAccessible::queryAccessibleInterface(announcement()->window) : nullptr;
+    }
+    QAccessibleInterface *child(int) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
+    QAccessible::Role role() const override { return QAccessible::Notification; }
+    QAccessible::State state() const override { return {}; }
+    QString text(QAccessible::Text kind) const override
+    {
+        return isValid() && kind == QAccessible::Name ? announcement()->text : QString();
+    }
+
+private:
+    Announcement *announcement() const { return static_cast<Announcement *>(object()); }
+};
+
+QAccessibleInterface *accessibleAnnouncement(const QString &, QObject *object)
+{
+    auto *announcement = dynamic_cast<Announcement *>(object);
+    return announcement ? new AccessibleAnnouncement(announcement) : nullptr;
+}
+
+/// So many may be announced before a screen reader asks for the first.
+constexpr int announcementCount = 4;
+
+} // namespace
+
+Voice::Voice(QWidget *window)
+    : m_window(window)
+{
+    silenceScrollBars();
+    QAccessible::installFactory(accessibleAnnouncement);
+    for (int i = 0; i < announcementCount; ++i)
+        m_announcements.push_back(std::make_unique<Announcement>(m_window));
+}
+
+Voice::~Voice() = default;
+
+void Voice::say(const QString &text)
+{
+    Announcement *announcement = m_announcements[m_next].get();
+    m_next = (m_next + 1) % m_announcements.size();
+    announcement->text = text;
+    QAccessibleEvent event(announcement, QAccessible::ObjectShow);
+    QAccessible::updateAccessibility(&event);
+}
+
+#endif
+
+} // namespace tarn::console

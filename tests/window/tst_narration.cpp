@@ -1,0 +1,364 @@
+#include "support/testregistry.h"
+#include "window/narration.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace tarn::console {
+
+namespace {
+
+using Time = Narration::Time;
+constexpr auto out = TranscriptStream::StandardOutput;
+constexpr auto errors = TranscriptStream::StandardError;
+
+/// A narration whose clock is set by hand, and everything it told.
+struct Listener
+{
+    Narration narration;
+    Time now{10'000};
+    QList<Narration::Utterance> told;
+    QList<Time> times;
+
+    /// Lets the time pass, taking what is due when it is due.
+    void pass(Time time)
+    {
+        const Time end = now + time;
+        while (const auto due = narration.dueTime()) {
+            if (*due > end)
+                break;
+            now = std::max(now, *due);
+            const Narration::Utterance utterance = narration.take(now);
+            QVERIFY2(!utterance.isEmpty(), "nothing was told when it was due");
+            told.append(utterance);
+            times.append(now);
+        }
+        now = end;
+    }
+    void write(const QString &text, TranscriptStream stream = out)
+    {
+        narration.addOutput(stream, text, now);
+    }
+    void status(const QString &text, Narration::Status kind = Narration::Status::Plain)
+    {
+        narration.addStatus(text, kind, now);
+    }
+    /// The texts of each utterance, one beside the other.
+    QStringList texts() const
+    {
+        QStringList all;
+        for (const Narration::Utterance &utterance : told) {
+            QStringList items;
+            for (const Narration::Item &item : utterance.items)
+                items.append(item.text);
+            all.append(items.join(u'|'));
+        }
+        return all;
+    }
+};
+
+} // namespace
+
+/// What is worth telling, and when, by a clock of the test's own.
+class TestNarration : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aQuietNarrationIsNeverDue();
+    void linesOfOneAnswerAreOneUtterance();
+    void everythingIsToldWithinASecond();
+    void aQuestionIsToldWhenTheProgramPauses();
+    void linesBeforeAQuestionAreToldWithIt();
+    void anAnswerEndsTheQuestion();
+    void errorOutputIsMarked();
+    void blankLinesAreNotTold();
+    void aStatusIsToldOnceHoweverOftenItComes();
+    void aStatusThatPassesGivesWay();
+    void runningWaitsForWhatFollows();
+    void progressIsNotToldBeforeItPauses_data();
+    void progressIsNotToldBeforeItPauses();
+    void aLineThatGoesOnInPartsIsToldLessAndLess();
+    void aSpinnerIsToldByItsLastState();
+    void whatIsLeftOutIsCounted();
+    void aLateListenerHearsTheOutcomeFirst();
+    void afterAFloodNothingIsToldForAMoment();
+    void aLongLineKeepsItsEnds();
+    void aFloodIsThreeUtterancesAtMost();
+    void aChattyProgramIsToldAtTheSpeedOfSpeech();
+    void anAnswerEndsTheWait();
+    void nothingIsToldAfterClear();
+};
+
+void TestNarration::aQuietNarrationIsNeverDue()
+{
+    Listener listener;
+    QVERIFY(!listener.narration.dueTime());
+    QVERIFY(listener.narration.take(listener.now).isEmpty());
+}
+
+void TestNarration::linesOfOneAnswerAreOneUtterance()
+{
+    Listener listener;
+    listener.write(u"one\ntwo\n"_s);
+    listener.pass(100ms);
+    listener.write(u"three\n"_s);
+    QVERIFY(listener.told.isEmpty());
+    QVERIFY2(listener.narration.take(listener.now).isEmpty(), "told before it was due");
+    listener.pass(2s);
+    QCOMPARE(listener.texts(), QStringList(u"one|two|three"_s));
+}
+
+void TestNarration::everythingIsToldWithinASecond()
+{
+    Listener listener;
+    const Time start = listener.now;
+    listener.status(u"Running"_s, Narration::Status::Opening);
+    listener.write(u"a line\nand a question? "_s);
+    listener.write(u"a mistake\n"_s, errors);
+    listener.pass(5s);
+    QCOMPARE(listener.told.size(), 1);
+    QVERIFY(listener.times.first() - start < 1s);
+}
+
+void TestNarration::aQuestionIsToldWhenTheProgramPauses()
+{
+    Listener listener;
+    listener.write(u"What is "_s);
+    listener.pass(Narration::pause - 1ms);
+    listener.write(u"your name? "_s);
+    listener.pass(Narration::pause - 1ms);
+    QVERIFY(listener.told.isEmpty());
+    listener.pass(1ms);
+    QCOMPARE(listener.texts(), QStringList(u"What is your name? "_s));
+    listener.pass(1h);
+    QCOMPARE(listener.told.size(), 1);
+}
+
+void TestNarration::linesBeforeAQuestionAreToldWithIt()
+{
+    Listener listener;
+    listener.write(u"Welcome\nName? "_s);
+    listener.pass(1s);
+    QCOMPARE(listener.texts(), QStringList(u"Welcome|Name? "_s));
+}
+
+void TestNarration::anAnswerEndsTheQuestion()
+{
+    Listener listener;
+    listener.write(u"Name? "_s);
+    listener.pass(1s);
+    listener.narration.addAnswer(listener.now);
+    listener.write(u"Age? "_s);
+    listener.pass(Narration::pause);
+    QCOMPARE(listener.texts(), QStringList({u"Name? "_s, u"Age? "_s}));
+}
+
+void TestNarration::errorOutputIsMarked()
+{
+    Listener listener;
+    listener.write(u"good\n"_s);
+    listener.write(u"bad\n"_s, errors);
+    listener.pass(1s);
+    const QList<Narration::Item> items = {{Narration::Kind::Output, u"good"_s},
+                                          {Narration::Kind::ErrorOutput, u"bad"_s}};
+    QCOMPARE(listener.told.value(0).items, items);
+}
+
+void TestNarration::blankLinesAreNotTold()
+{
+    Listener listener;
+    listener.write(u"\n  \n\t"_s);
+    listener.pass(1min);
+    QVERIFY(listener.told.isEmpty());
+}
+
+void TestNarration::aStatusIsToldOnceHoweverOftenItComes()
+{
+    Listener listener;
+    for (int i = 0; i < 5; ++i)
+        listener.status(u"No match"_s);
+    listener.pass(1s);
+    listener.status(u"No match"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.texts(), QStringList({u"No match"_s, u"No match"_s}));
+}
+
+void TestNarration::aStatusThatPassesGivesWay()
+{
+    Listener listener;
+    listener.status(u"Starting"_s, Narration::Status::Passing);
+    listener.status(u"Running"_s);
+    listener.status(u"Stopping"_s, Narration::Status::Passing);
+    listener.write(u"a line\n"_s);
+    listener.status(u"Stopped"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.texts(), QStringList(u"Running|Stopping|a line|Stopped"_s));
+}
+
+void TestNarration::runningWaitsForWhatFollows()
+{
+    Listener listener;
+    listener.status(u"Running"_s, Narration::Status::Opening);
+    listener.pass(300ms);
+    listener.write(u"Hello\n"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.texts(), QStringList(u"Running|Hello"_s));
+}
+
+void TestNarration::progressIsNotToldBeforeItPauses_data()
+{
+    QTest::addColumn<QString>("step");
+    QTest::addColumn<int>("interval");
+    QTest::newRow("dots") << u"."_s << 100;
+    QTest::newRow("slow dots") << u"."_s << 700;
+    QTest::newRow("spinner") << u"\\u{000D}/"_s << 150;
+    QTest::newRow("percent") << u"\\u{000D}7 %"_s << 300;
+}
+
+void TestNarration::progressIsNotToldBeforeItPauses()
+{
+    QFETCH(const QString, step);
+    QFETCH(const int, interval);
+    Listener listener;
+    for (int i = 0; i < 1000; ++i) {
+        listener.write(step);
+        listener.pass(Time(interval));
+    }
+    QCOMPARE(listener.told.size(), 0);
+    listener.write(u" done\n"_s);
+    listener.pass(5s);
+    QCOMPARE(listener.told.size(), 1);
+    QVERIFY(listener.texts().first().endsWith(u" done"_s));
+}
+
+void TestNarration::aLineThatGoesOnInPartsIsToldLessAndLess()
+{
+    Listener listener;
+    for (int i = 0; i < 60; ++i) {
+        listener.write(u"10 "_s);
+        listener.pass(1s);
+    }
+    QCOMPARE(listener.told.size(), 1);
+    listener.pass(3s);
+    QCOMPARE(listener.told.size(), 2);
+}
+
+void TestNarration::aSpinnerIsToldByItsLastState()
+{
+    Listener listener;
+    listener.write(u"10 %\\u{000D}20 %\\u{000D}30 %\\u{000D}"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.texts(), QStringList(u"30 %"_s));
+}
+
+void TestNarration::whatIsLeftOutIsCounted()
+{
+    Listener listener;
+    for (int i = 0; i < 100; ++i)
+        listener.write(u"line %1\n"_s.arg(i, 3));
+    listener.pass(1s);
+    QCOMPARE(listener.told.size(), 1);
+    const Narration::Utterance &told = listener.told.first();
+    QCOMPARE(told.omittedLines + told.items.size(), 100);
+    QCOMPARE(told.items.last().text, u"line  99"_s);
+    QVERIFY(told.items.size() * 8 <= Narration::longestOutput);
+}
+
+void TestNarration::aLateListenerHearsTheOutcomeFirst()
+{
+    Listener listener;
+    listener.write(u"another line\n"_s.repeated(1000));
+    listener.status(u"Returned status 0"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.told.size(), 1);
+    QCOMPARE(listener.told.first().items.first().text, u"Returned status 0"_s);
+    QCOMPARE(listener.told.first().items.last().text, u"another line"_s);
+}
+
+void TestNarration::afterAFloodNothingIsToldForAMoment()
+{
+    constexpr int pieces = 125;
+    Listener listener;
+    for (int i = 0; i < pieces; ++i)
+        listener.write(u"another line\n"_s);
+    listener.status(u"Returned status 0"_s);
+    listener.pass(pieces * Narration::perPiece - 1ms);
+    QCOMPARE(listener.told.size(), 0);
+    listener.pass(1ms);
+    QCOMPARE(listener.told.size(), 1);
+}
+
+void TestNarration::aLongLineKeepsItsEnds()
+{
+    Listener listener;
+    listener.write(u"Beginning "_s);
+    for (int i = 0; i < 1000; ++i)
+        listener.write(u"and so on "_s.repeated(10));
+    listener.write(u"the end?"_s);
+    listener.pass(1s);
+    const QString text = listener.texts().value(0);
+    QVERIFY(text.startsWith(u"Beginning "_s));
+    QVERIFY(text.endsWith(u"the end?"_s));
+    QVERIFY(text.size() <= Narration::longestOutput);
+}
+
+void TestNarration::aFloodIsThreeUtterancesAtMost()
+{
+    Listener listener;
+    const QString slice = QString(QString(80, u'x') + u'\n').repeated(800);
+    listener.status(u"Running"_s, Narration::Status::Opening);
+    for (int i = 0; i < 130; ++i) {
+        listener.write(slice);
+        listener.pass(50ms);
+    }
+    listener.status(u"Limit"_s, Narration::Status::Opening);
+    listener.pass(100ms);
+    listener.narration.endLines(listener.now);
+    listener.status(u"Stopped"_s);
+    listener.pass(1min);
+    QVERIFY2(listener.told.size() <= 3, qPrintable(listener.texts().join(u'\n')));
+    QVERIFY(listener.texts().last().contains(u"Stopped"_s));
+}
+
+void TestNarration::aChattyProgramIsToldAtTheSpeedOfSpeech()
+{
+    Listener listener;
+    qsizetype length = 0;
+    for (int i = 0; i < 600; ++i) {
+        listener.write(u"one more line of talk\n"_s);
+        listener.pass(100ms);
+    }
+    for (const QString &text : listener.texts())
+        length += text.size();
+    QVERIFY(length * Narration::perCharacter <= 60s + 2 * Narration::longestOutput * 65ms);
+    QVERIFY(listener.told.size() <= 10);
+}
+
+void TestNarration::anAnswerEndsTheWait()
+{
+    Listener listener;
+    listener.write(QString(QString(70, u'x') + u'\n').repeated(4));
+    listener.pass(1s);
+    listener.narration.addAnswer(listener.now);
+    listener.write(u"Thanks\n"_s);
+    listener.pass(Narration::gathering);
+    QCOMPARE(listener.texts().last(), u"Thanks"_s);
+}
+
+void TestNarration::nothingIsToldAfterClear()
+{
+    Listener listener;
+    listener.write(u"a line\nand a question? "_s);
+    listener.status(u"Running"_s);
+    listener.narration.clear();
+    listener.pass(1min);
+    QVERIFY(listener.told.isEmpty());
+}
+
+} // namespace tarn::console
+
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestNarration))
+#include "tst_narration.moc"
