@@ -209,9 +209,14 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
         selectAll();
 }
 
+int TranscriptView::lineHeight() const
+{
+    return QFontMetrics(font()).lineSpacing();
+}
+
 QSize TranscriptView::minimumSizeHint() const
 {
-    const int line = QFontMetrics(font()).lineSpacing() + qRound(2 * document()->documentMargin());
+    const int line = lineHeight() + qRound(2 * document()->documentMargin());
     return {ConsoleTextEdit::minimumSizeHint().width(), line + 2 * frameWidth()};
 }
 

@@ -58,6 +58,9 @@ public:
     void setDraftEditor(QTextEdit *editor);
     void applyDraftPresentation();
 
+    /// Of a line of output without any signs of unusual height.
+    int lineHeight() const;
+
     /// One whole line: where space is short, the transcript yields no further.
     QSize minimumSizeHint() const override;
 

@@ -1,9 +1,12 @@
 #include "window/consoleui.h"
 
 #include "widgets/transcriptview.h"
+#include "window/rowstyle.h"
 
 #include <QFont>
 #include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
 
 namespace tarn::console {
 
@@ -13,9 +16,14 @@ ConsoleUi::ConsoleUi(QMainWindow *window, Transcript *transcript)
     , layout(window, transcript, commands, menus)
     , focusKeeper(layout.transcriptView, nullptr)
     , m_window(window)
+    , m_popupFont(window)
 {
     commands.setFocusKeeper(&focusKeeper);
     window->setCentralWidget(layout.content);
+    auto *style = new RowStyle(window);
+    window->menuBar()->setStyle(style);
+    for (std::size_t i = 0; i < menuCount; ++i)
+        menus.menu(static_cast<Menu>(i))->setStyle(style);
 }
 
 void ConsoleUi::retranslate()
@@ -29,6 +37,7 @@ void ConsoleUi::setFont(const QFont &font)
 {
     m_window->setFont(font);
     layout.setFont(font);
+    m_popupFont.set(font);
 }
 
 } // namespace tarn::console

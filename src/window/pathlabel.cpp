@@ -1,5 +1,6 @@
 #include "window/pathlabel.h"
 
+#include "textlayout/fontink.h"
 #include "window/visibletext.h"
 
 #include <QEvent>
@@ -58,7 +59,9 @@ QSize PathLabel::minimumSizeHint() const
 /// A line break in a path is drawn as an escape and takes no line.
 int PathLabel::lineHeight(int labelHeight) const
 {
-    return visibleText(text()) == text() ? labelHeight : fontMetrics().height();
+    if (visibleText(text()) == text())
+        return labelHeight;
+    return fontMetrics().height() + contentsMargins().top() + contentsMargins().bottom();
 }
 
 void PathLabel::resizeEvent(QResizeEvent *event)
@@ -80,7 +83,9 @@ void PathLabel::showEnd()
 {
     const int excess = QFontMetrics(font()).horizontalAdvance(visibleText(text())) - width();
     const int largest = std::numeric_limits<qint16>::max();
-    setContentsMargins(-std::clamp(excess + 1, 0, largest), 0, 0, 0);
+    // What no ink needs reaches over the row in the same way.
+    const InkReach spare = spareRoom(visibleText(text()), font());
+    setContentsMargins(-std::clamp(excess + 1, 0, largest), -spare.above, 0, -spare.below);
 }
 
 void PathLabel::paintEvent(QPaintEvent *event)
@@ -98,7 +103,9 @@ void PathLabel::paintEvent(QPaintEvent *event)
     }
     if (!isCut())
         return;
-    const QRect corner(0, 0, fontMetrics().horizontalAdvance(ellipsis), height());
+    QRect corner = contentsRect();
+    corner.setLeft(0);
+    corner.setWidth(fontMetrics().horizontalAdvance(ellipsis));
     painter.fillRect(corner, palette().color(backgroundRole()));
     style()->drawItemText(&painter, corner, Qt::AlignCenter, palette(), isEnabled(), ellipsis,
                           foregroundRole());

@@ -10,9 +10,6 @@ constexpr QChar leftToRightIsolate(0x2066);
 constexpr QChar firstStrongIsolate(0x2068);
 constexpr QChar popDirectionalIsolate(0x2069);
 
-/// As many as fit into three lines of a window of the usual size.
-constexpr qsizetype mostShownCharacters = 200;
-
 QString withArgument(const QString &pattern, const QString &argument)
 {
     return pattern.contains(QLatin1StringView("%1")) ? pattern.arg(argument) : pattern;
@@ -25,18 +22,18 @@ QString StatusMessage::text() const
     return withArgument(pattern, argument);
 }
 
-QString StatusMessage::isolatedText() const
+QString StatusMessage::isolatedText(qsizetype mostCharacters) const
 {
     // A path is read from its root, whatever letters follow.
     const QChar isolate = argument.startsWith(u'/') ? leftToRightIsolate : firstStrongIsolate;
     const QString isolated =
-        isolate + shortenedText(visibleText(argument), mostShownCharacters) + popDirectionalIsolate;
+        isolate + shortenedText(visibleText(argument), mostCharacters) + popDirectionalIsolate;
     return withArgument(pattern, isolated);
 }
 
-bool StatusMessage::isShortened() const
+bool StatusMessage::isShortened(qsizetype mostCharacters) const
 {
-    return visibleText(argument).size() > mostShownCharacters;
+    return visibleText(argument).size() > mostCharacters;
 }
 
 } // namespace tarn::console
