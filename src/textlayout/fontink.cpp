@@ -78,6 +78,24 @@ InkReach usualInk(const QFont &font)
     return *known.insert(font, inkOf(samples, font));
 }
 
+std::optional<InkReach> plainInk(const QFont &font, QPaintDevice *device)
+{
+    // Ink takes at most so much of what a generous font declares.
+    constexpr qreal generous = 0.75;
+    const QString samples =
+        QStringLiteral("\u00C5\u00C9\u00C7gjpqy()[]{}|/\\@ \u0623\u0622\u0625\u0637\u063A"
+                       "\u062C\u064A \u0644\u0623");
+    return withLine(samples, font, device, [](const QTextLine &line) {
+        const InkReach ink = inkOf(line);
+        return ink.height() < generous * line.height() ? std::optional(ink) : std::nullopt;
+    });
+}
+
+InkReach caretInk(const QFont &font, QPaintDevice *device)
+{
+    return inkOf(QStringLiteral("Ag"), font, device);
+}
+
 InkReach spareRoom(const QString &text, const QFont &font)
 {
     return withLine(text, font, nullptr, [&font](const QTextLine &line) {

@@ -2,6 +2,8 @@
 
 #include <QtGlobal>
 
+#include <optional>
+
 class QFont;
 class QPaintDevice;
 class QString;
@@ -31,6 +33,13 @@ InkReach inkOf(const QString &text, const QFont &font, QPaintDevice *device = nu
 /// What texts in a font can be expected to need: capitals with two accents, Arabic with stacked
 /// vowel signs, brackets, box drawing.
 InkReach usualInk(const QFont &font);
+
+/// What every line of text takes, whatever is in it: room for letters without signs, in Latin and
+/// Arabic. Nothing in a font that is not generous: there, a line is as high as the font says.
+std::optional<InkReach> plainInk(const QFont &font, QPaintDevice *device);
+
+/// Room for a caret and nothing else.
+InkReach caretInk(const QFont &font, QPaintDevice *device);
 
 /// What a line of text has above and below that neither its own ink nor usualInk() needs; nothing
 /// in a font that is not generous.

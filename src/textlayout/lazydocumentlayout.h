@@ -23,8 +23,9 @@ struct BlockHeight;
 ///
 /// Drawn are the texts of the blocks in the document's default font, each in the direction and with
 /// the alignment of its block; selections; the caret; and what an input method composes. The text
-/// is broken and placed as Qt's own document layout does it, with one difference: see
-/// paragraphOption(). Text is never wider than the page but by a character.
+/// is broken and placed as Qt's own document layout does it, with two differences: see
+/// paragraphOption(); and in a font that declares far more height than its texts ink, lines stand
+/// as close as their ink allows. Text is never wider than the page but by a character.
 ///
 /// Everything else that a document can hold is ignored: pages, frames, tables, lists and images;
 /// margins, indents, line heights, tab stops and backgrounds of blocks; whether a block is visible.
@@ -61,9 +62,16 @@ public:
     /// Where a block begins, as far as the heights before it are known.
     int topOf(const QTextBlock &block) const;
 
+    /// Of a line of plain text in the document's font.
+    int plainLineHeight() const;
+
     /// Whether blockBoundingRect() shapes a long block. It is asked wherever a text cursor is put;
     /// without shaping, the rectangle may be empty or another.
     void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
+
+    /// Whether there is so much room above the first line that what Qt takes for the caret is
+    /// within the document there, and can be scrolled into view. Holds from the next font on.
+    void setRoomForCaret(bool room) { m_hasRoomForCaret = room; }
 
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
@@ -87,7 +95,9 @@ protected:
 
 private:
     bool isLaidOut() const;
+    bool followsInk() const { return m_advances && m_advances->followsInk(); }
     qreal margin() const;
+    int topMargin() const;
     qreal lineWidth() const;
 
     void reportSize();
@@ -102,6 +112,7 @@ private:
 
     void shape(const QTextBlock &block) const;
     const SegmentedParagraph *shapeSegments(const QTextBlock &block) const;
+    BrokenText brokenText(const QTextBlock &block) const;
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
     void shapeOnDemand(const QTextBlock &block) const;
     void noteMoved(const QTextBlock &block, int heightBefore) const;
@@ -118,6 +129,8 @@ private:
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
+    bool m_hasRoomForCaret = false;
+    int m_caretExcess = 0;
     mutable QBasicTimer m_moveTimer; ///< active when looking at a block gave it another height
     QBasicTimer m_idleTimer;
 };

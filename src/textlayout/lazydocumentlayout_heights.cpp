@@ -78,9 +78,11 @@ bool LazyDocumentLayout::takeFont()
     const QTextOption option = document()->defaultTextOption();
     if (m_advances && font == m_shaper.font() && breakAlike(option, m_option))
         return false;
-    m_shaper.setFont(font);
     m_option = option;
+    m_shaper.clear();
     m_advances = std::make_unique<AdvanceTable>(font, paintDevice(), option);
+    m_shaper.setFont(font, m_advances.get());
+    m_caretExcess = m_hasRoomForCaret ? m_advances->caretExcess() : 0;
     return true;
 }
 
@@ -163,6 +165,8 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
     BlockHeight height{.pixels = line.height,
                        .oneLineWidth = static_cast<int>(std::ceil(line.width + line.height)),
                        .rowHeight = line.height};
+    if (followsInk() && BlockShaper::hasOnlyCaret(block))
+        height.pixels = m_advances->caretReach().height();
     if (line.certain && height.oneLineWidth <= lineWidth()) {
         height.certainty = BlockHeight::Certainty::OneLine;
         height.keepIn(block);
@@ -181,6 +185,13 @@ void LazyDocumentLayout::guess(const QTextBlock &block, const BlockHeight &heigh
     height.keepIn(block);
     // At the end at most: to find out where the block is would take as long as the guess.
     m_lastGuess = document()->blockCount() - 1;
+}
+
+int LazyDocumentLayout::plainLineHeight() const
+{
+    if (m_advances && document()->defaultFont() == m_shaper.font())
+        return m_advances->lineOf({}).height;
+    return AdvanceTable(document()->defaultFont(), paintDevice(), m_option).lineOf({}).height;
 }
 
 bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)

@@ -2,7 +2,6 @@
 
 #include "textlayout/lazydocumentlayout.h"
 
-#include <QFontMetrics>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QMimeData>
@@ -47,7 +46,7 @@ void InputEditor::setSubmitHandler(std::function<void()> handler)
 int InputEditor::heightForText() const
 {
     const int frame = 2 * frameWidth();
-    const int line = QFontMetrics(font()).lineSpacing()
+    const int line = lazyLayout()->plainLineHeight()
                      + static_cast<int>(std::ceil(2 * document()->documentMargin()));
     const int text = static_cast<int>(std::ceil(document()->size().height()));
     return std::min(std::max(line, text) + frame, maximumHeight());

@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "textlayout/lazydocumentlayout.h"
 #include "widgets/accessibletranscript.h"
 #include "widgets/draftpresentation.h"
 
@@ -7,7 +8,6 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QCoreApplication>
-#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
@@ -39,6 +39,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     , m_readingPlace(this, lazyLayout())
 {
     QAccessible::installFactory(accessibleTranscript);
+    lazyLayout()->setRoomForCaret(true);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
@@ -211,7 +212,7 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
 
 int TranscriptView::lineHeight() const
 {
-    return QFontMetrics(font()).lineSpacing();
+    return lazyLayout()->plainLineHeight();
 }
 
 QSize TranscriptView::minimumSizeHint() const

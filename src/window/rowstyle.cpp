@@ -16,6 +16,14 @@ QSize withoutSpareRoom(QSize size, const QString &text, const QFont &font)
     return {size.width(), size.height() - spareRoom(text, font).height()};
 }
 
+/// The same in a frame: around so much room for rare ink, a pixel of padding is enough.
+QSize withoutSpareFrame(QSize size, const QString &text, const QFont &font)
+{
+    constexpr int padding = 2;
+    const int spare = spareRoom(text, font).height();
+    return {size.width(), size.height() - spare - (spare > 0 ? padding : 0)};
+}
+
 } // namespace
 
 RowStyle::RowStyle(QObject *parent)
@@ -31,9 +39,9 @@ QSize RowStyle::sizeFromContents(ContentsType type, const QStyleOption *option, 
     if (!widget)
         return whole;
     if (const auto *button = qstyleoption_cast<const QStyleOptionToolButton *>(option))
-        return withoutSpareRoom(whole, button->text, widget->font());
+        return withoutSpareFrame(whole, button->text, widget->font());
     if (type == CT_LineEdit)
-        return withoutSpareRoom(whole, {}, widget->font());
+        return withoutSpareFrame(whole, {}, widget->font());
     const auto *item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
     if (!item || item->menuItemType == QStyleOptionMenuItem::Separator)
         return whole;

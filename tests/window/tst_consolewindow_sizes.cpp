@@ -1,9 +1,11 @@
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
-#include <QFontMetrics>
+#include <QAbstractTextDocumentLayout>
 #include <QHash>
 #include <QTest>
+#include <QTextBlock>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -102,7 +104,12 @@ void TestConsoleWindowSizes::draftIsOneLineHighAtFirst()
 {
     const ConsoleWindowFixture fixture("wait-forever");
     QVERIFY(fixture.show());
-    const int line = QFontMetrics(fixture.draft()->font()).lineSpacing();
+    const int line = fixture.draft()
+                         ->document()
+                         ->documentLayout()
+                         ->blockBoundingRect(fixture.draft()->document()->firstBlock())
+                         .toRect()
+                         .height();
     const int height = fixture.draft()->viewport()->height();
     QVERIFY2(height >= line && height < 2 * line, qPrintable(QString::number(height)));
 
