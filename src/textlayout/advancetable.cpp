@@ -127,6 +127,8 @@ AdvanceTable::AdvanceTable(const QFont &font, QPaintDevice *device, const QTextO
     , m_plainInk(plainInk(m_font, device))
     , m_caretInk(caretInk(m_font, device))
 {
+    if (followsInk())
+        m_caretExcess = static_cast<int>(std::ceil(measureLine({}).ascent)) - m_plainInk->above;
     const LineClass empty = followsInk() ? measureInk(QString()) : measureLine(QString());
     m_emptyHeight = lineHeight(empty.ascent, empty.descent, empty.leading);
 }
@@ -237,13 +239,6 @@ InkReach AdvanceTable::reachOf(const QTextLine &line, QStringView text) const
     const InkReach ink = inkOf(line);
     return m_plainInk->united(
         {.above = std::min(ink.above, most), .below = std::min(ink.below, most)});
-}
-
-int AdvanceTable::caretExcess() const
-{
-    if (!followsInk())
-        return 0;
-    return std::max(0, static_cast<int>(std::ceil(measureLine({}).ascent)) - m_plainInk->above);
 }
 
 quint32 AdvanceTable::classBits(const LineClass &lineClass) const

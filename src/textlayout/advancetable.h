@@ -49,7 +49,7 @@ public:
     /// How far an empty line reaches that only the caret can be in.
     InkReach caretReach() const { return m_caretInk; }
     /// How much higher than a plain line Qt takes a caret to be in it.
-    int caretExcess() const;
+    int caretExcess() const { return m_caretExcess; }
 
 private:
     struct Unit
@@ -96,6 +96,7 @@ private:
     QTextOption m_option;
     std::optional<InkReach> m_plainInk;
     InkReach m_caretInk;
+    int m_caretExcess = 0;
     int m_emptyHeight;
     mutable std::array<Table, scriptCount> m_tables;
     mutable std::vector<LineClass> m_classes;

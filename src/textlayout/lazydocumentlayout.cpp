@@ -34,6 +34,11 @@ selectedRanges(const QTextBlock &block,
     return ranges;
 }
 
+BrokenText brokenText(const QTextBlock &block, const TextSetting &setting)
+{
+    return {*block.layout(), block.text(), setting.heights()};
+}
+
 /// Bands that follow the ink are expensive to know, and at most so far from what Qt has for a line.
 bool mayCover(const QTextLine &line, qreal y)
 {
@@ -90,7 +95,7 @@ qreal LazyDocumentLayout::margin() const
 
 int LazyDocumentLayout::topMargin() const
 {
-    return std::max(static_cast<int>(margin()), m_caretExcess);
+    return std::max(static_cast<int>(margin()), m_setting.roomForCaret());
 }
 
 qreal LazyDocumentLayout::lineWidth() const
@@ -146,7 +151,7 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
         shapeOnDemand(block);
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
-    if (followsInk() && block.layout()->lineCount() > 0)
+    if (m_setting.followsInk() && block.layout()->lineCount() > 0)
         rect.setHeight(block.lineCount());
     return rect;
 }
@@ -165,7 +170,7 @@ int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accura
 
     const QTextLayout &layout = *block.layout();
     QRectF rect = layout.boundingRect().translated(layout.position());
-    if (followsInk())
+    if (m_setting.followsInk())
         rect = {rect.left(), layout.position().y(), rect.width(), qreal(block.lineCount())};
     const int last = document()->characterCount() - 1;
     if (point.y() < rect.top() || point.y() > rect.bottom()) {
@@ -173,7 +178,8 @@ int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accura
         return accuracy == Qt::ExactHit ? miss : std::min(end, last);
     }
     bool exact = false;
-    const int offset = offsetAt(brokenText(block), point - layout.position(), accuracy, &exact);
+    const int offset =
+        offsetAt(brokenText(block, m_setting), point - layout.position(), accuracy, &exact);
     if (accuracy == Qt::ExactHit && !exact)
         return miss;
     // What an input method composes is not yet a part of the document.
@@ -221,7 +227,7 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
 void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &context,
                                    const QTextBlock &block) const
 {
-    const BrokenText text = brokenText(block);
+    const BrokenText text = brokenText(block, m_setting);
     const QTextLayout &layout = text.layout;
     QRectF clip(margin(), 0, documentSize().width() - 2 * margin(), documentSize().height());
     if (context.clip.isValid())
@@ -230,7 +236,7 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     painter->setPen(context.palette.color(QPalette::Text));
     drawLines(painter, text, QPointF(), selectedRanges(block, context.selections), clip);
 
-    if (followsInk() && BlockShaper::hasOnlyCaret(block))
+    if (m_setting.followsInk() && BlockShaper::hasOnlyCaret(block))
         painter->setClipRect(blockBoundingRect(block), Qt::IntersectClip);
     // Positions below -1 count within the text that an input method is composing.
     const int position = context.cursorPosition;
@@ -240,11 +246,6 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
         drawCaret(painter, text, QPointF(), layout.preeditAreaPosition() - (position + 2),
                   m_cursorWidth);
     painter->restore();
-}
-
-BrokenText LazyDocumentLayout::brokenText(const QTextBlock &block) const
-{
-    return {*block.layout(), block.text(), m_advances.get()};
 }
 
 /// Makes sure that the block's own layout has lines and knows its place.

@@ -1,15 +1,13 @@
 #pragma once
 
-#include "textlayout/advancetable.h"
 #include "textlayout/blockshaper.h"
+#include "textlayout/textsetting.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QBasicTimer>
 #include <QTextBlock>
-#include <QTextOption>
 
 #include <functional>
-#include <memory>
 
 namespace tarn::console {
 
@@ -62,16 +60,15 @@ public:
     /// Where a block begins, as far as the heights before it are known.
     int topOf(const QTextBlock &block) const;
 
-    /// Of a line of plain text in the document's font.
-    int plainLineHeight() const;
+    TextSetting::LineHeights lineHeights() const;
 
     /// Whether blockBoundingRect() shapes a long block. It is asked wherever a text cursor is put;
     /// without shaping, the rectangle may be empty or another.
     void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
 
     /// Whether there is so much room above the first line that what Qt takes for the caret is
-    /// within the document there, and can be scrolled into view. Holds from the next font on.
-    void setRoomForCaret(bool room) { m_hasRoomForCaret = room; }
+    /// within the document there, and can be scrolled into view.
+    void setRoomForCaret(bool room) { m_setting.setRoomForCaret(room); }
 
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
@@ -95,13 +92,11 @@ protected:
 
 private:
     bool isLaidOut() const;
-    bool followsInk() const { return m_advances && m_advances->followsInk(); }
     qreal margin() const;
     int topMargin() const;
     qreal lineWidth() const;
 
     void reportSize();
-    bool takeFont();
     void changeEverything(bool sameTexts);
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
@@ -112,7 +107,6 @@ private:
 
     void shape(const QTextBlock &block) const;
     const SegmentedParagraph *shapeSegments(const QTextBlock &block) const;
-    BrokenText brokenText(const QTextBlock &block) const;
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
     void shapeOnDemand(const QTextBlock &block) const;
     void noteMoved(const QTextBlock &block, int heightBefore) const;
@@ -120,8 +114,7 @@ private:
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
 
-    std::unique_ptr<AdvanceTable> m_advances;
-    QTextOption m_option;
+    TextSetting m_setting;
     qreal m_pageWidth = -1; ///< of the heights; -1 before the first
     int m_blockCount = 1;
     int m_cursorWidth = 1;
@@ -129,8 +122,6 @@ private:
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
-    bool m_hasRoomForCaret = false;
-    int m_caretExcess = 0;
     mutable QBasicTimer m_moveTimer; ///< active when looking at a block gave it another height
     QBasicTimer m_idleTimer;
 };

@@ -46,7 +46,7 @@ void InputEditor::setSubmitHandler(std::function<void()> handler)
 int InputEditor::heightForText() const
 {
     const int frame = 2 * frameWidth();
-    const int line = lazyLayout()->plainLineHeight()
+    const int line = lazyLayout()->lineHeights().plain
                      + static_cast<int>(std::ceil(2 * document()->documentMargin()));
     const int text = static_cast<int>(std::ceil(document()->size().height()));
     return std::min(std::max(line, text) + frame, maximumHeight());

@@ -136,6 +136,12 @@ void TranscriptView::resizeEvent(QResizeEvent *event)
     m_readingPlace.keep([this, event] { ConsoleTextEdit::resizeEvent(event); });
 }
 
+/// The base class scrolls to the caret, which is at the beginning.
+void TranscriptView::showEvent(QShowEvent *event)
+{
+    m_readingPlace.keep([this, event] { ConsoleTextEdit::showEvent(event); });
+}
+
 void TranscriptView::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::FontChange)
@@ -212,13 +218,14 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
 
 int TranscriptView::lineHeight() const
 {
-    return lazyLayout()->plainLineHeight();
+    return lazyLayout()->lineHeights().plain;
 }
 
 QSize TranscriptView::minimumSizeHint() const
 {
-    const int line = lineHeight() + qRound(2 * document()->documentMargin());
-    return {ConsoleTextEdit::minimumSizeHint().width(), line + 2 * frameWidth()};
+    const int lines = lineHeight() + lazyLayout()->lineHeights().last;
+    const int margins = qRound(2 * document()->documentMargin()) + 2 * frameWidth();
+    return {ConsoleTextEdit::minimumSizeHint().width(), lines + margins};
 }
 
 void TranscriptView::setDraftEditor(QTextEdit *editor)

@@ -203,7 +203,7 @@ void TestLineHeights::wrappedLinesAreAsHighAsTheirOwnText()
     const QString words = u"plain words "_s.repeated(30);
     const InkDocument plain({words + words});
     const InkDocument mixed({words + u"ཧཱུྃ "_s + words});
-    const int line = plain.layout().plainLineHeight();
+    const int line = plain.layout().lineHeights().plain;
     QCOMPARE(plain.bandOf(0).height() % line, 0);
     const int height = mixed.bandOf(0).height();
     const int rows = mixed.firstBlock().layout()->lineCount();
@@ -260,7 +260,7 @@ void TestLineHeights::hitTestsFollowTheLines()
     }
     // Every line of the block in the middle, at its first and at its last pixel.
     const QTextLayout &layout = *document.findBlockByNumber(1).layout();
-    const int line = document.layout().plainLineHeight();
+    const int line = document.layout().lineHeights().plain;
     QVERIFY(layout.lineCount() > 4);
     for (int i = 0; i < layout.lineCount(); ++i) {
         for (const qreal y : {i * line + 0.5, (i + 1) * line - 0.5}) {
@@ -275,7 +275,7 @@ void TestLineHeights::hitTestsFollowTheLines()
 void TestLineHeights::theEmptyBlockAtTheEndHoldsACaret()
 {
     const InkDocument document({texts[0], QString(), QString()});
-    const int line = document.layout().plainLineHeight();
+    const int line = document.layout().lineHeights().plain;
     QCOMPARE(document.bandOf(1).height(), line);
     const QRect end = document.bandOf(2);
     QVERIFY2(end.height() < line && end.height() > line / 2,

@@ -2,7 +2,10 @@
 #include "window/consolewindowfixture.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QScreen>
 #include <QScrollBar>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -19,6 +22,8 @@ class TestConsoleWindowOutputLines : public QObject
 private Q_SLOTS:
     void showsWholeLines_data();
     void showsWholeLines();
+    void theEndIsFollowedInEveryFont_data();
+    void theEndIsFollowedInEveryFont();
 };
 
 namespace {
@@ -80,6 +85,34 @@ void TestConsoleWindowOutputLines::showsWholeLines()
     const int shown = wholeLinesInSight(fixture.view());
     QVERIFY2(shown >= lines, qPrintable(QString::number(shown)));
     QCOMPARE(fixture.window->size(), size);
+}
+
+void TestConsoleWindowOutputLines::theEndIsFollowedInEveryFont_data()
+{
+    QTest::addColumn<int>("points");
+    for (const int points : {7, 11, 14, 17, 20, 24, 30, 36})
+        QTest::addRow("%d", points) << points;
+}
+
+/// Also where not even the empty line before all output fits into the view at first.
+void TestConsoleWindowOutputLines::theEndIsFollowedInEveryFont()
+{
+    QFETCH(int, points);
+    QTemporaryDir directory;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, directory.path());
+    QSettings().setValue("fontPointSize", points);
+    ConsoleStartupOptions options = englishOptions();
+    options.usePersistentSettings = true;
+    const ConsoleWindowFixture fixture("print line\\n\n"_ba.repeated(60), options);
+    fixture.window->resize(800, 500);
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    const QScrollBar *bar = fixture.view()->verticalScrollBar();
+    QVERIFY(bar->maximum() > 0);
+    QTRY_COMPARE(bar->value(), bar->maximum());
+    // A window that needs more than the screen has cannot show it all.
+    if (fixture.window->height() < fixture.window->screen()->availableSize().height())
+        QVERIFY(wholeLinesInSight(fixture.view()) > 0);
 }
 
 } // namespace tarn::console
