@@ -2,6 +2,7 @@
 #include "window/consolewindowfixture.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QFontMetrics>
 #include <QHash>
 #include <QTest>
 #include <QTextBlock>
@@ -23,6 +24,12 @@ private Q_SLOTS:
     void transcriptGetsAllTheExtraHeight();
     void rowsTakeNoMoreThanTheyNeed_data();
     void rowsTakeNoMoreThanTheyNeed();
+    void rowsStayWhereTheyAreDuringARun_data();
+    void rowsStayWhereTheyAreDuringARun();
+    void aLongStatusNeverGrowsTheWindow();
+    void aLongStatusWrapsWhileThreeLinesOfOutputRemain();
+    void theWindowGivesBackWhatLargeFontsTook();
+    void aResizedWindowKeepsItsSizeAfterLargeFonts();
     void draftIsOneLineHighAtFirst();
     void draftGrowsWithItsTextUpTo84Pixels();
 };
@@ -32,6 +39,22 @@ namespace {
 const QVBoxLayout *rowsOf(const ConsoleWindowFixture &fixture)
 {
     return qobject_cast<QVBoxLayout *>(fixture.window->centralWidget()->layout());
+}
+
+QHash<QWidget *, QRect> rowGeometries(const ConsoleWindowFixture &fixture)
+{
+    QHash<QWidget *, QRect> geometries;
+    const QWidgetList widgets = fixture.window->centralWidget()->findChildren<QWidget *>(
+        QString(), Qt::FindDirectChildrenOnly);
+    for (QWidget *widget : widgets)
+        geometries.insert(widget, widget->geometry());
+    return geometries;
+}
+
+int outputLineHeight(const ConsoleWindowFixture &fixture)
+{
+    const QTextDocument *document = fixture.view()->document();
+    return document->documentLayout()->blockBoundingRect(document->firstBlock()).toRect().height();
 }
 
 } // namespace
@@ -98,6 +121,97 @@ void TestConsoleWindowSizes::rowsTakeNoMoreThanTheyNeed()
     const int spare = fixture.window->centralWidget()->height() - 2 * 12
                       - (rows->count() - 1) * rows->spacing() - others;
     QCOMPARE(fixture.view()->height(), spare);
+}
+
+void TestConsoleWindowSizes::rowsStayWhereTheyAreDuringARun_data()
+{
+    addInterfaceLanguages();
+}
+
+/// Otherwise the pointer is on another button.
+void TestConsoleWindowSizes::rowsStayWhereTheyAreDuringARun()
+{
+    const ConsoleWindowFixture fixture("echo-lines\n", optionsInRowLanguage());
+    QVERIFY(fixture.show());
+    const QHash<QWidget *, QRect> atFirst = rowGeometries(fixture);
+    const auto moved = [&fixture, &atFirst] {
+        QCoreApplication::processEvents();
+        return rowGeometries(fixture) != atFirst;
+    };
+    QVERIFY(fixture.run());
+    QVERIFY(!moved());
+    fixture.draft()->setFocus();
+    fixture.press(Qt::Key_Return, Qt::ShiftModifier);
+    QVERIFY(!fixture.inputStatus().isEmpty());
+    QVERIFY(!moved());
+    fixture.trigger("closeInputAction");
+    QVERIFY(fixture.waitForEnd());
+    QVERIFY(!fixture.runStatus().isEmpty());
+    QVERIFY(!moved());
+}
+
+void TestConsoleWindowSizes::aLongStatusNeverGrowsTheWindow()
+{
+    ConsoleStartupOptions options = englishOptions();
+    options.executablePath = u"/no/such/"_s + u"folder with a name/"_s.repeated(60);
+    const ConsoleWindowFixture fixture("print x\n", options);
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.trigger("runAction");
+    QVERIFY(fixture.runStatus().size() > 600);
+    QCoreApplication::processEvents();
+    QCOMPARE(fixture.window->size(), QSize(800, 500));
+    QCOMPARE(fixture.window->minimumSize(), QSize(800, 500));
+}
+
+void TestConsoleWindowSizes::aLongStatusWrapsWhileThreeLinesOfOutputRemain()
+{
+    ConsoleStartupOptions options = englishOptions();
+    options.executablePath = u"/no/such/"_s + u"folder with a name/"_s.repeated(60);
+    const ConsoleWindowFixture fixture("print x\n", options);
+    QVERIFY(fixture.show());
+    const auto *status = fixture.find<QLabel>("runStatus");
+    const int line = status->height();
+    fixture.trigger("runAction");
+    QTRY_VERIFY(status->height() >= 2 * line);
+    QVERIFY(fixture.view()->viewport()->height() >= 3 * outputLineHeight(fixture));
+
+    // There is no room to wrap in where three lines of output would not remain.
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(50);
+    QTRY_VERIFY(status->height() < 2 * QFontMetrics(status->font()).height());
+    fixture.window->resetZoom();
+    QTRY_VERIFY(status->height() >= 2 * line);
+}
+
+void TestConsoleWindowSizes::theWindowGivesBackWhatLargeFontsTook()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(20);
+    QCoreApplication::processEvents();
+    QCOMPARE(fixture.window->size(), QSize(800, 500));
+    fixture.window->zoomBy(80);
+    QTRY_VERIFY(fixture.window->height() > 500);
+    fixture.window->zoomBy(-40);
+    fixture.window->resetZoom();
+    QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
+    QTRY_COMPARE(fixture.window->size(), QSize(800, 500));
+}
+
+void TestConsoleWindowSizes::aResizedWindowKeepsItsSizeAfterLargeFonts()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(100);
+    QTRY_VERIFY(fixture.window->height() > 500);
+    const QSize chosen = fixture.window->size() + QSize(20, 30);
+    QVERIFY(fixture.resizeTo(chosen));
+    fixture.window->resetZoom();
+    QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
+    QCOMPARE(fixture.window->size(), chosen);
 }
 
 void TestConsoleWindowSizes::draftIsOneLineHighAtFirst()
