@@ -61,7 +61,8 @@ public:
     /// Of a line of output without any signs of unusual height.
     int lineHeight() const;
 
-    /// One whole line, and the place of the next one: where space is short, the transcript yields no further.
+    /// One whole line, and the place of the next one: where space is short, the transcript yields
+    /// no further.
     QSize minimumSizeHint() const override;
 
 protected:
