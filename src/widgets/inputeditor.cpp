@@ -45,7 +45,7 @@ void InputEditor::setSubmitHandler(std::function<void()> handler)
 
 int InputEditor::heightForText() const
 {
-    const int frame = 2 * frameWidth();
+    const int frame = frameHeight();
     const int line = lazyLayout()->lineHeights().plain
                      + static_cast<int>(std::ceil(2 * document()->documentMargin()));
     const int text = static_cast<int>(std::ceil(document()->size().height()));

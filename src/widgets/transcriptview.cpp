@@ -224,7 +224,7 @@ int TranscriptView::lineHeight() const
 QSize TranscriptView::minimumSizeHint() const
 {
     const int lines = lineHeight() + lazyLayout()->lineHeights().last;
-    const int margins = qRound(2 * document()->documentMargin()) + 2 * frameWidth();
+    const int margins = qRound(2 * document()->documentMargin()) + frameHeight();
     return {ConsoleTextEdit::minimumSizeHint().width(), lines + margins};
 }
 

@@ -4,6 +4,10 @@
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetrics>
 #include <QHash>
+#include <QImage>
+#include <QPixmap>
+#include <QProcess>
+#include <QScreen>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -30,6 +34,9 @@ private Q_SLOTS:
     void aLongStatusWrapsWhileThreeLinesOfOutputRemain();
     void theWindowGivesBackWhatLargeFontsTook();
     void aResizedWindowKeepsItsSizeAfterLargeFonts();
+    void framesHaveAllEdges();
+    void framesHaveAllEdgesAtFractionalScales_data();
+    void framesHaveAllEdgesAtFractionalScales();
     void draftIsOneLineHighAtFirst();
     void draftGrowsWithItsTextUpTo84Pixels();
 };
@@ -49,6 +56,45 @@ QHash<QWidget *, QRect> rowGeometries(const ConsoleWindowFixture &fixture)
     for (QWidget *widget : widgets)
         geometries.insert(widget, widget->geometry());
     return geometries;
+}
+
+/// Whether a line crosses the way from one point to another.
+bool meetsLine(const QImage &image, QPoint from, QPoint to)
+{
+    constexpr int lineIsDarkerThan = 220;
+    for (int y = from.y(); y <= to.y(); ++y) {
+        for (int x = from.x(); x <= to.x(); ++x) {
+            if (qGray(image.pixel(x, y)) < lineIsDarkerThan)
+                return true;
+        }
+    }
+    return false;
+}
+
+/// Names the edges that the frame of a widget has lost in a picture of its window.
+QString missingEdges(const QImage &image, const QWidget *widget)
+{
+    const qreal scale = image.devicePixelRatio();
+    const QRectF rect(widget->mapTo(widget->window(), QPoint(0, 0)) * scale,
+                      QSizeF(widget->size()) * scale);
+    const QPoint middle = rect.center().toPoint();
+    const QPoint reach(4, 4);
+    const QPoint topLeft = rect.topLeft().toPoint();
+    const QPoint bottomRight = rect.bottomRight().toPoint();
+    const auto crosses = [&](QPoint edge, bool isVertical) {
+        const QPoint way = isVertical ? QPoint(reach.x(), 0) : QPoint(0, reach.y());
+        return meetsLine(image, edge - way, edge + way);
+    };
+    QStringList missing;
+    if (!crosses({topLeft.x(), middle.y()}, true))
+        missing << u"left"_s;
+    if (!crosses({bottomRight.x(), middle.y()}, true))
+        missing << u"right"_s;
+    if (!crosses({middle.x(), topLeft.y()}, false))
+        missing << u"top"_s;
+    if (!crosses({middle.x(), bottomRight.y()}, false))
+        missing << u"bottom"_s;
+    return missing.join(u' ');
 }
 
 int outputLineHeight(const ConsoleWindowFixture &fixture)
@@ -212,6 +258,41 @@ void TestConsoleWindowSizes::aResizedWindowKeepsItsSizeAfterLargeFonts()
     fixture.window->resetZoom();
     QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
     QCOMPARE(fixture.window->size(), chosen);
+}
+
+void TestConsoleWindowSizes::framesHaveAllEdges()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    for (const QSize &size : {QSize(900, 620), QSize(901, 621), QSize(902, 622), QSize(903, 623)}) {
+        QVERIFY(fixture.resizeTo(size));
+        const QImage image = fixture.window->grab().toImage();
+        QCOMPARE(missingEdges(image, fixture.view()), QString());
+        QCOMPARE(missingEdges(image, fixture.draft()), QString());
+    }
+}
+
+void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales_data()
+{
+    QTest::addColumn<QString>("scale");
+    for (const QString &scale : {u"1.25"_s, u"1.5"_s, u"1.75"_s, u"2"_s})
+        QTest::newRow(qPrintable(scale)) << scale;
+}
+
+/// The scale holds for a process.
+void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales()
+{
+    QFETCH(QString, scale);
+    QProcess scaled;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"QT_SCALE_FACTOR"_s, scale);
+    scaled.setProcessEnvironment(environment);
+    scaled.start(QCoreApplication::arguments().constFirst(), {u"framesHaveAllEdges"_s});
+    QVERIFY(scaled.waitForFinished(ConsoleWindowFixture::patience));
+    const QByteArray output = scaled.readAllStandardOutput();
+    QVERIFY2(scaled.exitCode() == 0, output.constData());
+    QVERIFY2(output.contains("PASS   : tarn::console::TestConsoleWindowSizes::framesHaveAllEdges"),
+             output.constData());
 }
 
 void TestConsoleWindowSizes::draftIsOneLineHighAtFirst()
