@@ -95,6 +95,24 @@ bool joins(QChar character)
            || type == QChar::Joining_Left;
 }
 
+/// The forms that a character takes between others.
+QStringList joiningForms(QChar character)
+{
+    const QString letter(character);
+    const QString joiner(QChar(0x200D));
+    if (!joins(character))
+        return {letter};
+    return {letter, letter + joiner, joiner + letter, joiner + letter + joiner};
+}
+
+/// An alef after a lam is drawn as one glyph with it.
+bool isAlef(QChar character)
+{
+    constexpr std::array<char16_t, 8> alefs{0x0622, 0x0623, 0x0625, 0x0627,
+                                            0x0671, 0x0672, 0x0673, 0x0675};
+    return std::find(alefs.begin(), alefs.end(), character.unicode()) != alefs.end();
+}
+
 int lineHeight(qreal ascent, qreal descent, qreal leading)
 {
     return static_cast<int>(std::ceil(ascent + descent + leading));
@@ -106,29 +124,38 @@ AdvanceTable::AdvanceTable(const QFont &font, QPaintDevice *device, const QTextO
     : m_font(device ? QFont(font, device) : font)
     , m_device(device)
     , m_option(option)
+    , m_plainInk(plainInk(m_font, device))
+    , m_caretInk(caretInk(m_font, device))
 {
-    const LineClass empty = measureLine(QString());
+    if (followsInk())
+        m_caretExcess = static_cast<int>(std::ceil(measureLine({}).ascent)) - m_plainInk->above;
+    const LineClass empty = followsInk() ? measureInk(QString()) : measureLine(QString());
     m_emptyHeight = lineHeight(empty.ascent, empty.descent, empty.leading);
 }
 
 AdvanceTable::Line AdvanceTable::lineOf(QStringView text) const
+{
+    const Sum sum = sumOf(text);
+    return {.width = static_cast<qreal>(sum.advance) / unitsPerPixel,
+            .height = heightOf(sum.classes & ~uncertain),
+            .certain = !(sum.classes & uncertain)};
+}
+
+AdvanceTable::Sum AdvanceTable::sumOf(QStringView text) const
 {
     // What comes before the first letter takes that letter's script.
     std::size_t script = common;
     for (qsizetype i = 0; i < text.size() && script == common; ++i)
         script = scriptOf(text[i], script);
 
-    quint64 advance = 0;
-    quint32 classes = 0;
+    Sum sum;
     for (const QChar character : text) {
         script = scriptOf(character, script);
         const Unit &unit = this->unit(character.unicode(), script);
-        advance += unit.advance;
-        classes |= unit.classes;
+        sum.advance += unit.advance;
+        sum.classes |= unit.classes;
     }
-    return {.width = static_cast<qreal>(advance) / unitsPerPixel,
-            .height = heightOf(classes & ~uncertain),
-            .certain = !(classes & uncertain)};
+    return sum;
 }
 
 const AdvanceTable::Unit &AdvanceTable::unit(char16_t code, std::size_t script) const
@@ -152,8 +179,10 @@ AdvanceTable::Unit AdvanceTable::measure(char16_t code, std::size_t script) cons
     const QString before = isLetter ? QString() : QString(QChar(simpleScripts[script].letter));
     const qreal width = code == u'\t' ? m_option.tabStopDistance() : widestForm(character, before);
     Unit unit{.advance = static_cast<quint32>(std::ceil(width * unitsPerPixel)),
-              .classes = classBits(before + character)};
-    if (!isPredictable(character))
+              .classes = classBits(followsInk() ? measureInk(before + character)
+                                                : measureLine(before + character))};
+    // How high a vowel sign stands depends on what it stands on.
+    if (!isPredictable(character) || (followsInk() && character.isMark()))
         unit.classes |= uncertain;
     return unit;
 }
@@ -162,14 +191,9 @@ AdvanceTable::Unit AdvanceTable::measure(char16_t code, std::size_t script) cons
 qreal AdvanceTable::widestForm(QChar character, const QString &before) const
 {
     const QFontMetricsF metrics(m_font, m_device);
-    const QString letter(character);
-    QStringList forms = {letter};
-    if (joins(character)) {
-        const QString joiner(QChar(0x200D));
-        forms << letter + joiner << joiner + letter << joiner + letter + joiner;
-    }
     qreal width = 0;
-    for (const QString &form : std::as_const(forms))
+    const QStringList forms = joiningForms(character);
+    for (const QString &form : forms)
         width = std::max(width, metrics.horizontalAdvance(before + form));
     return std::max(0.0, width - metrics.horizontalAdvance(before));
 }
@@ -187,9 +211,38 @@ AdvanceTable::LineClass AdvanceTable::measureLine(const QString &text) const
     return {line.ascent(), line.descent(), line.leading()};
 }
 
-quint32 AdvanceTable::classBits(const QString &text) const
+/// The same of a line that follows the ink, whichever forms its last character takes.
+AdvanceTable::LineClass AdvanceTable::measureInk(const QString &text) const
 {
-    const LineClass lineClass = measureLine(text);
+    InkReach reach = *m_plainInk;
+    const QStringList forms = text.isEmpty() ? QStringList() : joiningForms(text.back());
+    for (const QString &form : forms)
+        reach = reach.united(inkOf(text.chopped(1) + form, m_font, m_device));
+    if (!text.isEmpty() && isAlef(text.back()))
+        reach = reach.united(inkOf(QChar(0x0644) + text.back(), m_font, m_device));
+    return {.ascent = qreal(reach.above), .descent = qreal(reach.below), .leading = 0};
+}
+
+InkReach AdvanceTable::reachOf(const QTextLine &line, QStringView text) const
+{
+    if (!text.isNull()) {
+        const quint32 classes = sumOf(text).classes;
+        if (classes == 0)
+            return *m_plainInk;
+        if (!(classes & uncertain)) {
+            const LineClass lineClass = combined(classes);
+            return {.above = qRound(lineClass.ascent), .below = qRound(lineClass.descent)};
+        }
+    }
+    // More marks than any language has use for must not push all other lines out of sight.
+    const int most = qRound(line.height());
+    const InkReach ink = inkOf(line);
+    return m_plainInk->united(
+        {.above = std::min(ink.above, most), .below = std::min(ink.below, most)});
+}
+
+quint32 AdvanceTable::classBits(const LineClass &lineClass) const
+{
     auto found = std::find(m_classes.begin(), m_classes.end(), lineClass);
     if (found == m_classes.end()) {
         if (m_classes.size() == maximumClasses)
@@ -200,26 +253,31 @@ quint32 AdvanceTable::classBits(const QString &text) const
 }
 
 /// The rule by which a text layout combines the fonts of a line.
-int AdvanceTable::heightOf(quint32 classes) const
+AdvanceTable::LineClass AdvanceTable::combined(quint32 classes) const
 {
-    if (classes == 0)
-        return m_emptyHeight;
-    if (classes == m_lastClasses)
-        return m_lastHeight;
-
-    qreal ascent = 0;
-    qreal descent = 0;
+    LineClass line{};
     qreal aboveBaseline = 0;
     for (std::size_t i = 0; i < m_classes.size(); ++i) {
         if (!(classes & (quint32(1) << i)))
             continue;
         const LineClass &lineClass = m_classes[i];
-        ascent = std::max(ascent, lineClass.ascent);
-        descent = std::max(descent, lineClass.descent);
+        line.ascent = std::max(line.ascent, lineClass.ascent);
+        line.descent = std::max(line.descent, lineClass.descent);
         aboveBaseline = std::max(aboveBaseline, lineClass.ascent + lineClass.leading);
     }
-    m_lastClasses = classes;
-    m_lastHeight = lineHeight(ascent, descent, aboveBaseline - ascent);
+    line.leading = aboveBaseline - line.ascent;
+    return line;
+}
+
+int AdvanceTable::heightOf(quint32 classes) const
+{
+    if (classes == 0)
+        return m_emptyHeight;
+    if (classes != m_lastClasses) {
+        const LineClass line = combined(classes);
+        m_lastClasses = classes;
+        m_lastHeight = lineHeight(line.ascent, line.descent, line.leading);
+    }
     return m_lastHeight;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "textlayout/fontink.h"
+
 #include <QFont>
 #include <QStringView>
 #include <QTextOption>
@@ -8,9 +10,11 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class QPaintDevice;
+class QTextLine;
 
 namespace tarn::console {
 
@@ -26,7 +30,7 @@ public:
     struct Line
     {
         qreal width = 0; ///< pixels; an upper bound when certain
-        int height = 0;  ///< pixels, as a text layout would make the line
+        int height = 0;  ///< pixels
         /// Whether width and height do not depend on how the characters shape each other.
         bool certain = true;
     };
@@ -35,6 +39,17 @@ public:
     AdvanceTable(const QFont &font, QPaintDevice *device, const QTextOption &option);
 
     Line lineOf(QStringView text) const;
+
+    /// Whether lines are as high as their ink. Only where the font is generous; otherwise lines are
+    /// as high as a text layout makes them.
+    bool followsInk() const { return m_plainInk.has_value(); }
+    /// How far a line reaches from its baseline, and its text, null where that is not known. Only
+    /// for a table that follows the ink.
+    InkReach reachOf(const QTextLine &line, QStringView text) const;
+    /// How far an empty line reaches that only the caret can be in.
+    InkReach caretReach() const { return m_caretInk; }
+    /// How much higher than a plain line Qt takes a caret to be in it.
+    int caretExcess() const { return m_caretExcess; }
 
 private:
     struct Unit
@@ -55,20 +70,33 @@ private:
         bool operator==(const LineClass &) const = default;
     };
 
+    /// Of all characters of a text.
+    struct Sum
+    {
+        quint64 advance = 0;
+        quint32 classes = 0;
+    };
+
     static constexpr std::size_t scriptCount = 7; ///< Latin to Arabic, and none
     static constexpr int maximumClasses = 31;
     static constexpr quint32 uncertain = quint32(1) << maximumClasses;
 
+    Sum sumOf(QStringView text) const;
     const Unit &unit(char16_t code, std::size_t script) const;
     Unit measure(char16_t code, std::size_t script) const;
     qreal widestForm(QChar character, const QString &before) const;
     LineClass measureLine(const QString &text) const;
-    quint32 classBits(const QString &text) const;
+    LineClass measureInk(const QString &text) const;
+    LineClass combined(quint32 classes) const;
+    quint32 classBits(const LineClass &lineClass) const;
     int heightOf(quint32 classes) const;
 
     QFont m_font;
     QPaintDevice *m_device;
     QTextOption m_option;
+    std::optional<InkReach> m_plainInk;
+    InkReach m_caretInk;
+    int m_caretExcess = 0;
     int m_emptyHeight;
     mutable std::array<Table, scriptCount> m_tables;
     mutable std::vector<LineClass> m_classes;

@@ -1,5 +1,6 @@
 #include "textlayout/blockshaper.h"
 
+#include "textlayout/advancetable.h"
 #include "textlayout/overlongclusters.h"
 #include "textlayout/segmentedparagraph.h"
 
@@ -27,14 +28,24 @@ BlockShaper::BlockShaper(const QTextDocument *document)
 {
 }
 
+void BlockShaper::setFont(const QFont &font, const AdvanceTable *heights)
+{
+    m_font = font;
+    m_heights = heights;
+}
+
+bool BlockShaper::hasOnlyCaret(const QTextBlock &block)
+{
+    return block.length() == 1 && block.blockNumber() > 0 && !block.next().isValid();
+}
+
 std::optional<ParagraphSize> BlockShaper::shape(const QTextBlock &block)
 {
     QTextLayout *layout = block.layout();
     std::optional<ParagraphSize> size;
     if (layout->lineCount() == 0) {
-        const QString text = block.text();
-        keepShapedText(layout, text);
-        size = breakIntoLines(layout, text, paragraphOption(block), m_lineWidth);
+        keepShapedText(layout, block.text());
+        size = breakBlock(layout, block);
     }
     m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
     return size;
@@ -55,7 +66,7 @@ const SegmentedParagraph *BlockShaper::shapeSegments(const QTextBlock &block)
     SegmentedParagraph &paragraph = m_segmented.of(block.blockNumber());
     const bool isShaped =
         paragraph.shape(block.text(), {m_font, m_document->documentLayout()->paintDevice(),
-                                       paragraphOption(block), m_lineWidth});
+                                       paragraphOption(block), m_lineWidth, m_heights});
     return isShaped ? &paragraph : nullptr;
 }
 
@@ -64,7 +75,21 @@ ParagraphSize BlockShaper::sizeOf(const QTextBlock &block) const
     const QString text = block.text();
     QTextLayout layout(text, m_font, m_document->documentLayout()->paintDevice());
     splitOverlongClusters(&layout, text);
-    return breakIntoLines(&layout, text, paragraphOption(block), m_lineWidth);
+    return breakBlock(&layout, block);
+}
+
+ParagraphSize BlockShaper::breakBlock(QTextLayout *layout, const QTextBlock &block) const
+{
+    ParagraphSize size =
+        breakIntoLines(layout, block.text(), paragraphOption(block), m_lineWidth, m_heights);
+    if (hasOnlyCaret(block) && m_heights && m_heights->followsInk()
+        && layout->preeditAreaText().isEmpty()) {
+        const InkReach caret = m_heights->caretReach();
+        QTextLine line = layout->lineAt(0);
+        line.setPosition(QPointF(0, caret.above - line.ascent()));
+        size.height = caret.height();
+    }
+    return size;
 }
 
 void BlockShaper::replace(int first, int removed, int inserted)

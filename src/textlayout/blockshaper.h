@@ -10,8 +10,11 @@
 
 class QTextBlock;
 class QTextDocument;
+class QTextLayout;
 
 namespace tarn::console {
+
+class AdvanceTable;
 
 /// Shapes the blocks of a document, and keeps what was shaped last. Knows no heights: it returns
 /// what it measured.
@@ -25,9 +28,11 @@ public:
     explicit BlockShaper(const QTextDocument *document);
 
     /// What is shaped already stays as it is.
-    void setFont(const QFont &font) { m_font = font; }
+    /// The table is the font's; it must live until the next one is set.
+    void setFont(const QFont &font, const AdvanceTable *heights);
     void setLineWidth(qreal width) { m_lineWidth = width; }
     const QFont &font() const { return m_font; }
+    const AdvanceTable *heights() const { return m_heights; }
 
     /// Makes sure that the block's own layout has lines. Returns its size if it had none.
     std::optional<ParagraphSize> shape(const QTextBlock &block);
@@ -39,6 +44,10 @@ public:
     /// Shapes a block only for its size.
     ParagraphSize sizeOf(const QTextBlock &block) const;
 
+    /// Whether a block is the empty one after the end of the last line. Where lines follow their
+    /// ink, it is only as high as a caret, and keeps more of the lines in sight.
+    static bool hasOnlyCaret(const QTextBlock &block);
+
     /// `removed` blocks from first on became `inserted` ones.
     void replace(int first, int removed, int inserted);
     /// Gives everything back.
@@ -46,10 +55,12 @@ public:
 
 private:
     static bool isSlow(const QTextBlock &block);
+    ParagraphSize breakBlock(QTextLayout *layout, const QTextBlock &block) const;
     void release(int block) const;
 
     const QTextDocument *m_document;
     QFont m_font;
+    const AdvanceTable *m_heights = nullptr;
     qreal m_lineWidth = 0;
     ShapedBlockCache m_shaped;
     SegmentedParagraphCache m_segmented;

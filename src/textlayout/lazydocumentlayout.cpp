@@ -3,6 +3,7 @@
 #include "textlayout/lazydocumentlayout.h"
 
 #include "textlayout/blockheight.h"
+#include "textlayout/linedrawing.h"
 #include "textlayout/segmentedparagraph.h"
 
 #include <QPainter>
@@ -33,9 +34,21 @@ selectedRanges(const QTextBlock &block,
     return ranges;
 }
 
-/// Offset in a laid out text of a point relative to the layout; `exact` when it is on the text.
-int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accuracy, bool *exact)
+BrokenText brokenText(const QTextBlock &block, const TextSetting &setting)
 {
+    return {*block.layout(), block.text(), setting.heights()};
+}
+
+/// Bands that follow the ink are expensive to know, and at most so far from what Qt has for a line.
+bool mayCover(const QTextLine &line, qreal y)
+{
+    return line.y() - line.height() <= y && y <= line.y() + 2 * line.height();
+}
+
+/// Offset in a laid out text of a point relative to the layout; `exact` when it is on the text.
+int offsetAt(const BrokenText &text, QPointF point, Qt::HitTestAccuracy accuracy, bool *exact)
+{
+    const QTextLayout &layout = text.layout;
     const QTextLine::CursorPosition where = accuracy == Qt::ExactHit
                                                 ? QTextLine::CursorOnCharacter
                                                 : QTextLine::CursorBetweenCharacters;
@@ -43,9 +56,12 @@ int offsetAt(const QTextLayout &layout, QPointF point, Qt::HitTestAccuracy accur
     for (int i = 0; i < layout.lineCount(); ++i) {
         const QTextLine line = layout.lineAt(i);
         const QRectF rect = line.naturalTextRect();
-        if (rect.top() > point.y()) {
+        const LineBand band = mayCover(line, point.y())
+                                  ? bandOf(line, text)
+                                  : LineBand{.top = rect.top(), .bottom = rect.bottom()};
+        if (band.top > point.y()) {
             offset = std::min(offset, line.textStart());
-        } else if (rect.bottom() <= point.y()) {
+        } else if (band.bottom <= point.y()) {
             offset = std::max(offset, line.textStart() + line.textLength());
         } else {
             *exact = rect.left() <= point.x() && rect.right() >= point.x();
@@ -84,6 +100,11 @@ qreal LazyDocumentLayout::margin() const
     return std::round(document()->documentMargin());
 }
 
+int LazyDocumentLayout::topMargin() const
+{
+    return std::max(static_cast<int>(margin()), m_setting.roomForCaret());
+}
+
 qreal LazyDocumentLayout::lineWidth() const
 {
     return std::max(0.0, m_pageWidth - 2 * margin());
@@ -99,7 +120,7 @@ QSizeF LazyDocumentLayout::documentSize() const
     if (!isLaidOut())
         return QSizeF(0, 0);
     return QSizeF(std::max(m_pageWidth, m_widestLine + 2 * margin()),
-                  document()->lineCount() + 2 * margin());
+                  topMargin() + document()->lineCount() + margin());
 }
 
 QRectF LazyDocumentLayout::frameBoundingRect(QTextFrame *) const
@@ -110,12 +131,12 @@ QRectF LazyDocumentLayout::frameBoundingRect(QTextFrame *) const
 
 int LazyDocumentLayout::topOf(const QTextBlock &block) const
 {
-    return block.firstLineNumber() + static_cast<int>(margin());
+    return block.firstLineNumber() + topMargin();
 }
 
 QTextBlock LazyDocumentLayout::blockAt(qreal y) const
 {
-    const int row = static_cast<int>(std::ceil(y - margin())) - 1;
+    const int row = static_cast<int>(std::ceil(y - topMargin())) - 1;
     // The first and the last one may have no height, and then no line has their number.
     if (row < 0)
         return document()->firstBlock();
@@ -137,6 +158,8 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
         shapeOnDemand(block);
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
+    if (m_setting.followsInk() && block.layout()->lineCount() > 0)
+        rect.setHeight(block.lineCount());
     return rect;
 }
 
@@ -153,14 +176,17 @@ int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accura
     }
 
     const QTextLayout &layout = *block.layout();
-    const QRectF rect = layout.boundingRect().translated(layout.position());
+    QRectF rect = layout.boundingRect().translated(layout.position());
+    if (m_setting.followsInk())
+        rect = {rect.left(), layout.position().y(), rect.width(), qreal(block.lineCount())};
     const int last = document()->characterCount() - 1;
     if (point.y() < rect.top() || point.y() > rect.bottom()) {
         const int end = block.position() + (point.y() > rect.bottom() ? block.length() : 0);
         return accuracy == Qt::ExactHit ? miss : std::min(end, last);
     }
     bool exact = false;
-    const int offset = offsetAt(layout, point - layout.position(), accuracy, &exact);
+    const int offset =
+        offsetAt(brokenText(block, m_setting), point - layout.position(), accuracy, &exact);
     if (accuracy == Qt::ExactHit && !exact)
         return miss;
     // What an input method composes is not yet a part of the document.
@@ -210,20 +236,25 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
 void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &context,
                                    const QTextBlock &block) const
 {
-    const QTextLayout &layout = *block.layout();
+    const BrokenText text = brokenText(block, m_setting);
+    const QTextLayout &layout = text.layout;
     QRectF clip(margin(), 0, documentSize().width() - 2 * margin(), documentSize().height());
     if (context.clip.isValid())
         clip &= context.clip;
-    layout.draw(painter, QPointF(), selectedRanges(block, context.selections), clip);
+    painter->save();
+    drawLines(painter, text, QPointF(), selectedRanges(block, context.selections), clip);
     painter->setPen(context.palette.color(QPalette::Text));
 
+    if (m_setting.followsInk() && BlockShaper::hasOnlyCaret(block))
+        painter->setClipRect(blockBoundingRect(block), Qt::IntersectClip);
     // Positions below -1 count within the text that an input method is composing.
     const int position = context.cursorPosition;
     if (block.contains(position))
-        layout.drawCursor(painter, QPointF(), position - block.position(), m_cursorWidth);
+        drawCaret(painter, text, QPointF(), position - block.position(), m_cursorWidth);
     else if (position < -1 && !layout.preeditAreaText().isEmpty())
-        layout.drawCursor(painter, QPointF(), layout.preeditAreaPosition() - (position + 2),
-                          m_cursorWidth);
+        drawCaret(painter, text, QPointF(), layout.preeditAreaPosition() - (position + 2),
+                  m_cursorWidth);
+    painter->restore();
 }
 
 /// Makes sure that the block's own layout has lines and knows its place.

@@ -1,16 +1,14 @@
 #pragma once
 
-#include "textlayout/advancetable.h"
 #include "textlayout/blockshaper.h"
+#include "textlayout/textsetting.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QBasicTimer>
 #include <QColor>
 #include <QTextBlock>
-#include <QTextOption>
 
 #include <functional>
-#include <memory>
 
 namespace tarn::console {
 
@@ -29,8 +27,9 @@ using TextColour = std::function<QColor(const QTextBlock &block, const QPalette 
 /// Drawn are the texts of the blocks in the document's default font, each in the direction and with
 /// the alignment of its block, and in the colour of its own that it may have; selections; the
 /// caret; and what an input method composes. The text is broken and placed as Qt's own document
-/// layout does it, with one difference: see paragraphOption(). A line is wider than the page only
-/// when a single character is.
+/// layout does it, with two differences: see paragraphOption(); and in a font that declares far
+/// more height than its texts ink, lines stand as close as their ink allows. A line is wider than
+/// the page only when a single character is.
 ///
 /// Everything else that a document can hold is ignored: pages, frames, tables, lists and images;
 /// margins, indents, line heights, tab stops and backgrounds of blocks; whether a block is visible.
@@ -68,9 +67,15 @@ public:
     /// Where a block begins, as far as the heights before it are known.
     int topOf(const QTextBlock &block) const;
 
+    TextSetting::LineHeights lineHeights() const;
+
     /// Whether blockBoundingRect() shapes a long block. It is asked wherever a text cursor is put;
     /// without shaping, the rectangle may be empty or another.
     void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
+
+    /// Whether there is so much room above the first line that what Qt takes for the caret is
+    /// within the document there, and can be scrolled into view.
+    void setRoomForCaret(bool room) { m_setting.setRoomForCaret(room); }
 
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
@@ -95,10 +100,10 @@ protected:
 private:
     bool isLaidOut() const;
     qreal margin() const;
+    int topMargin() const;
     qreal lineWidth() const;
 
     void reportSize();
-    bool takeFont();
     void changeEverything(bool sameTexts);
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
@@ -116,8 +121,7 @@ private:
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
 
-    std::unique_ptr<AdvanceTable> m_advances;
-    QTextOption m_option;
+    TextSetting m_setting;
     TextColour m_textColour; ///< null for the palette's
     qreal m_pageWidth = -1;  ///< of the heights; -1 before the first
     int m_blockCount = 1;

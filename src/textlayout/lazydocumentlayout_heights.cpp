@@ -47,7 +47,9 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     }
     const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
     const bool noHeights = m_pageWidth < 0;
-    const bool newFont = takeFont();
+    const bool newFont = m_setting.take(document(), paintDevice(), [this] { m_shaper.clear(); });
+    if (newFont)
+        m_shaper.setFont(m_setting.font(), m_setting.heights());
     // The wide line may be gone. A change of a format is no removal, it counts the same twice.
     const bool maybeNarrower =
         charsRemoved > 0 && charsRemoved != charsAdded && m_widestLine > lineWidth();
@@ -70,19 +72,6 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
 void LazyDocumentLayout::reportSize()
 {
     Q_EMIT documentSizeChanged(documentSize());
-}
-
-/// Takes over how the document's text is set. Returns whether that is another way than before.
-bool LazyDocumentLayout::takeFont()
-{
-    const QFont font = document()->defaultFont();
-    const QTextOption option = document()->defaultTextOption();
-    if (m_advances && font == m_shaper.font() && breakAlike(option, m_option))
-        return false;
-    m_shaper.setFont(font);
-    m_option = option;
-    m_advances = std::make_unique<AdvanceTable>(font, paintDevice(), option);
-    return true;
 }
 
 /// With the same texts as before, only the width is another: most lines fit as they did.
@@ -160,11 +149,13 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
 {
     block.clearLayout();
     const QString text = block.text();
-    const AdvanceTable::Line line = m_advances->lineOf(text);
+    const AdvanceTable::Line line = m_setting.heights()->lineOf(text);
     // Wider than the characters: kerning, and glyphs that reach over their advance.
     BlockHeight height{.pixels = line.height,
                        .oneLineWidth = static_cast<int>(std::ceil(line.width + line.height)),
                        .rowHeight = line.height};
+    if (m_setting.followsInk() && BlockShaper::hasOnlyCaret(block))
+        height.pixels = m_setting.heights()->caretReach().height();
     if (line.certain && height.oneLineWidth <= lineWidth()) {
         height.certainty = BlockHeight::Certainty::OneLine;
         height.keepIn(block);
@@ -183,6 +174,11 @@ void LazyDocumentLayout::guess(const QTextBlock &block, const BlockHeight &heigh
     height.keepIn(block);
     // At the end at most: to find out where the block is would take as long as the guess.
     m_lastGuess = document()->blockCount() - 1;
+}
+
+TextSetting::LineHeights LazyDocumentLayout::lineHeights() const
+{
+    return m_setting.lineHeights(document(), paintDevice());
 }
 
 bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)

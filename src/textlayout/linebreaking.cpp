@@ -1,5 +1,6 @@
 #include "textlayout/linebreaking.h"
 
+#include "textlayout/advancetable.h"
 #include "textlayout/overlongwords.h"
 
 #include <QString>
@@ -51,6 +52,15 @@ bool breakInside(const OverlongWords &words, QTextLayout *layout, QTextLine *lin
     return line->textStart() + line->textLength() < end && line->naturalTextWidth() <= width;
 }
 
+/// How far a line reaches; what an input method composes is not in the text.
+InkReach reachOf(const QTextLine &line, const BrokenText &text)
+{
+    const bool known = text.layout.preeditAreaText().isEmpty();
+    return text.heights->reachOf(
+        line,
+        known ? QStringView(text.text).sliced(line.textStart(), line.textLength()) : QStringView());
+}
+
 /// The edge that a document's default alignment means for a text of a direction: left is where the
 /// text begins, unless it is absolute.
 Qt::Alignment visualAlignment(Qt::LayoutDirection direction, Qt::Alignment alignment)
@@ -88,7 +98,7 @@ void keepShapedText(QTextLayout *layout, const QString &text)
 }
 
 ParagraphSize breakIntoLines(QTextLayout *layout, const QString &text, const QTextOption &option,
-                             qreal lineWidth)
+                             qreal lineWidth, const AdvanceTable *heights)
 {
     // What an input method composes is not in the text.
     const OverlongWords words(layout->preeditAreaText().isEmpty() ? text : QString());
@@ -103,15 +113,37 @@ ParagraphSize breakIntoLines(QTextLayout *layout, const QString &text, const QTe
         line.setLeadingIncluded(true);
         if (!breakInside(words, layout, &line, current, lineWidth))
             setLineWidth(layout, &line, &current, mayBreakWords, lineWidth);
-        line.setPosition(QPointF(0, y));
-        bottom = y + line.height();
-        // A negative leading lets lines overlap.
-        y += std::ceil(line.ascent() + line.descent() + line.leading());
+        if (heights && heights->followsInk()) {
+            const InkReach reach = reachOf(line, {*layout, text, heights});
+            line.setPosition(QPointF(0, y + reach.above - line.ascent()));
+            y += reach.height();
+        } else {
+            line.setPosition(QPointF(0, y));
+            bottom = y + line.height();
+            // A negative leading lets lines overlap.
+            y += std::ceil(line.ascent() + line.descent() + line.leading());
+        }
         size.width = std::max(size.width, line.naturalTextWidth());
     }
     layout->endLayout();
     size.height = static_cast<int>(std::ceil(std::max(y, bottom)));
     return size;
+}
+
+bool BrokenText::followsInk() const
+{
+    return heights && heights->followsInk();
+}
+
+LineBand bandOf(const QTextLine &line, const BrokenText &text)
+{
+    if (!text.followsInk()) {
+        const QRectF rect = line.naturalTextRect();
+        return {.top = rect.top(), .bottom = rect.bottom()};
+    }
+    const qreal baseline = std::round(line.y() + line.ascent());
+    const InkReach reach = reachOf(line, text);
+    return {.top = baseline - reach.above, .bottom = baseline + reach.below};
 }
 
 } // namespace tarn::console

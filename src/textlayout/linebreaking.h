@@ -1,13 +1,16 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 
-class QString;
 class QTextBlock;
 class QTextLayout;
+class QTextLine;
 class QTextOption;
 
 namespace tarn::console {
+
+class AdvanceTable;
 
 /// Size of a shaped paragraph, in pixels.
 struct ParagraphSize
@@ -29,8 +32,29 @@ void keepShapedText(QTextLayout *layout, const QString &text);
 /// places.
 bool breakAlike(const QTextOption &a, const QTextOption &b);
 
-/// Breaks the text of a layout into lines of a width, as a text document does it.
+/// Breaks the text of a layout into lines of a width. With a table that follows the ink, the lines
+/// stand as close as their ink allows; otherwise, as a text document does it.
 ParagraphSize breakIntoLines(QTextLayout *layout, const QString &text, const QTextOption &option,
-                             qreal lineWidth);
+                             qreal lineWidth, const AdvanceTable *heights = nullptr);
+
+/// A layout that was broken into lines.
+struct BrokenText
+{
+    const QTextLayout &layout;
+    /// A block's layout does not tell it.
+    QString text;
+    /// What it was broken with.
+    const AdvanceTable *heights = nullptr;
+
+    bool followsInk() const;
+};
+
+/// The part of a layout's height that belongs to one of its lines.
+struct LineBand
+{
+    qreal top = 0;
+    qreal bottom = 0;
+};
+LineBand bandOf(const QTextLine &line, const BrokenText &text);
 
 } // namespace tarn::console

@@ -1,5 +1,6 @@
 #include "textlayout/segmentedparagraph.h"
 
+#include "textlayout/linedrawing.h"
 #include "textlayout/overlongclusters.h"
 
 #include <QPainter>
@@ -103,6 +104,7 @@ bool SegmentedParagraph::isContinuedBy(const QString &text, const Setting &setti
 {
     return text.startsWith(m_text) && setting.font == m_setting.font
            && setting.device == m_setting.device && setting.lineWidth == m_setting.lineWidth
+           && setting.heights == m_setting.heights
            && setting.option.textDirection() == m_setting.option.textDirection()
            && breakAlike(setting.option, m_setting.option);
 }
@@ -149,8 +151,8 @@ SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start,
                     .length = text.size()};
     keepShapedText(segment.layout.get(), text);
     splitOverlongClusters(segment.layout.get(), text);
-    segment.size =
-        breakIntoLines(segment.layout.get(), text, m_setting.option, m_setting.lineWidth);
+    segment.size = breakIntoLines(segment.layout.get(), text, m_setting.option, m_setting.lineWidth,
+                                  m_setting.heights);
     return segment;
 }
 
@@ -179,12 +181,18 @@ bool SegmentedParagraph::cutOff(Segment *segment) const
             continue;
         const QTextLine last = layout.lineAt(line - 1);
         segment->length = next.textStart();
-        segment->size = {.height = static_cast<int>(next.y()), .width = widthOf(layout, line)};
+        const LineBand band = bandOf(next, brokenText(*segment));
+        segment->size = {.height = static_cast<int>(band.top), .width = widthOf(layout, line)};
         moveOutOfSight(layout, line);
         // Lines that overlap would not fit together.
-        return last.y() + last.height() <= segment->size.height;
+        return bandOf(last, brokenText(*segment)).bottom <= segment->size.height;
     }
     return false;
+}
+
+BrokenText SegmentedParagraph::brokenText(const Segment &segment) const
+{
+    return {*segment.layout, segment.layout->text(), m_setting.heights};
 }
 
 ParagraphSize SegmentedParagraph::size() const
@@ -209,7 +217,7 @@ void SegmentedParagraph::draw(QPainter *painter, QPointF position,
     for (const Segment &segment : m_segments) {
         const qreal bottom = position.y() + segment.size.height;
         if (!clip.isValid() || (bottom >= clip.top() && position.y() <= clip.bottom()))
-            segment.layout->draw(painter, position, selections, clip);
+            drawLines(painter, brokenText(segment), position, selections, clip);
         position.setY(bottom);
     }
 }
@@ -220,8 +228,8 @@ void SegmentedParagraph::drawCursor(QPainter *painter, QPointF position, int off
     // The caret at the end of a segment is drawn at the start of the next line.
     for (const Segment &segment : m_segments) {
         if (offset < segment.start + segment.length || &segment == &m_segments.back()) {
-            segment.layout->drawCursor(painter, position, offset - static_cast<int>(segment.start),
-                                       width);
+            drawCaret(painter, brokenText(segment), position,
+                      offset - static_cast<int>(segment.start), width);
             return;
         }
         position.ry() += segment.size.height;

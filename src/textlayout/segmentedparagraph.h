@@ -36,6 +36,7 @@ public:
         QPaintDevice *device = nullptr;
         QTextOption option;
         qreal lineWidth = 0;
+        const AdvanceTable *heights = nullptr; ///< of the font; see breakIntoLines()
     };
 
     SegmentedParagraph();
@@ -64,6 +65,7 @@ private:
     bool shapeSegments();
     Segment shapeSegment(qsizetype start, qsizetype maximumLength) const;
     bool cutOff(Segment *segment) const;
+    BrokenText brokenText(const Segment &segment) const;
     qsizetype shapedEnd() const;
     bool isCut(qsizetype position) const;
 

@@ -1,15 +1,52 @@
 #include "widgets/consoletextedit.h"
 
+#include <QApplication>
+#include <QEvent>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QProxyStyle>
+#include <QShowEvent>
+#include <QStyleFactory>
+#include <QStyleOption>
 #include <QTextDocument>
 #include <QWheelEvent>
 
+#include <cmath>
+
 namespace tarn::console {
+
+namespace {
+
+/// Draws frames one pixel further inside.
+class InnerFrame : public QProxyStyle
+{
+public:
+    explicit InnerFrame(QObject *parent)
+        : QProxyStyle(QStyleFactory::create(QApplication::style()->name()))
+    {
+        setParent(parent);
+    }
+
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override
+    {
+        const auto *frame = qstyleoption_cast<const QStyleOptionFrame *>(option);
+        if (element != PE_Frame || !frame) {
+            QProxyStyle::drawPrimitive(element, option, painter, widget);
+            return;
+        }
+        QStyleOptionFrame inner = *frame;
+        inner.rect.adjust(1, 1, -1, -1);
+        QProxyStyle::drawPrimitive(element, &inner, painter, widget);
+    }
+};
+
+} // namespace
 
 ConsoleTextEdit::ConsoleTextEdit(QWidget *parent, const TextColour &textColour)
     : QTextEdit(parent)
     , m_lazyLayout(new LazyDocumentLayout(document(), viewport(), textColour))
+    , m_innerFrame(new InnerFrame(this))
 {
     document()->setDocumentLayout(m_lazyLayout);
     setAcceptRichText(false);
@@ -42,6 +79,40 @@ void ConsoleTextEdit::focusOutEvent(QFocusEvent *event)
     QTextEdit::focusOutEvent(event);
     constexpr int widthOfTheFlag = 4;
     viewport()->update(cursorRect().adjusted(-widthOfTheFlag, 0, widthOfTheFlag, 0));
+}
+
+int ConsoleTextEdit::frameHeight() const
+{
+    const QMargins margins = viewportMargins();
+    return 2 * frameWidth() + margins.top() + margins.bottom();
+}
+
+/// At a fractional scale, the edge of the widget can cut the line of the frame off, and a viewport
+/// that begins right beside the line can cover it.
+void ConsoleTextEdit::keepFrameInSight()
+{
+    const bool isFractional = devicePixelRatioF() != std::floor(devicePixelRatioF());
+    if (isFractional == m_hasInnerFrame)
+        return;
+    m_hasInnerFrame = isFractional;
+    setStyle(isFractional ? m_innerFrame : nullptr);
+    const int distance = isFractional ? 2 : 0;
+    setViewportMargins(distance, distance, distance, distance);
+    updateGeometry();
+}
+
+bool ConsoleTextEdit::event(QEvent *event)
+{
+    const bool isHandled = QTextEdit::event(event);
+    if (event->type() == QEvent::ScreenChangeInternal)
+        keepFrameInSight();
+    return isHandled;
+}
+
+void ConsoleTextEdit::showEvent(QShowEvent *event)
+{
+    keepFrameInSight();
+    QTextEdit::showEvent(event);
 }
 
 void ConsoleTextEdit::wheelEvent(QWheelEvent *event)

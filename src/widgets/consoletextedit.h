@@ -20,15 +20,23 @@ protected:
 
     LazyDocumentLayout *lazyLayout() const { return m_lazyLayout; }
 
+    /// What the widget is higher than its viewport.
+    int frameHeight() const;
+
+    bool event(QEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void timerEvent(QTimerEvent *event) override;
 
 private:
     void updateTabStops();
+    void keepFrameInSight();
 
     LazyDocumentLayout *m_lazyLayout; ///< the document's
+    QStyle *m_innerFrame;
+    bool m_hasInnerFrame = false;
 };
 
 } // namespace tarn::console

@@ -5,7 +5,6 @@
 
 #include <QClipboard>
 #include <QDropEvent>
-#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
@@ -60,8 +59,8 @@ void InputEditor::setClipboardOffer(const ClipboardOffer *offer)
 
 int InputEditor::heightForText() const
 {
-    const int frame = 2 * frameWidth();
-    const int line = QFontMetrics(font()).lineSpacing()
+    const int frame = frameHeight();
+    const int line = lazyLayout()->lineHeights().plain
                      + static_cast<int>(std::ceil(2 * document()->documentMargin()));
     const int text = static_cast<int>(std::ceil(document()->size().height()));
     return std::min(std::max(line, text) + frame, maximumHeight());

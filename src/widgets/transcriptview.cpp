@@ -1,5 +1,6 @@
 #include "widgets/transcriptview.h"
 
+#include "textlayout/lazydocumentlayout.h"
 #include "widgets/accessibletranscript.h"
 #include "widgets/caretkeys.h"
 #include "widgets/draftpresentation.h"
@@ -9,7 +10,6 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QCoreApplication>
-#include <QFontMetrics>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
@@ -46,6 +46,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     , m_readingPlace(this, lazyLayout())
 {
     QAccessible::installFactory(accessibleTranscript);
+    lazyLayout()->setRoomForCaret(true);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
@@ -153,6 +154,12 @@ void TranscriptView::resizeEvent(QResizeEvent *event)
     m_readingPlace.rearrange([this, event] { ConsoleTextEdit::resizeEvent(event); });
 }
 
+/// The base class scrolls to the caret, which is at the beginning.
+void TranscriptView::showEvent(QShowEvent *event)
+{
+    m_readingPlace.keep([this, event] { ConsoleTextEdit::showEvent(event); });
+}
+
 void TranscriptView::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::FontChange)
@@ -256,10 +263,16 @@ void TranscriptView::contextMenuEvent(QContextMenuEvent *event)
         selectAll();
 }
 
+int TranscriptView::lineHeight() const
+{
+    return lazyLayout()->lineHeights().plain;
+}
+
 QSize TranscriptView::minimumSizeHint() const
 {
-    const int line = QFontMetrics(font()).lineSpacing() + qRound(2 * document()->documentMargin());
-    return {ConsoleTextEdit::minimumSizeHint().width(), line + 2 * frameWidth()};
+    const int lines = lineHeight() + lazyLayout()->lineHeights().last;
+    const int margins = qRound(2 * document()->documentMargin()) + frameHeight();
+    return {ConsoleTextEdit::minimumSizeHint().width(), lines + margins};
 }
 
 void TranscriptView::setDraftEditor(QTextEdit *editor)

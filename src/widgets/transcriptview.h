@@ -62,13 +62,18 @@ public:
     void setDraftEditor(QTextEdit *editor);
     void applyDraftPresentation();
 
-    /// One whole line: where space is short, the transcript yields no further.
+    /// Of a line of output without any signs of unusual height.
+    int lineHeight() const;
+
+    /// One whole line, and the place of the next one: where space is short, the transcript yields
+    /// no further.
     QSize minimumSizeHint() const override;
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     void changeEvent(QEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
 

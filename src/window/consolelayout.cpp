@@ -5,6 +5,7 @@
 #include "window/commands.h"
 #include "window/menus.h"
 #include "window/pathlabel.h"
+#include "window/rowstyle.h"
 #include "window/statuslabel.h"
 
 #include <QFont>
@@ -33,23 +34,25 @@ Widget *create(const char *objectName, Arguments... arguments)
     return widget;
 }
 
-QLabel *createLabel(const char *objectName)
+/// Takes no more height than its ink.
+template<typename Widget>
+Widget *createInRow(const char *objectName, QStyle *style)
 {
-    auto *label = create<QLabel>(objectName);
-    label->setTextFormat(Qt::PlainText);
-    return label;
+    auto *widget = create<Widget>(objectName);
+    widget->setStyle(style);
+    return widget;
 }
 
-QToolButton *createButton(const char *objectName, QAction *action)
+QToolButton *createButton(const char *objectName, QStyle *style, QAction *action)
 {
-    auto *button = create<QToolButton>(objectName);
+    auto *button = createInRow<QToolButton>(objectName, style);
     button->setDefaultAction(action);
     return button;
 }
 
-QToolButton *createMenuButton(const char *objectName, QMenu *menu)
+QToolButton *createMenuButton(const char *objectName, QStyle *style, QMenu *menu)
 {
-    auto *button = create<QToolButton>(objectName);
+    auto *button = createInRow<QToolButton>(objectName, style);
     button->setMenu(menu);
     button->setPopupMode(QToolButton::InstantPopup);
     return button;
@@ -60,6 +63,7 @@ QToolButton *createMenuButton(const char *objectName, QMenu *menu)
 ConsoleLayout::ConsoleLayout(QWidget *window, Transcript *transcript, const Commands &commands,
                              const Menus &menus)
     : content(new QWidget(window))
+    , m_rowStyle(new RowStyle(content))
 {
     content->setObjectName("centralContent");
     auto *rows = new QVBoxLayout(content);
@@ -67,7 +71,7 @@ ConsoleLayout::ConsoleLayout(QWidget *window, Transcript *transcript, const Comm
     rows->setSpacing(rowSpacing);
 
     // Made from top to bottom: the tab order is the order of making.
-    m_title = createLabel("consoleTitle");
+    m_title = createInRow<RowLabel>("consoleTitle", m_rowStyle);
     rows->addWidget(m_title);
     rows->addLayout(createSourceRow(commands));
     transcriptView = create<TranscriptView>("transcript", transcript);
@@ -76,8 +80,7 @@ ConsoleLayout::ConsoleLayout(QWidget *window, Transcript *transcript, const Comm
     rows->addLayout(createFindRow(commands));
     rows->addLayout(createInputRow());
     rows->addLayout(createInputButtonsRow(commands));
-    inputStatus = createLabel("inputStatus");
-    inputStatus->setWordWrap(true);
+    inputStatus = create<StatusLabel>("inputStatus");
     rows->addWidget(inputStatus);
     runStatus = create<StatusLabel>("runStatus");
     rows->addWidget(runStatus);
@@ -89,38 +92,40 @@ ConsoleLayout::ConsoleLayout(QWidget *window, Transcript *transcript, const Comm
 QLayout *ConsoleLayout::createSourceRow(const Commands &commands)
 {
     auto *row = new QHBoxLayout;
-    m_sourceLabel = createLabel("sourceLabel");
+    m_sourceLabel = createInRow<RowLabel>("sourceLabel", m_rowStyle);
     sourcePath = create<PathLabel>("sourcePath");
     m_sourceLabel->setBuddy(sourcePath);
     row->addWidget(m_sourceLabel);
     row->addWidget(sourcePath, 1);
-    row->addWidget(createButton("openSource", commands.action(Command::Open)));
-    row->addWidget(createButton("runSource", commands.action(Command::Run)));
-    row->addWidget(createButton("stopProgram", commands.action(Command::Stop)));
+    row->addWidget(createButton("openSource", m_rowStyle, commands.action(Command::Open)));
+    row->addWidget(createButton("runSource", m_rowStyle, commands.action(Command::Run)));
+    row->addWidget(createButton("stopProgram", m_rowStyle, commands.action(Command::Stop)));
     return row;
 }
 
 QLayout *ConsoleLayout::createViewControlsRow(const Commands &commands, const Menus &menus)
 {
     auto *row = new QHBoxLayout;
-    m_directionButton = createMenuButton("contentDirection", menus.menu(Menu::ContentDirection));
-    m_languageButton = createMenuButton("interfaceLanguage", menus.menu(Menu::Language));
-    chooseTarnButton = createButton("chooseTarn", commands.action(Command::ChooseTarn));
+    m_directionButton =
+        createMenuButton("contentDirection", m_rowStyle, menus.menu(Menu::ContentDirection));
+    m_languageButton =
+        createMenuButton("interfaceLanguage", m_rowStyle, menus.menu(Menu::Language));
+    chooseTarnButton = createButton("chooseTarn", m_rowStyle, commands.action(Command::ChooseTarn));
     row->addWidget(m_directionButton);
     row->addWidget(m_languageButton);
     row->addStretch();
     row->addWidget(chooseTarnButton);
-    row->addWidget(createButton("clearOutput", commands.action(Command::ClearOutput)));
+    row->addWidget(createButton("clearOutput", m_rowStyle, commands.action(Command::ClearOutput)));
     return row;
 }
 
 QLayout *ConsoleLayout::createFindRow(const Commands &commands)
 {
     auto *row = new QHBoxLayout;
-    findField = create<QLineEdit>("findOutput");
-    searchStatus = createLabel("searchStatus");
+    findField = createInRow<QLineEdit>("findOutput", m_rowStyle);
+    searchStatus = createInRow<RowLabel>("searchStatus", m_rowStyle);
     row->addWidget(findField, 1);
-    row->addWidget(createButton("findOutputAction", commands.action(Command::Find)));
+    row->addWidget(createButton("findOutputAction", m_rowStyle, commands.action(Command::Find)));
     row->addWidget(searchStatus);
     return row;
 }
@@ -128,7 +133,7 @@ QLayout *ConsoleLayout::createFindRow(const Commands &commands)
 QLayout *ConsoleLayout::createInputRow()
 {
     auto *row = new QFormLayout;
-    m_inputLabel = createLabel("programInputLabel");
+    m_inputLabel = createInRow<RowLabel>("programInputLabel", m_rowStyle);
     draft = create<InputEditor>("inputDraft");
     draft->setMaximumHeight(maximumDraftHeight);
     m_inputLabel->setBuddy(draft);
@@ -140,8 +145,8 @@ QLayout *ConsoleLayout::createInputButtonsRow(const Commands &commands)
 {
     auto *row = new QHBoxLayout;
     row->addStretch();
-    row->addWidget(createButton("sendInput", commands.action(Command::Send)));
-    row->addWidget(createButton("closeInput", commands.action(Command::CloseInput)));
+    row->addWidget(createButton("sendInput", m_rowStyle, commands.action(Command::Send)));
+    row->addWidget(createButton("closeInput", m_rowStyle, commands.action(Command::CloseInput)));
     return row;
 }
 

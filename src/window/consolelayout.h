@@ -6,6 +6,7 @@ class QFont;
 class QLabel;
 class QLayout;
 class QLineEdit;
+class QStyle;
 class QToolButton;
 class QWidget;
 
@@ -44,7 +45,7 @@ public:
     QLineEdit *findField = nullptr;
     QLabel *searchStatus = nullptr;
     InputEditor *draft = nullptr;
-    QLabel *inputStatus = nullptr;
+    StatusLabel *inputStatus = nullptr;
     StatusLabel *runStatus = nullptr;
 
 private:
@@ -54,6 +55,7 @@ private:
     QLayout *createInputRow();
     QLayout *createInputButtonsRow(const Commands &commands);
 
+    QStyle *m_rowStyle;
     QLabel *m_title = nullptr;
     QLabel *m_sourceLabel = nullptr;
     QToolButton *m_directionButton = nullptr;

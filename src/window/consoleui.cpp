@@ -2,10 +2,13 @@
 
 #include "widgets/inputeditor.h"
 #include "widgets/transcriptview.h"
+#include "window/rowstyle.h"
 
 #include <QFont>
 #include <QLineEdit>
 #include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
 
 namespace tarn::console {
 
@@ -16,9 +19,14 @@ ConsoleUi::ConsoleUi(QMainWindow *window, Transcript *transcript)
     , focusKeeper(layout.transcriptView)
     , answerFocus(layout.draft, layout.findField)
     , m_window(window)
+    , m_popupFont(window)
 {
     commands.setFocusKeeper(&focusKeeper);
     window->setCentralWidget(layout.content);
+    auto *style = new RowStyle(window);
+    window->menuBar()->setStyle(style);
+    for (std::size_t i = 0; i < menuCount; ++i)
+        menus.menu(static_cast<Menu>(i))->setStyle(style);
 }
 
 void ConsoleUi::retranslate()
@@ -32,6 +40,7 @@ void ConsoleUi::setFont(const QFont &font)
 {
     m_window->setFont(font);
     layout.setFont(font);
+    m_popupFont.set(font);
 }
 
 } // namespace tarn::console

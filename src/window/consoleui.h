@@ -5,6 +5,7 @@
 #include "window/consolelayout.h"
 #include "window/focuskeeper.h"
 #include "window/menus.h"
+#include "window/popupfont.h"
 
 class QFont;
 class QMainWindow;
@@ -29,6 +30,7 @@ struct ConsoleUi
 
 private:
     QMainWindow *m_window;
+    PopupFont m_popupFont;
 };
 
 } // namespace tarn::console

@@ -75,7 +75,7 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
     if (!options.sourcePath.isEmpty())
         m_source->select(options.sourcePath);
 
-    new MinimumSize(this);
+    new MinimumSize(this, layout);
     resize(initialSize);
     if (!m_preferences->windowGeometry.isEmpty())
         restoreGeometry(m_preferences->windowGeometry);

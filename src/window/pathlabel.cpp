@@ -1,5 +1,6 @@
 #include "window/pathlabel.h"
 
+#include "textlayout/fontink.h"
 #include "window/pathmarks.h"
 #include "window/visibletext.h"
 
@@ -67,7 +68,9 @@ QSize PathLabel::minimumSizeHint() const
 /// A line break in a path is drawn as an escape and takes no line.
 int PathLabel::lineHeight(int labelHeight) const
 {
-    return visibleText(text()) == text() ? labelHeight : fontMetrics().height();
+    if (visibleText(text()) == text())
+        return labelHeight;
+    return fontMetrics().height() + contentsMargins().top() + contentsMargins().bottom();
 }
 
 void PathLabel::resizeEvent(QResizeEvent *event)
@@ -89,7 +92,9 @@ void PathLabel::showEnd()
 {
     const int excess = QFontMetrics(font()).horizontalAdvance(shownText()) - width();
     const int largest = std::numeric_limits<qint16>::max();
-    setContentsMargins(-std::clamp(excess + 1, 0, largest), 0, 0, 0);
+    // What no ink needs reaches over the row in the same way.
+    const InkReach spare = spareRoom(visibleText(text()), font());
+    setContentsMargins(-std::clamp(excess + 1, 0, largest), -spare.above, 0, -spare.below);
 }
 
 /// What is copied is the path; what is seen must not be able to look like another one.
@@ -161,7 +166,9 @@ void PathLabel::paintEvent(QPaintEvent *event)
         drawShownText(&painter);
     if (!isCut())
         return;
-    const QRect corner(0, 0, fontMetrics().horizontalAdvance(ellipsis), height());
+    QRect corner = contentsRect();
+    corner.setLeft(0);
+    corner.setWidth(fontMetrics().horizontalAdvance(ellipsis));
     painter.fillRect(corner, palette().color(backgroundRole()));
     style()->drawItemText(&painter, corner, Qt::AlignCenter, palette(), isEnabled(), ellipsis,
                           foregroundRole());

@@ -1,5 +1,6 @@
 #include "window/statuslabel.h"
 
+#include "textlayout/fontink.h"
 #include "window/visibletext.h"
 
 #include <QFontMetrics>
@@ -10,31 +11,10 @@
 #include <QTextOption>
 #include <QToolTip>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tarn::console {
-
-namespace {
-
-/// Lays a text out in lines of a width, breaking words only where a line has no other place.
-void layOut(QTextLayout &layout, int width, Qt::Alignment alignment)
-{
-    const auto direction = layout.text().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
-    QTextOption option(QStyle::visualAlignment(direction, alignment) & Qt::AlignHorizontal_Mask);
-    option.setTextDirection(direction);
-    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    layout.setTextOption(option);
-    layout.beginLayout();
-    qreal height = 0;
-    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-        line.setLineWidth(width);
-        line.setPosition({0, height});
-        height += line.height();
-    }
-    layout.endLayout();
-}
-
-} // namespace
 
 StatusLabel::StatusLabel(QWidget *parent)
     : QLabel(parent)
@@ -50,57 +30,123 @@ void StatusLabel::showMessage(const StatusMessage &message)
     setText(message.text());
 }
 
+void StatusLabel::setMaximumLines(int lines)
+{
+    if (lines == m_maximumLines)
+        return;
+    m_maximumLines = lines;
+    updateGeometry();
+    update();
+}
+
 /// Otherwise the label has some other text, which it shows as it stands.
 bool StatusLabel::showsMessage() const
 {
     return !m_message.argument.isEmpty() && text() == m_message.text();
 }
 
+/// The text with so many characters at most; of a message, so many of its argument.
+QString StatusLabel::shownText(qsizetype mostCharacters) const
+{
+    return showsMessage() ? m_message.isolatedText(mostCharacters)
+                          : shortenedText(text(), mostCharacters);
+}
+
+qsizetype StatusLabel::longestText() const
+{
+    return showsMessage()
+               ? std::min(StatusMessage::usualCharacters, visibleText(m_message.argument).size())
+               : text().size();
+}
+
+/// Lays a text out in lines of a width, breaking words only where a line has no other place.
+/// Returns the height of the lines.
+int StatusLabel::layOut(QTextLayout &layout, int width) const
+{
+    const auto direction = layout.text().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight;
+    QTextOption option(QStyle::visualAlignment(direction, alignment()) & Qt::AlignHorizontal_Mask);
+    option.setTextDirection(direction);
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    const InkReach spare = spareRoom(layout.text(), font());
+    int height = 0;
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(width);
+        line.setPosition(QPointF(0, height - spare.above));
+        height += static_cast<int>(std::ceil(line.height())) - spare.height();
+    }
+    layout.endLayout();
+    return height;
+}
+
+int StatusLabel::lineHeight() const
+{
+    QTextLayout layout(QString(), font());
+    return layOut(layout, width());
+}
+
+int StatusLabel::linesForWidth(int width) const
+{
+    QTextLayout layout(shownText(longestText()), font());
+    layOut(layout, width);
+    return std::max(1, layout.lineCount());
+}
+
+/// How much of the text can be shown in the lines that there are.
+qsizetype StatusLabel::fittingCharacters(int width) const
+{
+    qsizetype most = longestText();
+    if (linesForWidth(width) <= m_maximumLines)
+        return most;
+    qsizetype fitting = 1;
+    while (most - fitting > 1) {
+        const qsizetype middle = (fitting + most) / 2;
+        QTextLayout layout(shownText(middle), font());
+        layOut(layout, width);
+        (layout.lineCount() <= m_maximumLines ? fitting : most) = middle;
+    }
+    return fitting;
+}
+
 QSize StatusLabel::sizeHint() const
 {
     constexpr int usualLineLength = 60;
-    if (!showsMessage())
-        return QLabel::sizeHint();
     const int width = usualLineLength * fontMetrics().averageCharWidth();
     return {width, heightForWidth(width)};
 }
 
 QSize StatusLabel::minimumSizeHint() const
 {
-    return showsMessage() ? QSize(0, fontMetrics().height()) : QLabel::minimumSizeHint();
+    return {0, lineHeight()};
 }
 
 int StatusLabel::heightForWidth(int width) const
 {
-    if (!showsMessage())
-        return QLabel::heightForWidth(width);
-    QTextLayout layout(m_message.isolatedText(), font());
-    layOut(layout, width, alignment());
-    return static_cast<int>(std::ceil(layout.boundingRect().height()));
+    QTextLayout layout(shownText(fittingCharacters(width)), font());
+    return std::max(layOut(layout, width), lineHeight());
 }
 
 bool StatusLabel::event(QEvent *event)
 {
     if (event->type() != QEvent::ToolTip)
         return QLabel::event(event);
-    if (showsMessage() && m_message.isShortened()) {
+    const bool shortened =
+        fittingCharacters(width()) < longestText() || (showsMessage() && m_message.isShortened());
+    if (shortened) {
         QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
-                           visibleToolTip(m_message.argument), this);
+                           visibleToolTip(showsMessage() ? m_message.argument : text()), this);
     }
     return true;
 }
 
-void StatusLabel::paintEvent(QPaintEvent *event)
+void StatusLabel::paintEvent(QPaintEvent *)
 {
-    if (!showsMessage()) {
-        QLabel::paintEvent(event);
-        return;
-    }
-    QTextLayout layout(m_message.isolatedText(), font());
-    layOut(layout, width(), alignment());
+    QTextLayout layout(shownText(fittingCharacters(width())), font());
+    const int textHeight = layOut(layout, width());
     QPainter painter(this);
     painter.setPen(palette().color(foregroundRole()));
-    layout.draw(&painter, {0, (height() - layout.boundingRect().height()) / 2});
+    layout.draw(&painter, QPointF(0, (height() - textHeight) / 2));
 }
 
 } // namespace tarn::console

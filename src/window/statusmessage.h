@@ -20,9 +20,12 @@ struct StatusMessage
     QString text() const;
     /// The same with the argument as a bidirectional isolate (UAX #9, section 2.4), so that a path
     /// in an Arabic sentence keeps its order on the screen, and its folders theirs; with its
-    /// controls escaped, and with its middle left out when it is very long.
-    QString isolatedText() const;
-    bool isShortened() const;
+    /// controls escaped, and with its middle left out when it has more than so many characters.
+    QString isolatedText(qsizetype mostCharacters = usualCharacters) const;
+    bool isShortened(qsizetype mostCharacters = usualCharacters) const;
+
+    /// So much of the argument is shown; as fits into three lines of a window of the usual size.
+    static constexpr qsizetype usualCharacters = 200;
 };
 
 } // namespace tarn::console

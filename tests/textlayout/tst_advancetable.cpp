@@ -6,6 +6,7 @@
 #include <QTest>
 #include <QTextLayout>
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 
@@ -20,6 +21,7 @@ struct RealLine
 {
     RealLine(const QString &text, const QFont &font, const QTextOption &option)
     {
+        const auto plain = plainInk(font, nullptr);
         QTextLayout layout(text, font);
         layout.setTextOption(option);
         layout.beginLayout();
@@ -28,12 +30,18 @@ struct RealLine
         line.setLineWidth(100'000);
         layout.endLayout();
         width = line.naturalTextWidth();
-        height = int(std::ceil(line.ascent() + line.descent() + line.leading()));
+        height = plain ? plain->united(inkOf(line)).height()
+                       : int(std::ceil(line.ascent() + line.descent() + line.leading()));
     }
 
     qreal width;
     int height;
 };
+
+bool hasMarks(const QString &text)
+{
+    return std::any_of(text.begin(), text.end(), [](QChar unit) { return unit.isMark(); });
+}
 
 const char16_t *const pieces[] = {
     u"word",  u"AVTo", u"fi", u"é",     u"ß", u"ñ",      u"αβγ", u"Привет", u"Հայ",  u"שלום",
@@ -86,10 +94,17 @@ void TestAdvanceTable::aCertainLineIsAsHighAndNotWider()
         for (int i = random.bounded(1, 12); i > 0; --i)
             text += QString::fromUtf16(pieces[random.bounded(int(std::size(pieces)))]);
         const AdvanceTable::Line line = extents.lineOf(text);
+        // Where lines follow their ink, what stands on a letter decides.
+        if (extents.followsInk() && hasMarks(text)) {
+            QVERIFY2(!line.certain, qPrintable(text));
+            continue;
+        }
         QVERIFY2(line.certain, qPrintable(text));
         const RealLine real(text, font, option);
+        // A character on its own may be hinted a pixel higher than beside others.
+        const int tolerance = extents.followsInk() ? 1 : 0;
         QVERIFY2(
-            line.height == real.height,
+            line.height >= real.height && line.height <= real.height + tolerance,
             qPrintable(u"'%1': %2 instead of %3"_s.arg(text).arg(line.height).arg(real.height)));
         QVERIFY2(line.width + line.height >= real.width, qPrintable(text));
     }

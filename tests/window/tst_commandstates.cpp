@@ -10,6 +10,7 @@
 #include "window/inputcontroller.h"
 #include "window/preferences.h"
 #include "window/sourcechoice.h"
+#include "window/statuslabel.h"
 
 #include <QAction>
 #include <QMainWindow>

@@ -1,7 +1,14 @@
+#include "support/popupmeeting.h"
 #include "support/testregistry.h"
 #include "window/consolewindow.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
+#include <QDialog>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -26,6 +33,11 @@ private Q_SLOTS:
     void theUsualMinimumSizeReturnsWithTheUsualFont();
     void aLongStatusMessageIsShownWhole();
     void theTranscriptGetsTheSpareHeight();
+    void menusHaveTheWindowsFont();
+    void dialogsHaveTheWindowsFont_data();
+    void dialogsHaveTheWindowsFont();
+    void contextMenusHaveTheWindowsFont_data();
+    void contextMenusHaveTheWindowsFont();
 };
 
 namespace {
@@ -163,6 +175,70 @@ void TestConsoleWindowFonts::theTranscriptGetsTheSpareHeight()
         window.resize(900, 700);
         QTRY_COMPARE(transcript->height(), height + 80);
     }
+}
+
+void TestConsoleWindowFonts::menusHaveTheWindowsFont()
+{
+    ConsoleWindow window({.interfaceLanguage = u"en"_s, .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    for (const int zoom : {0, 60, -90}) {
+        window.zoomBy(zoom);
+        QCOMPARE(window.menuBar()->font(), window.font());
+        const QList<QMenu *> menus = window.findChildren<QMenu *>();
+        QVERIFY(menus.size() >= 6);
+        for (const QMenu *menu : menus)
+            QVERIFY2(menu->font() == window.font(), qPrintable(menu->title()));
+    }
+}
+
+void TestConsoleWindowFonts::dialogsHaveTheWindowsFont_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::newRow("settings") << u"settingsAction"_s;
+    QTest::newRow("help") << u"helpAction"_s;
+}
+
+void TestConsoleWindowFonts::dialogsHaveTheWindowsFont()
+{
+    QFETCH(QString, action);
+    ConsoleWindow window({.interfaceLanguage = u"en"_s, .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.zoomBy(70);
+    const auto open = [&window, &action] { window.findChild<QAction *>(action)->trigger(); };
+    QVERIFY(meetDialog(open, [&window](QDialog *dialog) {
+        QCOMPARE(dialog->font(), window.font());
+        const QList<QWidget *> parts = dialog->findChildren<QWidget *>();
+        for (const QWidget *part : parts)
+            QVERIFY2(part->font().pointSize() == 19, part->metaObject()->className());
+    }));
+}
+
+void TestConsoleWindowFonts::contextMenusHaveTheWindowsFont_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const QString &name : {u"transcript"_s, u"inputDraft"_s, u"findOutput"_s})
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+void TestConsoleWindowFonts::contextMenusHaveTheWindowsFont()
+{
+    QFETCH(QString, name);
+    ConsoleWindow window({.interfaceLanguage = u"en"_s, .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.zoomBy(70);
+    auto *widget = window.findChild<QWidget *>(name);
+    const QScopeGuard enabled([widget, was = widget->isEnabled()] { widget->setEnabled(was); });
+    widget->setEnabled(true);
+    const PopupMeeting<QMenu> meeting(
+        [&window](QMenu *menu) { QCOMPARE(menu->font(), window.font()); });
+    const QPoint middle = widget->rect().center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, middle, widget->mapToGlobal(middle));
+    QWidget *target = widget->childAt(middle) ? widget->childAt(middle) : widget;
+    QCoreApplication::sendEvent(target, &event);
+    QTRY_VERIFY(meeting.isOver());
 }
 
 } // namespace tarn::console

@@ -1,9 +1,16 @@
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QFontMetrics>
 #include <QHash>
+#include <QImage>
+#include <QPixmap>
+#include <QProcess>
+#include <QScreen>
 #include <QTest>
+#include <QTextBlock>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
@@ -21,6 +28,15 @@ private Q_SLOTS:
     void transcriptGetsAllTheExtraHeight();
     void rowsTakeNoMoreThanTheyNeed_data();
     void rowsTakeNoMoreThanTheyNeed();
+    void rowsStayWhereTheyAreDuringARun_data();
+    void rowsStayWhereTheyAreDuringARun();
+    void aLongStatusNeverGrowsTheWindow();
+    void aLongStatusWrapsWhileThreeLinesOfOutputRemain();
+    void theWindowGivesBackWhatLargeFontsTook();
+    void aResizedWindowKeepsItsSizeAfterLargeFonts();
+    void framesHaveAllEdges();
+    void framesHaveAllEdgesAtFractionalScales_data();
+    void framesHaveAllEdgesAtFractionalScales();
     void draftIsOneLineHighAtFirst();
     void draftGrowsWithItsTextUpTo84Pixels();
 };
@@ -30,6 +46,61 @@ namespace {
 const QVBoxLayout *rowsOf(const ConsoleWindowFixture &fixture)
 {
     return qobject_cast<QVBoxLayout *>(fixture.window->centralWidget()->layout());
+}
+
+QHash<QWidget *, QRect> rowGeometries(const ConsoleWindowFixture &fixture)
+{
+    QHash<QWidget *, QRect> geometries;
+    const QWidgetList widgets = fixture.window->centralWidget()->findChildren<QWidget *>(
+        QString(), Qt::FindDirectChildrenOnly);
+    for (QWidget *widget : widgets)
+        geometries.insert(widget, widget->geometry());
+    return geometries;
+}
+
+/// Whether a line crosses the way from one point to another.
+bool meetsLine(const QImage &image, QPoint from, QPoint to)
+{
+    constexpr int lineIsDarkerThan = 220;
+    for (int y = from.y(); y <= to.y(); ++y) {
+        for (int x = from.x(); x <= to.x(); ++x) {
+            if (qGray(image.pixel(x, y)) < lineIsDarkerThan)
+                return true;
+        }
+    }
+    return false;
+}
+
+/// Names the edges that the frame of a widget has lost in a picture of its window.
+QString missingEdges(const QImage &image, const QWidget *widget)
+{
+    const qreal scale = image.devicePixelRatio();
+    const QRectF rect(widget->mapTo(widget->window(), QPoint(0, 0)) * scale,
+                      QSizeF(widget->size()) * scale);
+    const QPoint middle = rect.center().toPoint();
+    const QPoint reach(4, 4);
+    const QPoint topLeft = rect.topLeft().toPoint();
+    const QPoint bottomRight = rect.bottomRight().toPoint();
+    const auto crosses = [&](QPoint edge, bool isVertical) {
+        const QPoint way = isVertical ? QPoint(reach.x(), 0) : QPoint(0, reach.y());
+        return meetsLine(image, edge - way, edge + way);
+    };
+    QStringList missing;
+    if (!crosses({topLeft.x(), middle.y()}, true))
+        missing << u"left"_s;
+    if (!crosses({bottomRight.x(), middle.y()}, true))
+        missing << u"right"_s;
+    if (!crosses({middle.x(), topLeft.y()}, false))
+        missing << u"top"_s;
+    if (!crosses({middle.x(), bottomRight.y()}, false))
+        missing << u"bottom"_s;
+    return missing.join(u' ');
+}
+
+int outputLineHeight(const ConsoleWindowFixture &fixture)
+{
+    const QTextDocument *document = fixture.view()->document();
+    return document->documentLayout()->blockBoundingRect(document->firstBlock()).toRect().height();
 }
 
 } // namespace
@@ -98,11 +169,142 @@ void TestConsoleWindowSizes::rowsTakeNoMoreThanTheyNeed()
     QCOMPARE(fixture.view()->height(), spare);
 }
 
+void TestConsoleWindowSizes::rowsStayWhereTheyAreDuringARun_data()
+{
+    addInterfaceLanguages();
+}
+
+/// Otherwise the pointer is on another button.
+void TestConsoleWindowSizes::rowsStayWhereTheyAreDuringARun()
+{
+    const ConsoleWindowFixture fixture("echo-lines\n", optionsInRowLanguage());
+    QVERIFY(fixture.show());
+    const QHash<QWidget *, QRect> atFirst = rowGeometries(fixture);
+    const auto moved = [&fixture, &atFirst] {
+        QCoreApplication::processEvents();
+        return rowGeometries(fixture) != atFirst;
+    };
+    QVERIFY(fixture.run());
+    QVERIFY(!moved());
+    fixture.draft()->setFocus();
+    fixture.press(Qt::Key_Return, Qt::ShiftModifier);
+    QVERIFY(!fixture.inputStatus().isEmpty());
+    QVERIFY(!moved());
+    fixture.trigger("closeInputAction");
+    QVERIFY(fixture.waitForEnd());
+    QVERIFY(!fixture.runStatus().isEmpty());
+    QVERIFY(!moved());
+}
+
+void TestConsoleWindowSizes::aLongStatusNeverGrowsTheWindow()
+{
+    ConsoleStartupOptions options = englishOptions();
+    options.executablePath = u"/no/such/"_s + u"folder with a name/"_s.repeated(60);
+    const ConsoleWindowFixture fixture("print x\n", options);
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.trigger("runAction");
+    QVERIFY(fixture.runStatus().size() > 600);
+    QCoreApplication::processEvents();
+    QCOMPARE(fixture.window->size(), QSize(800, 500));
+    QCOMPARE(fixture.window->minimumSize(), QSize(800, 500));
+}
+
+void TestConsoleWindowSizes::aLongStatusWrapsWhileThreeLinesOfOutputRemain()
+{
+    ConsoleStartupOptions options = englishOptions();
+    options.executablePath = u"/no/such/"_s + u"folder with a name/"_s.repeated(60);
+    const ConsoleWindowFixture fixture("print x\n", options);
+    QVERIFY(fixture.show());
+    const auto *status = fixture.find<QLabel>("runStatus");
+    const int line = status->height();
+    fixture.trigger("runAction");
+    QTRY_VERIFY(status->height() >= 2 * line);
+    QVERIFY(fixture.view()->viewport()->height() >= 3 * outputLineHeight(fixture));
+
+    // There is no room to wrap in where three lines of output would not remain.
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(50);
+    QTRY_VERIFY(status->height() < 2 * QFontMetrics(status->font()).height());
+    fixture.window->resetZoom();
+    QTRY_VERIFY(status->height() >= 2 * line);
+}
+
+void TestConsoleWindowSizes::theWindowGivesBackWhatLargeFontsTook()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(20);
+    QCoreApplication::processEvents();
+    QCOMPARE(fixture.window->size(), QSize(800, 500));
+    fixture.window->zoomBy(80);
+    QTRY_VERIFY(fixture.window->height() > 500);
+    fixture.window->zoomBy(-40);
+    fixture.window->resetZoom();
+    QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
+    QTRY_COMPARE(fixture.window->size(), QSize(800, 500));
+}
+
+void TestConsoleWindowSizes::aResizedWindowKeepsItsSizeAfterLargeFonts()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(100);
+    QTRY_VERIFY(fixture.window->height() > 500);
+    const QSize chosen = fixture.window->size() + QSize(20, 30);
+    QVERIFY(fixture.resizeTo(chosen));
+    fixture.window->resetZoom();
+    QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
+    QCOMPARE(fixture.window->size(), chosen);
+}
+
+void TestConsoleWindowSizes::framesHaveAllEdges()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    for (const QSize &size : {QSize(900, 620), QSize(901, 621), QSize(902, 622), QSize(903, 623)}) {
+        QVERIFY(fixture.resizeTo(size));
+        const QImage image = fixture.window->grab().toImage();
+        QCOMPARE(missingEdges(image, fixture.view()), QString());
+        QCOMPARE(missingEdges(image, fixture.draft()), QString());
+    }
+}
+
+void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales_data()
+{
+    QTest::addColumn<QString>("scale");
+    for (const QString &scale : {u"1.25"_s, u"1.5"_s, u"1.75"_s, u"2"_s})
+        QTest::newRow(qPrintable(scale)) << scale;
+}
+
+/// The scale holds for a process.
+void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales()
+{
+    QFETCH(QString, scale);
+    QProcess scaled;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"QT_SCALE_FACTOR"_s, scale);
+    scaled.setProcessEnvironment(environment);
+    scaled.start(QCoreApplication::arguments().constFirst(), {u"framesHaveAllEdges"_s});
+    QVERIFY(scaled.waitForFinished(ConsoleWindowFixture::patience));
+    const QByteArray output = scaled.readAllStandardOutput();
+    QVERIFY2(scaled.exitCode() == 0, output.constData());
+    QVERIFY2(output.contains("PASS   : tarn::console::TestConsoleWindowSizes::framesHaveAllEdges"),
+             output.constData());
+}
+
 void TestConsoleWindowSizes::draftIsOneLineHighAtFirst()
 {
     const ConsoleWindowFixture fixture("wait-forever");
     QVERIFY(fixture.show());
-    const int line = QFontMetrics(fixture.draft()->font()).lineSpacing();
+    const int line = fixture.draft()
+                         ->document()
+                         ->documentLayout()
+                         ->blockBoundingRect(fixture.draft()->document()->firstBlock())
+                         .toRect()
+                         .height();
     const int height = fixture.draft()->viewport()->height();
     QVERIFY2(height >= line && height < 2 * line, qPrintable(QString::number(height)));
 
