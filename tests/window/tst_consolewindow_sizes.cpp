@@ -288,7 +288,7 @@ void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales()
     environment.insert(u"QT_SCALE_FACTOR"_s, scale);
     scaled.setProcessEnvironment(environment);
     scaled.start(QCoreApplication::arguments().constFirst(), {u"framesHaveAllEdges"_s});
-    QVERIFY(scaled.waitForFinished(ConsoleWindowFixture::patience));
+    QVERIFY(scaled.waitForFinished(patience));
     const QByteArray output = scaled.readAllStandardOutput();
     QVERIFY2(scaled.exitCode() == 0, output.constData());
     QVERIFY2(output.contains("PASS   : tarn::console::TestConsoleWindowSizes::framesHaveAllEdges"),
