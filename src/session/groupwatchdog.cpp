@@ -82,6 +82,11 @@ private:
     if (::chdir("/") != 0)
         ::_exit(EXIT_FAILURE);
     restoreSignals();
+    // It outlives whoever asks everything of a user to end; SIGKILL and SIGSTOP it cannot refuse.
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        if (number != SIGCHLD)
+            std::signal(number, SIG_IGN);
+    }
     char *const environment[] = {nullptr};
     ::execve(shell, arguments, environment);
     ::_exit(EXIT_FAILURE);
