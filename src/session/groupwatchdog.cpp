@@ -22,17 +22,22 @@ namespace {
 ///
 /// The group goes first. Then /proc shows who else is in the session: behind the name of a process,
 /// which is in brackets and may hold anything, line feeds too, come its state, parent, group and
-/// session. More than one look, because what is killed may just have started something.
+/// session. What is killed may just have started something that the look has missed: it looks until
+/// it has found nobody for a while, and gives up where somebody cannot be killed.
 constexpr const char *shell = "/bin/sh";
 constexpr const char *script = R"sh({
 read -r line <&3 && exit
-for look in 1 2 3; do
+look=0
+vain=0
+while [ "$vain" -lt 10 ] && [ "$look" -lt 200 ]; do
+    look=$((look + 1))
+    vain=$((vain + 1))
     kill -s KILL -- "-$1"
     for file in /proc/[0-9]*/stat; do
         stat=
         while read -r part || [ -n "$part" ]; do stat="$stat $part"; done <"$file"
         set -- "$1" ${stat##*) }
-        [ "$5" = "$1" ] && kill -s KILL -- "-$4"
+        [ "$5" = "$1" ] && [ "$2" != Z ] && vain=0 && kill -s KILL -- "-$4"
     done
 done
 } &)sh";
@@ -77,6 +82,11 @@ private:
     if (::chdir("/") != 0)
         ::_exit(EXIT_FAILURE);
     restoreSignals();
+    // It outlives whoever asks everything of a user to end; SIGKILL and SIGSTOP it cannot refuse.
+    for (int number = 1; number <= SIGRTMAX; ++number) {
+        if (number != SIGCHLD)
+            std::signal(number, SIG_IGN);
+    }
     char *const environment[] = {nullptr};
     ::execve(shell, arguments, environment);
     ::_exit(EXIT_FAILURE);

@@ -1,7 +1,10 @@
 #include "session/processsession.h"
 
+#include <QDeadlineTimer>
+
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <memory>
@@ -12,10 +15,13 @@
 
 namespace tarn::console {
 
+using namespace std::chrono_literals;
+
 namespace {
 
-/// What is killed may have started something just before, in a group that was looked at already.
-constexpr int killRounds = 3;
+/// What is killed may have started something just before, in a group that was looked at already. We
+/// look again until nothing is found, or until the window must have its turn.
+constexpr auto longestKilling = 25ms;
 
 /// The processes that a look at /proc has found.
 struct SessionScan
@@ -56,7 +62,8 @@ SessionScan scanSession(pid_t leader)
 /// What is killed may also have fled into the leader's group; any other signal comes there once.
 void signalOtherGroups(pid_t leader, int signalNumber)
 {
-    for (int round = 0; round < (signalNumber == SIGKILL ? killRounds : 1); ++round) {
+    const QDeadlineTimer deadline(signalNumber == SIGKILL ? longestKilling : 0ms);
+    do {
         std::set<pid_t> groups = scanSession(leader).groups;
         if (signalNumber != SIGKILL)
             groups.erase(leader);
@@ -64,7 +71,10 @@ void signalOtherGroups(pid_t leader, int signalNumber)
             return;
         for (const pid_t group : groups)
             signalProcessGroup(group, signalNumber);
-    }
+        // Nobody leaves a group that gets SIGKILL.
+        if (groups == std::set{leader})
+            return;
+    } while (!deadline.hasExpired());
 }
 
 /// The group too, because /proc may hide its members.

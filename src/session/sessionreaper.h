@@ -11,8 +11,8 @@
 namespace tarn::console {
 
 /// Kills what is left of a program's session after its leader has ended, when a grace is over; at
-/// once when the reaper is destroyed. It deletes itself then. Until then it keeps the watchdog of
-/// the session, if there is one.
+/// once when the reaper is destroyed. It deletes itself when nothing is left, or two seconds later.
+/// Until then it keeps the watchdog of the session, if there is one.
 class SessionReaper : public QObject
 {
 public:
@@ -21,6 +21,9 @@ public:
     ~SessionReaper() override;
 
 private:
+    void kill();
+
+    int m_looks = 0;
     pid_t m_leader;
     std::unique_ptr<GroupWatchdog> m_watchdog;
 };

@@ -144,7 +144,7 @@ void TestProgramSessionEndurance::manyRunsLeaveNothing()
         runOnce(all.at(static_cast<std::size_t>(i) % all.size()));
 
     QCOMPARE(openDescriptors().join(u' '), descriptors.join(u' '));
-    QCOMPARE(livingChildrenOf(::getpid()), QList<pid_t>());
+    QTRY_COMPARE(livingChildrenOf(::getpid()), QList<pid_t>());
     QCOMPARE(findChildren<QTimer *>().size(), 0);
     // Nothing grows with the number of runs; what the allocator keeps is less than this.
     const auto grown = static_cast<qint64>(::mallinfo2().uordblks) - static_cast<qint64>(memory);
@@ -163,7 +163,7 @@ void TestProgramSessionEndurance::failedStartsLeaveNothingOfOurs()
     for (int i = 0; i < count && !QTest::currentTestFailed(); ++i)
         runOnce(course);
     QVERIFY(openDescriptors().size() <= descriptors + count);
-    QCOMPARE(livingChildrenOf(::getpid()), QList<pid_t>());
+    QTRY_COMPARE(livingChildrenOf(::getpid()), QList<pid_t>());
 }
 
 void TestProgramSessionEndurance::theLastOutputIsNeverLost()

@@ -59,6 +59,7 @@ private Q_SLOTS:
     void watchesWhileTheProgramRuns();
     void sparesTheGroupOfAProgramThatEndedByItself();
     void theWatchdogInheritsNothing();
+    void theWatchdogOutlivesRequestsToEnd();
 };
 
 /// Each program says "ready" when it and its children do what their row says.
@@ -238,6 +239,29 @@ void TestProgramSessionLeftovers::theWatchdogInheritsNothing()
     QCOMPARE(environment.readAll(), QByteArray());
     run.session.stop();
     QVERIFY(run.waitForOutcome());
+}
+
+void TestProgramSessionLeftovers::theWatchdogOutlivesRequestsToEnd()
+{
+    const SourceFile source("show-ids\nfork-grandchild\nready\nwait-forever\n");
+    QProcess host;
+    host.start(QStringLiteral(TARN_SESSION_HOST), {scriptedChild(), source.path()});
+    QByteArray output;
+    QTRY_VERIFY((output += host.readAllStandardOutput()).contains("ready\n"));
+    const pid_t group = reportedNumber(output, "group:");
+    // The starter of the watchdog has gone, and left it alone.
+    const auto starterIsGone = [&] {
+        return livingChildrenOf(static_cast<pid_t>(host.processId())) == QList<pid_t>{group};
+    };
+    QVERIFY(QTest::qWaitFor(starterIsGone));
+    QCOMPARE(livingWatchdogsOf(group).size(), 1);
+    const pid_t watchdog = livingWatchdogsOf(group).constFirst();
+    for (const int number : {SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGTSTP, SIGUSR1, SIGALRM})
+        QCOMPARE(::kill(watchdog, number), 0);
+
+    host.kill();
+    QVERIFY(host.waitForFinished());
+    compareNothingLeft(group);
 }
 
 } // namespace tarn::console
