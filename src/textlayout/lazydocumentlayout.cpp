@@ -145,11 +145,6 @@ QTextBlock LazyDocumentLayout::blockAt(qreal y) const
     return document()->findBlockByLineNumber(row);
 }
 
-bool LazyDocumentLayout::isExact(const QTextBlock &block)
-{
-    return BlockHeight::fromUserState(block.userState()).isExact();
-}
-
 QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
 {
     if (!isLaidOut() || !block.isValid())
@@ -171,7 +166,7 @@ int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accura
     QTextBlock block = blockAt(point.y());
     // Another height can move the point out of the block.
     for (bool exact = false; !exact; block = blockAt(point.y())) {
-        exact = isExact(block);
+        exact = BlockHeight::of(block).isExact();
         shapeOnDemand(block);
     }
 

@@ -59,7 +59,6 @@ public:
 
     /// Whether no height is a guess.
     bool isExact() const { return m_lastGuess < 0; }
-    static bool isExact(const QTextBlock &block);
 
     /// The block that covers a y, its bottom edge included as in hit tests; above the first block
     /// that one, below the last that one.

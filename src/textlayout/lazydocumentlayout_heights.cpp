@@ -202,7 +202,7 @@ bool LazyDocumentLayout::measureOnce(Sight sight)
     // Shaped and not only measured: they are about to be painted.
     for (QTextBlock block = blockAt(sight.top + 1); block.isValid() && topOf(block) < sight.bottom;
          block = block.next()) {
-        if (isExact(block))
+        if (BlockHeight::of(block).isExact())
             continue;
         const int height = block.lineCount();
         if (!shapeSegments(block))
@@ -219,7 +219,7 @@ bool LazyDocumentLayout::measureGuesses()
     const QDeadlineTimer end(idleSlice, Qt::PreciseTimer);
     QTextBlock block = document()->findBlockByNumber(m_lastGuess);
     for (; block.isValid(); block = block.previous()) {
-        if (isExact(block))
+        if (BlockHeight::of(block).isExact())
             continue;
         if (end.hasExpired())
             break;

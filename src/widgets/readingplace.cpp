@@ -1,5 +1,6 @@
 #include "widgets/readingplace.h"
 
+#include "textlayout/blockheight.h"
 #include "textlayout/lazydocumentlayout.h"
 
 #include <QScopedValueRollback>
@@ -220,10 +221,9 @@ ScrollAnchor ReadingPlace::firstExactInSight() const
 {
     const int bottom = bar()->value() + m_view->viewport()->height();
     QTextBlock block = m_layout->blockAt(bar()->value() + 1);
-    while (block.isValid() && !LazyDocumentLayout::isExact(block)
-           && m_layout->topOf(block) < bottom)
+    while (block.isValid() && !BlockHeight::of(block).isExact() && m_layout->topOf(block) < bottom)
         block = block.next();
-    if (!block.isValid() || !LazyDocumentLayout::isExact(block))
+    if (!block.isValid() || !BlockHeight::of(block).isExact())
         return anchor();
     return {.blockNumber = block.blockNumber(), .offset = offsetOf(block)};
 }

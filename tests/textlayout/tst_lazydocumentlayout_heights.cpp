@@ -1,3 +1,4 @@
+#include "textlayout/blockheight.h"
 #include "textlayout/lazydocumentlayout.h"
 
 #include "support/patience.h"
@@ -132,7 +133,7 @@ void TestLazyDocumentLayoutHeights::whatComesIntoSightMeanwhileIsMeasuredToo()
     QVERIFY(document.layout().measure(sight));
     for (QTextBlock block = document.layout().blockAt(sight().top + 1); block.isValid();
          block = block.next())
-        QVERIFY(LazyDocumentLayout::isExact(block));
+        QVERIFY(BlockHeight::of(block).isExact());
     QVERIFY(!document.layout().isExact());
 }
 
