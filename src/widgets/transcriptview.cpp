@@ -2,6 +2,7 @@
 
 #include "widgets/accessibletranscript.h"
 #include "widgets/draftpresentation.h"
+#include "widgets/readingstart.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -43,6 +44,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
     document()->setUndoRedoEnabled(false);
+    new ReadingStart(this);
 }
 
 TranscriptView::~TranscriptView() = default;
