@@ -49,7 +49,11 @@ void ReadingStart::moveCaretIntoSight()
         block = m_view->cursorForPosition({1, m_view->fontMetrics().height()}).block();
     while (block.text().isEmpty() && block.previous().isValid())
         block = block.previous();
+    // Silently: a screen reader that hears of a caret first takes the text for one that it has
+    // been in, and says nothing when the focus comes.
+    const auto before = QAccessible::installUpdateHandler([](QAccessibleEvent *) {});
     m_view->setTextCursor(QTextCursor(block));
+    QAccessible::installUpdateHandler(before);
 }
 
 } // namespace tarn::console
