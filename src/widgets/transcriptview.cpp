@@ -5,6 +5,7 @@
 #include "widgets/caretkeys.h"
 #include "widgets/draftpresentation.h"
 #include "widgets/paragraphcolour.h"
+#include "widgets/readingstart.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -51,6 +52,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);
     document()->setUndoRedoEnabled(false);
+    new ReadingStart(this);
 }
 
 TranscriptView::~TranscriptView() = default;

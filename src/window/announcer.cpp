@@ -128,8 +128,11 @@ void Announcer::schedule()
 
 void Announcer::speak()
 {
+    // Whoever listens later has not missed anything that is still to be told.
+    if (!Voice::isHeard())
+        m_narration.clear();
     const Narration::Utterance utterance = m_narration.take(now());
-    if (!utterance.isEmpty() && Voice::isHeard())
+    if (!utterance.isEmpty())
         m_voice.say(wording(utterance));
     schedule();
 }

@@ -1,8 +1,9 @@
 #include "window/voice.h"
 
+#include "window/accessibleannouncement.h"
+
 #include <QAccessible>
 #include <QAccessibleEvent>
-#include <QAccessibleObject>
 #include <QScrollBar>
 #include <QWidget>
 
@@ -42,10 +43,6 @@ bool Voice::isHeard()
 // listen to notifications that appear: objects, whose name they ask for a moment later.
 #if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
 
-class Announcement
-{
-};
-
 Voice::Voice(QWidget *window)
     : m_window(window)
 {
@@ -62,46 +59,7 @@ void Voice::say(const QString &text)
 
 #else
 
-/// A text that is announced, for as long as a screen reader may ask for it.
-class Announcement : public QObject
-{
-public:
-    explicit Announcement(QWidget *window)
-        : window(window)
-    {
-    }
-
-    QWidget *const window;
-    QString text;
-};
-
 namespace {
-
-class AccessibleAnnouncement : public QAccessibleObject
-{
-public:
-    explicit AccessibleAnnouncement(Announcement *announcement)
-        : QAccessibleObject(announcement)
-    {
-    }
-
-    QAccessibleInterface *parent() const override
-    {
-        return isValid() ? QAccessible::queryAccessibleInterface(announcement()->window) : nullptr;
-    }
-    QAccessibleInterface *child(int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
-    QAccessible::Role role() const override { return QAccessible::Notification; }
-    QAccessible::State state() const override { return {}; }
-    QString text(QAccessible::Text kind) const override
-    {
-        return isValid() && kind == QAccessible::Name ? announcement()->text : QString();
-    }
-
-private:
-    Announcement *announcement() const { return static_cast<Announcement *>(object()); }
-};
 
 QAccessibleInterface *accessibleAnnouncement(const QString &, QObject *object)
 {

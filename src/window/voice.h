@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 #include <memory>
 #include <vector>
@@ -18,7 +18,6 @@ public:
     /// Speaks for the window, which must outlive the voice.
     explicit Voice(QWidget *window);
     ~Voice();
-    Q_DISABLE_COPY_MOVE(Voice)
 
     /// Whether anybody listens. While nobody does, there is no need to find words.
     static bool isHeard();

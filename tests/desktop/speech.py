@@ -105,6 +105,11 @@ class Ears:
         return [(at, match[1]) for at, line in list(self._lines)
                 if (match := re.search(r"SPEECH OUTPUT: 'notification (.*?)'(?: ?\{.*)?$", line))]
 
+    def spoken(self):
+        """Everything that was spoken so far, announced or not."""
+        return [match[1] for line in self.lines()
+                if (match := re.search(r"SPEECH OUTPUT: '(.*?)'(?: ?\{.*)?$", line))]
+
     def close(self):
         if self._orca and self._orca.poll() is None:
             self._orca.kill()
@@ -154,6 +159,10 @@ class Listener:
     def answer(self, line):
         self.act()
         type_line(line)
+
+    def read(self):
+        """What was spoken for another reason than an announcement."""
+        return [text for text in self._ears.spoken() if not text.startswith("notification ")]
 
     def heard(self):
         return [text for _, text in self._ears.announced()[self._known:]]
@@ -268,6 +277,20 @@ def flood(listener):
                   listener.text("Program stopped by user"))
     check(len(listener.heard()) <= 3, f"{len(listener.heard())} utterances")
     check(listener.text("Program stopped by user") in listener.heard()[-1], "the end is not last")
+    listener.console.quit()
+
+
+@scenario
+def reading(listener):
+    """The focus enters the output: the reader starts at its end, which is in sight."""
+    listener.program("i=0; while [ $i -lt 100 ]; do echo \"line $i end\"; i=$((i+1)); done\n")
+    listener.focus_on("ctrl+f", "Find output")
+    listener.act("ctrl+r")
+    listener.hear(listener.text("Returned status %1", 0))
+    listener.focus_on("ctrl+1", "Program output")
+    wait_for(lambda: any("line 99 end" in text for text in listener.read()),
+             f"the last line to be read; read {listener.read()}", 5)
+    check(not any("line 0 end" in text for text in listener.read()), "the first line was read")
     listener.console.quit()
 
 
