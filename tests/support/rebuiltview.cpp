@@ -224,8 +224,9 @@ void RebuiltView::colourBlocks()
         QTextCharFormat format;
         format.setForeground(paragraphColour(m_transcript->paragraphs().at(index), palette()));
         block.layout()->setFormats({{.start = 0, .length = block.length(), .format = format}});
-        document()->markContentsDirty(block.position(), block.length());
     }
+    // All at once: to lay out every block of its own takes the square of their number.
+    document()->markContentsDirty(0, document()->characterCount());
 }
 
 TranscriptFindResult RebuiltView::findLiteral(const QString &text, bool backward)
