@@ -120,7 +120,7 @@ void TestTerminationSignals::stopsAStubbornProgram()
     QVERIFY(fixture.runUntil(u"ready"_s));
     QCOMPARE(::kill(::getpid(), SIGTERM), 0);
     QTRY_VERIFY(!fixture.window->isVisible());
-    QTRY_COMPARE(livingDescendants(), QList<pid_t>());
+    QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
 }
 
 void TestTerminationSignals::answersTheQuestionItself()

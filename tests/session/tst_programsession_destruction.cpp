@@ -107,9 +107,9 @@ struct DoomedSession
     {
         QVERIFY(!session);
         QTRY_VERIFY(!process);
-        QTRY_COMPARE(livingDescendants(), QList<pid_t>());
+        QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
         if (group > 0)
-            QTRY_COMPARE(livingWatchdogsOf(group), QList<pid_t>());
+            QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group), QList<pid_t>(), patience);
         QCOMPARE(recorder.events(), eventsBefore);
     }
 

@@ -89,7 +89,7 @@ void TestProgramSessionLeftovers::compareNothingLeft(pid_t group)
 {
     QVERIFY(group > 1);
     QTRY_COMPARE(livingMembersOfGroup(group), QList<pid_t>());
-    QTRY_COMPARE(livingWatchdogsOf(group), QList<pid_t>());
+    QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group), QList<pid_t>(), patience);
 }
 
 void TestProgramSessionLeftovers::nothingIsLeftAfterAStop()

@@ -122,7 +122,7 @@ void TestProgramSessionReentrancy::anyListenerMayCallAnything()
     QVERIFY(!run.session.inputOpen());
     QVERIFY(!run.session.inputPending());
     QTRY_COMPARE(run.session.findChildren<QProcess *>().size(), 0);
-    QTRY_COMPARE(livingDescendants(), QList<pid_t>());
+    QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
 
     // The session is as good as new.
     const quint64 before = run.session.runId();
