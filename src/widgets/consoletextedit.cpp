@@ -58,9 +58,16 @@ ConsoleTextEdit::~ConsoleTextEdit() = default;
 
 void ConsoleTextEdit::changeEvent(QEvent *event)
 {
+    if (event->type() != QEvent::FontChange && event->type() != QEvent::ApplicationFontChange) {
+        QTextEdit::changeEvent(event);
+        return;
+    }
+    // Without a page nothing is laid out: the font and its tab stops take one layout together.
+    const QSizeF page = document()->pageSize();
+    document()->setPageSize(QSizeF(0, 0));
+    updateTabStops();
     QTextEdit::changeEvent(event);
-    if (event->type() == QEvent::FontChange || event->type() == QEvent::ApplicationFontChange)
-        updateTabStops();
+    document()->setPageSize(page);
 }
 
 /// Another distance lays out the whole text again, even when it is the same.

@@ -23,7 +23,7 @@ constexpr int linesBesideLongStatus = 3;
 } // namespace
 
 MinimumSize::MinimumSize(QMainWindow *window, const ConsoleLayout &layout)
-    : QObject(window)
+    : QObject(layout.content)
     , m_window(window)
     , m_layout(layout)
 {

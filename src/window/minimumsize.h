@@ -17,7 +17,8 @@ class StatusLabel;
 class MinimumSize : public QObject
 {
 public:
-    /// The window, which has the layout's content as its central widget already, is the parent.
+    /// The window has the layout's content as its central widget already. The content is the
+    /// parent: without it there is nothing to share.
     MinimumSize(QMainWindow *window, const ConsoleLayout &layout);
 
 protected:
