@@ -322,7 +322,7 @@ void TestProgramSessionLaunch::inheritsNoneOnAnOlderKernelEither()
     QTRY_VERIFY((output += host.readAllStandardOutput()).contains("completed\n")
                 || host.state() == QProcess::NotRunning);
     host.kill();
-    QVERIFY(host.waitForFinished());
+    QVERIFY(host.state() == QProcess::NotRunning || host.waitForFinished());
     if (host.exitStatus() == QProcess::NormalExit && host.exitCode() == 69)
         QSKIP("this system forbids seccomp(2)");
     QCOMPARE(output, "descriptor:0\ndescriptor:1\ndescriptor:2\ncompleted\n"_ba);
