@@ -1,6 +1,5 @@
 #include "support/popupmeeting.h"
 #include "support/testregistry.h"
-#include "support/tracer.h"
 #include "window/consolewindowfixture.h"
 
 #include <QAbstractButton>
@@ -13,7 +12,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -81,8 +79,6 @@ private:
     QTemporaryDir m_settings;
 
 private Q_SLOTS:
-    void doesNotWaitForAProgramThatCannotBeKilled_data();
-    void doesNotWaitForAProgramThatCannotBeKilled();
     void initTestCase();
     void init();
     void closesAtOnceWithoutAProgram_data();
@@ -436,43 +432,6 @@ void TestConsoleWindowClosing::stopAndCloseSavesTheSettingsAtTheEnd()
     // The geometry of that moment.
     const ConsoleWindowFixture again("exit 0", options);
     QCOMPARE(again.window->size(), QSize(850, 600));
-}
-
-void TestConsoleWindowClosing::doesNotWaitForAProgramThatCannotBeKilled_data()
-{
-    QTest::addColumn<bool>("stoppedBefore");
-    QTest::addColumn<bool>("asked");
-    QTest::newRow("asked") << false << true;
-    QTest::newRow("from outside") << false << false;
-    QTest::newRow("asked, when it is known") << true << true;
-    QTest::newRow("from outside, when it is known") << true << false;
-}
-
-void TestConsoleWindowClosing::doesNotWaitForAProgramThatCannotBeKilled()
-{
-    QFETCH(bool, stoppedBefore);
-    QFETCH(bool, asked);
-    std::unique_ptr<Tracer> tracer;
-    const ConsoleWindowFixture fixture("show-ids\nready\nwait-forever");
-    QVERIFY(fixture.show());
-    QVERIFY(fixture.runUntil(u"ready"_s));
-    tracer = std::make_unique<Tracer>(fixture.report(u"pid"_s).toInt());
-    if (!tracer->holds())
-        QSKIP("this system forbids ptrace(2)");
-    if (stoppedBefore) {
-        fixture.trigger("stopAction");
-        QTRY_VERIFY(fixture.window->session().isUnkillable());
-        // A window that nobody has asked to close stays.
-        QVERIFY(fixture.window->isVisible());
-    }
-    if (asked)
-        QVERIFY(click(fixture, stopAndClose));
-    else
-        fixture.window->stopAndClose();
-    QTRY_VERIFY(!fixture.window->isVisible());
-    QVERIFY(fixture.window->session().isActive());
-    tracer.reset();
-    QVERIFY(fixture.waitForEnd());
 }
 
 } // namespace tarn::console
