@@ -14,9 +14,11 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
+#include <QFontInfo>
 #include <QPainter>
 #include <QProcessEnvironment>
 #include <QProxyStyle>
+#include <QScreen>
 #include <QStyleOptionComboBox>
 
 #include <utility>
@@ -81,6 +83,18 @@ void showFolderLeftToRight(const QFileDialog *dialog)
     folder->view()->setLayoutDirection(Qt::LeftToRight);
 }
 
+/// Gives a chooser the window's font and a size that goes with it. Left alone, it would become as
+/// large as its lists would like to be, which no screen is.
+void followFont(QFileDialog *dialog, const QWidget *window)
+{
+    // In sizes of the font; about what Qt's own has.
+    constexpr QSize usual(50, 33);
+    constexpr double mostOfTheScreen = 0.9;
+    dialog->setFont(window->font());
+    dialog->resize((usual * QFontInfo(window->font()).pixelSize())
+                       .boundedTo(window->screen()->availableSize() * mostOfTheScreen));
+}
+
 /// Asks for a file; empty for none.
 QString chosenFile(QFileDialog *dialog)
 {
@@ -88,6 +102,7 @@ QString chosenFile(QFileDialog *dialog)
     dialog->setSupportedSchemes({u"file"_s});
     removeButtonIcons(dialog);
     showFolderLeftToRight(dialog);
+    followFont(dialog, dialog->parentWidget());
     if (dialog->exec() != QDialog::Accepted)
         return {};
     // A chooser of the desktop may show names that Qt's own leaves out.

@@ -48,6 +48,7 @@ struct ChooserRequest
     QFileDialog::FileMode mode = QFileDialog::AnyFile;
     QFileDialog::AcceptMode purpose = QFileDialog::AcceptSave;
     const QWidget *parent = nullptr;
+    QSize size;
 };
 
 /// Waits for the chooser that the function opens, looks at it and cancels it.
@@ -65,6 +66,7 @@ inline ChooserRequest lookAtChooser(const std::function<void()> &open)
         request.mode = chooser->fileMode();
         request.purpose = chooser->acceptMode();
         request.parent = chooser->parentWidget();
+        request.size = chooser->size();
     });
     return request;
 }

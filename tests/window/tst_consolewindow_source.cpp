@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QScreen>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -23,6 +24,7 @@ private Q_SLOTS:
     void chosenSourceIsNotRunByItself();
     void choosingClearsTheRunStatus();
     void choosingLeavesTheTranscript();
+    void chooserFitsOnTheScreen();
     void chooserStartsInTheDirectoryOfTheLastSource();
     void chooserStartsInTheDirectoryOfTheSourceAtStart();
     void cancelledChooserChangesNothing_data();
@@ -92,6 +94,21 @@ void TestConsoleWindowSource::choosingLeavesTheTranscript()
     QVERIFY(chooseFile([&] { fixture.trigger("openAction"); }, chosen.path()));
     QCOMPARE(fixture.records(), before);
     QCOMPARE(fixture.view()->toPlainText(), u"first\n"_s);
+}
+
+void TestConsoleWindowSource::chooserFitsOnTheScreen()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    const QSize screen = fixture.window->screen()->availableSize();
+    const auto size = [&] { return lookAtChooser([&] { fixture.window->chooseSource(); }).size; };
+    const QSize usual = size();
+    QVERIFY(!usual.isEmpty());
+    QCOMPARE(usual.boundedTo(screen), usual);
+    fixture.window->zoomBy(100);
+    const QSize large = size();
+    QVERIFY(large.height() > usual.height());
+    QCOMPARE(large.boundedTo(screen), large);
 }
 
 void TestConsoleWindowSource::chooserStartsInTheDirectoryOfTheLastSource()
