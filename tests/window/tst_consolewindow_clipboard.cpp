@@ -50,8 +50,8 @@ public:
         m_process.closeWriteChannel();
         m_process.waitForBytesWritten();
         const QString asked = format.isEmpty() ? u"UTF8_STRING"_s : format;
-        QDeadlineTimer patience(patience);
-        while (clipboardText(asked) != text && !patience.hasExpired()) {
+        const QDeadlineTimer end(patience);
+        while (clipboardText(asked) != text && !end.hasExpired()) {
         }
     }
     ~ClipboardOwner()
