@@ -184,8 +184,14 @@ def clipboard_owner_silent(console):
         # With a paste that nobody answers, and the menu that offers it.
         console.run()
         wait_for(console.programs, "the program to start")
-        press("ctrl+2", "ctrl+v", "Menu", "Escape", "ctrl+period")
-        wait_for(lambda: not console.programs(), "the program to be stopped")
+        press("ctrl+2", "ctrl+v", "Menu")
+
+        def stopped():
+            # On a busy machine the menu may open only after the key that closes it.
+            press("Escape", "ctrl+period")
+            return not console.programs()
+
+        wait_for(stopped, "the program to be stopped")
         pings.stop()
         slowest = max(answer.wall for answer in pings.answers)
         print(f"the window was busy for {1000 * slowest:.0f} ms at most")
