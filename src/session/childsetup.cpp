@@ -37,13 +37,14 @@ void closeAtExec(int descriptor)
         ::fcntl(descriptor, F_SETFD, flags | FD_CLOEXEC);
 }
 
-/// opendir(3) would allocate.
+/// opendir(3) would allocate. The entries are not on the stack, of which the child may have 4 KiB;
+/// one child at a time is set up.
 bool closeListedAtExec(int first)
 {
+    alignas(std::uint64_t) static std::array<char, 512> entries;
     const int directory = ::open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0)
         return false;
-    alignas(std::uint64_t) std::array<char, 512> entries{};
     long size = 0;
     while ((size = ::syscall(SYS_getdents64, directory, entries.data(), entries.size())) > 0) {
         for (std::size_t at = 0; at < static_cast<std::size_t>(size);) {

@@ -314,10 +314,6 @@ void TestProgramSessionLaunch::inheritsNoForeignDescriptors()
 
 void TestProgramSessionLaunch::inheritsNoneOnAnOlderKernelEither()
 {
-#ifdef __SANITIZE_ADDRESS__
-    QSKIP(
-        "what the sanitizer adds to the stack does not fit into the 4 KiB that Qt gives the child");
-#endif
     const SourceFile source("show-descriptors\n");
     QProcess host;
     host.start(QStringLiteral(TARN_SESSION_HOST),
