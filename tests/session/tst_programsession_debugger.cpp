@@ -25,6 +25,10 @@ namespace tarn::console {
 
 namespace {
 
+const QByteArray debuggedScript = "allow-debugger\n"
+                                  "ready\n"
+                                  "wait-forever\n"_ba;
+
 /// What a process says about itself in /proc, one line of its status.
 QByteArray statusOf(qint64 pid, const QByteArray &name)
 {
@@ -66,15 +70,15 @@ public:
         m_process.start(m_name, m_name == u"gdb"_s
                                     ? QStringList{u"-nx"_s, u"-q"_s, u"-p"_s, pid}
                                     : QStringList{u"-qq"_s, u"-o"_s, u"/dev/null"_s, u"-p"_s, pid});
-        const bool attached = QTest::qWaitFor(
-            [&] {
-                return m_process.state() == QProcess::NotRunning || isForbidden()
-                       || (isReady()
-                           && statusOf(program, "TracerPid:").toLongLong()
-                                  == m_process.processId());
-            },
-            patience);
-        return attached && !isForbidden() && m_process.state() == QProcess::Running
+        // It may hold the program before QProcess has heard that it runs.
+        const auto holds = [&] {
+            return m_process.state() == QProcess::Running && isReady()
+                   && statusOf(program, "TracerPid:").toLongLong() == m_process.processId();
+        };
+        const auto gaveUp = [&] {
+            return m_process.state() == QProcess::NotRunning || isForbidden();
+        };
+        return QTest::qWaitFor([&] { return gaveUp() || holds(); }, patience) && !gaveUp()
                && signal(SIGSTOP, 'T');
     }
     bool signal(int number, char state)
@@ -146,7 +150,7 @@ class TestProgramSessionDebugger : public QObject
     Q_OBJECT
 
 private:
-    static void addDebuggers();
+    void addDebuggers();
 
     bool m_forbidden = false;
 
@@ -188,6 +192,8 @@ void TestProgramSessionDebugger::initTestCase()
 
 void TestProgramSessionDebugger::addDebuggers()
 {
+    if (m_forbidden)
+        QSKIP("this system forbids ptrace(2)");
     QTest::addColumn<QString>("name");
     QTest::newRow("dead") << u"gdb"_s;
     QTest::newRow("about to die") << u"strace"_s;
@@ -196,22 +202,18 @@ void TestProgramSessionDebugger::addDebuggers()
 /// The program is dead, and its status is the debugger's: waiting for it would not return.
 void TestProgramSessionDebugger::theEventLoopTurnsWhileADebuggerHoldsTheDead()
 {
-    if (m_forbidden)
-        QSKIP("this system forbids ptrace(2)");
     QFETCH(QString, name);
-    SessionRun run("allow-debugger\n"
-                   "ready\n"
-                   "wait-forever\n");
+    SessionRun run(debuggedScript);
     QVERIFY(run.startUntilReady());
     const qint64 program = run.process()->processId();
     Debugger debugger(name);
     QVERIFY2(debugger.attach(program), debugger.problem().constData());
     QCOMPARE(::kill(static_cast<pid_t>(program), SIGKILL), 0);
     run.session.stop();
-    QTRY_COMPARE(stateOf(program), Debugger::stateOfWhatIsKilled(name));
+    QTRY_COMPARE_WITH_TIMEOUT(stateOf(program), Debugger::stateOfWhatIsKilled(name), patience);
 
     const Heartbeat heartbeat;
-    QTRY_VERIFY(heartbeat.count() > 200);
+    QTRY_VERIFY_WITH_TIMEOUT(heartbeat.count() > 200, patience);
     QCOMPARE(stateOf(program), Debugger::stateOfWhatIsKilled(name));
     QVERIFY(run.session.isActive());
     qInfo("longest pause: %lld ms", heartbeat.longestPause());
@@ -224,20 +226,16 @@ void TestProgramSessionDebugger::theEventLoopTurnsWhileADebuggerHoldsTheDead()
 
 void TestProgramSessionDebugger::anEndWithoutAStopIsNotWaitedForEither()
 {
-    if (m_forbidden)
-        QSKIP("this system forbids ptrace(2)");
     QFETCH(QString, name);
-    SessionRun run("allow-debugger\n"
-                   "ready\n"
-                   "wait-forever\n");
+    SessionRun run(debuggedScript);
     QVERIFY(run.startUntilReady());
     const qint64 program = run.process()->processId();
     Debugger debugger(name);
     QVERIFY2(debugger.attach(program), debugger.problem().constData());
     QCOMPARE(::kill(static_cast<pid_t>(program), SIGKILL), 0);
-    QTRY_COMPARE(stateOf(program), Debugger::stateOfWhatIsKilled(name));
+    QTRY_COMPARE_WITH_TIMEOUT(stateOf(program), Debugger::stateOfWhatIsKilled(name), patience);
     const Heartbeat heartbeat;
-    QTRY_VERIFY(heartbeat.count() > 200);
+    QTRY_VERIFY_WITH_TIMEOUT(heartbeat.count() > 200, patience);
     QCOMPARE(run.session.state(), ProgramSessionState::Running);
 
     QVERIFY(debugger.letGo());
@@ -248,12 +246,8 @@ void TestProgramSessionDebugger::anEndWithoutAStopIsNotWaitedForEither()
 
 void TestProgramSessionDebugger::saysThatAProgramCannotBeKilled()
 {
-    if (m_forbidden)
-        QSKIP("this system forbids ptrace(2)");
     QFETCH(QString, name);
-    SessionRun run("allow-debugger\n"
-                   "ready\n"
-                   "wait-forever\n");
+    SessionRun run(debuggedScript);
     QVERIFY(run.startUntilReady());
     QList<quint64> news;
     connect(&run.session, &ProgramSession::runUnkillable, this,
@@ -262,7 +256,7 @@ void TestProgramSessionDebugger::saysThatAProgramCannotBeKilled()
     QVERIFY2(debugger.attach(run.process()->processId()), debugger.problem().constData());
     run.session.stop();
     QVERIFY(!run.session.isUnkillable());
-    QTRY_COMPARE(news, QList<quint64>{1});
+    QTRY_COMPARE_WITH_TIMEOUT(news, QList<quint64>{1}, patience);
     QVERIFY(run.session.isUnkillable());
     QVERIFY(run.session.isActive());
     run.session.stop();
@@ -276,22 +270,18 @@ void TestProgramSessionDebugger::saysThatAProgramCannotBeKilled()
 
 void TestProgramSessionDebugger::theDestructionLetsGoOfWhatIsHeld()
 {
-    if (m_forbidden)
-        QSKIP("this system forbids ptrace(2)");
     QFETCH(QString, name);
-    auto run = std::make_unique<SessionRun<>>("allow-debugger\n"
-                                              "ready\n"
-                                              "wait-forever\n");
+    auto run = std::make_unique<SessionRun<>>(debuggedScript);
     QVERIFY(run->startUntilReady());
     const qint64 program = run->process()->processId();
     Debugger debugger(name);
     QVERIFY2(debugger.attach(program), debugger.problem().constData());
     run.reset();
     // Killed, and not collected: nobody has waited.
-    QTRY_COMPARE(stateOf(program), Debugger::stateOfWhatIsKilled(name));
+    QTRY_COMPARE_WITH_TIMEOUT(stateOf(program), Debugger::stateOfWhatIsKilled(name), patience);
     QVERIFY(debugger.letGo());
     // Whoever has let go of it still collects it.
-    QTRY_VERIFY(!processEntry(program));
+    QTRY_VERIFY_WITH_TIMEOUT(!processEntry(program), patience);
 }
 
 void TestProgramSessionDebugger::aStopThatWorksIsNoNews()
@@ -329,7 +319,7 @@ void TestProgramSessionDebugger::theStartOfAWatchdogIsNotWaitedFor()
     const QList<QByteArray> stopped = run.reports("stopped"_ba);
     for (const QByteArray &pid : stopped)
         ::kill(pid.toInt(), SIGCONT);
-    QTRY_COMPARE(livingChildrenOf(::getpid()), QList<pid_t>());
+    QTRY_COMPARE_WITH_TIMEOUT(livingChildrenOf(::getpid()), QList<pid_t>(), patience);
 }
 
 } // namespace tarn::console
