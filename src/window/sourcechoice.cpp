@@ -2,24 +2,15 @@
 
 #include "session/executableresolver.h"
 #include "session/filename.h"
-#include "window/dialogbuttons.h"
+#include "window/chosenfile.h"
 #include "window/pathlabel.h"
-#include "window/pathmarks.h"
 #include "window/preferences.h"
 #include "window/statustexts.h"
 
-#include <QAbstractItemView>
-#include <QApplication>
-#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFileSystemModel>
-#include <QFontInfo>
-#include <QPainter>
 #include <QProcessEnvironment>
-#include <QProxyStyle>
-#include <QScreen>
-#include <QStyleOptionComboBox>
 
 #include <utility>
 
@@ -43,71 +34,6 @@ void listSourceFiles(QFileDialog *dialog)
     };
     QObject::connect(dialog, &QFileDialog::filterSelected, files, apply);
     apply(dialog->selectedNameFilter());
-}
-
-/// Draws the text of a box as a path, and leaves the box as it is.
-class PathInBox : public QProxyStyle
-{
-public:
-    PathInBox()
-        : QProxyStyle(QApplication::style()->name())
-    {
-    }
-
-    void drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
-                     const QWidget *widget) const override
-    {
-        const auto *box = qstyleoption_cast<const QStyleOptionComboBox *>(option);
-        if (element != CE_ComboBoxLabel || !box) {
-            QProxyStyle::drawControl(element, option, painter, widget);
-            return;
-        }
-        QStyleOptionComboBox path(*box);
-        path.currentText = withPathMarks(box->currentText);
-        const Qt::LayoutDirection before = painter->layoutDirection();
-        painter->setLayoutDirection(Qt::LeftToRight);
-        QProxyStyle::drawControl(element, &path, painter, widget);
-        painter->setLayoutDirection(before);
-    }
-};
-
-/// A path is read from its root; Qt's own dialog has the interface decide.
-void showFolderLeftToRight(const QFileDialog *dialog)
-{
-    auto *folder = dialog->findChild<QComboBox *>(u"lookInCombo"_s);
-    if (!folder)
-        return;
-    auto *style = new PathInBox;
-    style->setParent(folder);
-    folder->setStyle(style);
-    folder->view()->setLayoutDirection(Qt::LeftToRight);
-}
-
-/// Gives a chooser the window's font and a size that goes with it. Left alone, it would become as
-/// large as its lists would like to be, which no screen is.
-void followFont(QFileDialog *dialog, const QWidget *window)
-{
-    // In sizes of the font; about what Qt's own has.
-    constexpr QSize usual(50, 33);
-    constexpr double mostOfTheScreen = 0.9;
-    dialog->setFont(window->font());
-    dialog->resize((usual * QFontInfo(window->font()).pixelSize())
-                       .boundedTo(window->screen()->availableSize() * mostOfTheScreen));
-}
-
-/// Asks for a file; empty for none.
-QString chosenFile(QFileDialog *dialog)
-{
-    // What is on other machines cannot be run, and has no path.
-    dialog->setSupportedSchemes({u"file"_s});
-    removeButtonIcons(dialog);
-    showFolderLeftToRight(dialog);
-    followFont(dialog, dialog->parentWidget());
-    if (dialog->exec() != QDialog::Accepted)
-        return {};
-    // A chooser of the desktop may show names that Qt's own leaves out.
-    const QString raw = FileName::fromUrl(dialog->selectedUrls().value(0));
-    return FileName::hasRawBytes(raw) ? raw : dialog->selectedFiles().value(0);
 }
 
 } // namespace
