@@ -3,8 +3,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, speech, check, lint, coverage, valgrind, package, package-test,
-       icons, screenshots, benchmark, fuzz; default: build display test)'
+       (build, clang, wayland, display, test, speech, check, lint, coverage, valgrind, package,
+       package-check, package-test, icons, screenshots, benchmark, fuzz; default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -44,8 +44,11 @@ packages_of() {
     package) # The Debian package.
         printf '%s\n' dpkg-dev file
         ;;
+    package-check) # Looking into it.
+        printf '%s\n' appstream binutils lintian
+        ;;
     package-test) # Trying it in a fresh root.
-        printf '%s\n' debootstrap lintian
+        printf '%s\n' debootstrap
         ;;
     icons) # Drawing the icon in its small sizes.
         printf '%s\n' librsvg2-bin
