@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Everything that can be checked without running the program: form, spelling, translations, what
-# desktops will be given, code that nobody uses, who includes whom, and how large things are.
+# desktops and a CI service will be given, code that nobody uses, who includes whom, and how large
+# things are.
 set -euo pipefail
 
 usage='Usage: scripts/check.sh [--lint]   installs what is missing and checks sources, scripts, texts and desktop
@@ -167,6 +168,7 @@ run 'Desktop files' check_desktop_files
 run 'Owner' check_owner
 run 'Manual pages' check_manual_pages
 run 'Version' check_version
+run 'CI file' '/usr/bin/python3 -B scripts/cifile.py'
 run 'Unused functions' check_unused
 run 'Includes' ./scripts/includes.py
 run 'Sizes' ./scripts/sizes.py

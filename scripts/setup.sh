@@ -14,6 +14,9 @@ packages_of() {
             qt6-base-dev qt6-tools-dev qt6-l10n-tools qt6-translations-l10n \
             fonts-noto-core
         ;;
+    clang) # Building it by the other compiler.
+        printf '%s\n' clang
+        ;;
     wayland) # Running it where there is no X display but a Wayland one.
         printf '%s\n' qt6-wayland
         ;;
@@ -23,14 +26,14 @@ packages_of() {
     test) # What only the tests need: Unicode as others read it, clipboard and window as others see
         # them, the sources of locales, and a Wayland display.
         printf '%s\n' at-spi2-core dbus-daemon gdb gir1.2-atspi-2.0 libicu-dev locales python3 \
-            python3-gi qt6-wayland strace util-linux weston xclip
+            python3-gi python3-yaml qt6-wayland strace util-linux weston xclip
         ;;
     speech) # The screen reader that the tests listen to; it needs no sound.
         printf '%s\n' at-spi2-core dbus-daemon gir1.2-atspi-2.0 orca python3-gi
         ;;
     check) # The checks of sources, scripts and desktop files.
         printf '%s\n' appstream clang-format-14 codespell cppcheck desktop-file-utils \
-            libxml2-utils man-db python3 shellcheck
+            libxml2-utils man-db python3 python3-yaml shellcheck
         ;;
     lint) # Mistakes that compilers do not report.
         printf '%s\n' clang-tidy clazy

@@ -21,17 +21,16 @@ cd "$(dirname "$0")/.."
 work=$(mktemp -d)
 trap 'chmod -R u+rwX "$work" && rm -rf "$work"' EXIT
 
-# build FOLDER UMASK JOBS VARIABLE...: builds in a copy of the sources, also those git does not know
-# yet, with this environment alone. No cache may hand one build the objects of the other.
+# build FOLDER UMASK JOBS VARIABLE...: builds in a copy of the sources with this environment alone. No
+# cache may hand one build the objects of the other.
 build() {
     local folder=$work/$1 mask=$2 jobs=$3
     shift 3
     (
         umask "$mask"
         mkdir -p "$folder"
-        git ls-files --cached --others --exclude-standard -z | while IFS= read -r -d '' file; do
-            [ ! -e "$file" ] || printf '%s\0' "$file"
-        done | xargs -0 cp --parents --target-directory="$folder"
+        tar --create --exclude=./build --exclude=./.git . |
+            tar --extract --touch --no-same-permissions --directory="$folder"
         env -i PATH="$PATH" CCACHE_DISABLE=1 CMAKE_BUILD_PARALLEL_LEVEL="$jobs" "$@" \
             "$folder/scripts/package.sh" >"$work/log" 2>&1
     ) || {
