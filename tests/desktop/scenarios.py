@@ -3,7 +3,7 @@
 is an X server or a Wayland compositor; nothing may be written on the terminal meanwhile.
 
 To add one, write a function here whose only parameter is the console, mark it with @scenario and
-name it in CMakeLists.txt."""
+name it in CMakeLists.txt. scenarios.py --list prints their names."""
 
 import argparse
 import contextlib
@@ -385,13 +385,14 @@ def parse_options(description, scenarios):
                         help="where to put pictures of failures")
     parser.add_argument("--scale", type=float, default=1.0,
                         help="how much larger Qt shall draw, on an X server (default: 1)")
-    parser.add_argument("--list", action="version", version="\n".join(sorted(scenarios)),
-                        help="print the names and leave")
     parser.add_argument("name", choices=scenarios)
     return parser.parse_args()
 
 
 def main():
+    if sys.argv[1:] == ["--list"]:
+        print("\n".join(sorted(SCENARIOS)))
+        return 0
     options = parse_options(__doc__, SCENARIOS)
     console = Console(options.console, options.interpreter, options.pictures)
     console.demo_programs = options.demo_programs
