@@ -66,17 +66,14 @@ QHash<QWidget *, QRect> rowGeometries(const ConsoleWindowFixture &fixture)
 /// The statuses that name nothing, in the interface language of now.
 QList<StatusMessage> plainStatuses()
 {
-    QList<StatusMessage> statuses = {StatusTexts::interpreterSelected(),
-                                     StatusTexts::limitReached(),
-                                     StatusTexts::multilineRefused(),
-                                     StatusTexts::inputClosed(false, false),
-                                     StatusTexts::inputClosed(false, true),
-                                     StatusTexts::inputClosed(true, false),
-                                     StatusTexts::inputAfterRun(false),
-                                     StatusTexts::inputAfterRun(true)};
-    for (const auto result : {InputSendResult::Sent, InputSendResult::Pending,
-                              InputSendResult::NotRunning, InputSendResult::InputClosed,
-                              InputSendResult::NotOneLine, InputSendResult::TooLong})
+    QList<StatusMessage> statuses = {
+        StatusTexts::interpreterSelected(),    StatusTexts::limitReached(),
+        StatusTexts::multilineRefused(),       StatusTexts::inputClosed(false, false),
+        StatusTexts::inputClosed(false, true), StatusTexts::inputClosed(true, false),
+        StatusTexts::inputAfterRun(false),     StatusTexts::inputAfterRun(true)};
+    for (const auto result :
+         {InputSendResult::Sent, InputSendResult::Pending, InputSendResult::NotRunning,
+          InputSendResult::InputClosed, InputSendResult::NotOneLine, InputSendResult::TooLong})
         statuses << StatusTexts::sendResult(result);
     for (const auto state : {ProgramSessionState::Idle, ProgramSessionState::Starting,
                              ProgramSessionState::Running, ProgramSessionState::Stopping})
