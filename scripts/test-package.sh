@@ -80,16 +80,6 @@ paths() {
         -o -path ./var/log -o -path ./var/lib/apt -o -path ./var/lib/dpkg \) -prune -o -print) | sort
 }
 
-check_package() {
-    say 'What lintian and the package itself say'
-    lintian --fail-on error,warning "$package"
-    dpkg-deb --fsys-tarfile "$package" | tar --extract --to-stdout ./usr/bin/tarn-console \
-        >"$work/executable"
-    if grep --quiet --fixed-strings "$(cd "$scripts/.." && pwd)" "$work/executable"; then
-        fail 'the executable names the folder it was built in'
-    fi
-}
-
 make_root() {
     say 'A fresh Debian 12'
     debootstrap --variant=minbase bookworm "$root" >"$work/debootstrap.log" ||
@@ -202,7 +192,8 @@ remove_package() {
     [ ! -s "$work/left" ] || fail "the package left: $(cat "$work/left")"
 }
 
-check_package
+say 'What lintian and the package itself say'
+"$scripts/check-package.sh" "$package"
 make_root
 install_package
 mkdir -p "$scripts/../build/package"
