@@ -135,9 +135,22 @@ void Narration::endLines(Time now)
         endLine(stream, now);
 }
 
+void Narration::hold()
+{
+    m_heldUntil.reset();
+}
+
+void Narration::release(Time now)
+{
+    if (!m_heldUntil)
+        m_heldUntil = now + arrival;
+}
+
 void Narration::clear()
 {
+    const auto heldUntil = m_heldUntil;
     *this = {};
+    m_heldUntil = heldUntil;
 }
 
 bool Narration::hasOutput() const
@@ -175,6 +188,12 @@ std::optional<Narration::Time> Narration::outputDueTime() const
 }
 
 std::optional<Narration::Time> Narration::dueTime() const
+{
+    const std::optional<Time> due = m_heldUntil ? dueTimeWhereHeard() : std::nullopt;
+    return due ? std::max(*due, *m_heldUntil) : due;
+}
+
+std::optional<Narration::Time> Narration::dueTimeWhereHeard() const
 {
     std::optional<Time> due = outputDueTime();
     if (!due || (m_statusDueTime && *m_statusDueTime < *due))
