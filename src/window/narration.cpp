@@ -142,8 +142,11 @@ void Narration::hold()
 
 void Narration::release(Time now)
 {
-    if (!m_heldUntil)
-        m_heldUntil = now + arrival;
+    if (m_heldUntil)
+        return;
+    m_heldUntil = now;
+    if (dueTimeWhereHeard())
+        *m_heldUntil += arrival;
 }
 
 void Narration::clear()

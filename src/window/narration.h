@@ -45,7 +45,7 @@ public:
     static constexpr Time perPiece{10};
     static constexpr Time longestSettling{3000};
 
-    /// Whoever comes back is told first where they are.
+    /// Whoever comes back is told first where they are, and then what they missed.
     static constexpr Time arrival{1000};
 
     enum class Kind { Output, ErrorOutput, Status };

@@ -92,6 +92,7 @@ private Q_SLOTS:
     void nothingIsToldAfterClear();
     void nothingIsToldToSomebodyElsewhere();
     void whoComesBackIsToldWhatTheyMissed();
+    void whoMissedNothingNeedNotWait();
     void aFloodElsewhereIsOneUtterance();
 };
 
@@ -394,6 +395,18 @@ void TestNarration::whoComesBackIsToldWhatTheyMissed()
     listener.status(u"Returned status 0"_s);
     listener.pass(1s);
     QCOMPARE(listener.told.size(), 2);
+}
+
+void TestNarration::whoMissedNothingNeedNotWait()
+{
+    Listener listener;
+    listener.narration.hold();
+    listener.pass(1h);
+    listener.narration.release(listener.now);
+    const Time back = listener.now;
+    listener.status(u"Returned status 0"_s);
+    listener.pass(1h);
+    QCOMPARE(listener.times, QList<Time>{back + Narration::gathering});
 }
 
 void TestNarration::aFloodElsewhereIsOneUtterance()
