@@ -50,7 +50,8 @@ inline bool meetActiveDialog(const ConsoleWindowFixture &fixture, const QByteArr
     return meetDialog([&] { fixture.trigger(opener.constData()); },
                       [&](QDialog *dialog) {
                           // Qt gives some their focus only when they are the active window.
-                          QTRY_VERIFY_WITH_TIMEOUT(dialog->focusWidget(), patience);
+                          QTRY_VERIFY_WITH_TIMEOUT(
+                              dialog->isActiveWindow() && dialog->focusWidget(), patience);
                           look(dialog);
                       });
 }
