@@ -26,24 +26,35 @@ QColor mixed(const QColor &one, const QColor &other, float shareOfOther)
                       .rgb());
 }
 
-/// Around what scrolls there is only the frame: a ring over the contents would scroll with them.
-/// The text of a label begins at its edge.
-int thicknessFor(const QWidget *widget)
+constexpr int thickness = 2;
+
+/// How much of the ring is within the widget. Of what scrolls, it is only the frame: a ring over
+/// the contents would scroll with them. The text of a label begins at its edge.
+int thicknessWithin(const QWidget *widget)
 {
-    constexpr int usual = 2;
     if (const auto *scrollArea = qobject_cast<const QAbstractScrollArea *>(widget))
-        return std::clamp(scrollArea->frameWidth(), 1, usual);
-    return qobject_cast<const QLabel *>(widget) ? 1 : usual;
+        return std::clamp(scrollArea->frameWidth(), 1, thickness);
+    return qobject_cast<const QLabel *>(widget) ? 1 : thickness;
 }
 
-void drawRing(QWidget *widget)
+/// The rest of the ring, where the parent draws.
+QRegion ringAround(const QWidget *widget, const QRect &geometry)
 {
-    QPainter painter(widget);
-    const QColor colour = FocusRing::colourFor(widget);
-    const QRect outside = widget->rect();
-    const int thickness = thicknessFor(widget);
-    const QRect inside = outside.adjusted(thickness, thickness, -thickness, -thickness);
-    for (const QRect &side : QRegion(outside).subtracted(inside))
+    const int rest = thickness - thicknessWithin(widget);
+    return QRegion(geometry.adjusted(-rest, -rest, rest, rest)).subtracted(geometry);
+}
+
+QRegion ringWithin(const QWidget *widget)
+{
+    const int width = thicknessWithin(widget);
+    return QRegion(widget->rect())
+        .subtracted(widget->rect().adjusted(width, width, -width, -width));
+}
+
+void fill(QWidget *painted, const QRegion &ring, const QColor &colour)
+{
+    QPainter painter(painted);
+    for (const QRect &side : ring)
         painter.fillRect(side, colour);
 }
 
@@ -84,13 +95,25 @@ bool FocusRing::isOurs(const QWidget *widget) const
     return parent;
 }
 
-/// Lets the widget draw itself, and the ring upon that.
-bool FocusRing::paintWithRing(QWidget *widget, QEvent *event)
+void FocusRing::paintOver(QWidget *painted, QEvent *event)
 {
     const QScopedValueRollback guard(m_isPainting, true);
-    QCoreApplication::sendEvent(widget, event);
-    drawRing(widget);
-    return true;
+    QCoreApplication::sendEvent(painted, event);
+    const QWidget *focused = QApplication::focusWidget();
+    const QRegion ring =
+        painted == focused ? ringWithin(focused) : ringAround(focused, focused->geometry());
+    fill(painted, ring, colourFor(focused));
+}
+
+/// Has the ring drawn anew, where it was and where it is; not every widget does that by itself.
+void FocusRing::update(QWidget *widget)
+{
+    if (!isOurs(widget))
+        return;
+    widget->update();
+    widget->parentWidget()->update(ringAround(widget, m_lastGeometry));
+    m_lastGeometry = widget->geometry();
+    widget->parentWidget()->update(ringAround(widget, m_lastGeometry));
 }
 
 bool FocusRing::eventFilter(QObject *watched, QEvent *event)
@@ -98,12 +121,27 @@ bool FocusRing::eventFilter(QObject *watched, QEvent *event)
     if (!watched->isWidgetType())
         return false;
     auto *widget = static_cast<QWidget *>(watched);
-    // Not every widget draws itself anew by itself.
-    if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)
-        widget->update();
-    const bool isWanted = event->type() == QEvent::Paint && !m_isPainting
-                          && QApplication::focusWidget() == widget && isOurs(widget);
-    return isWanted && paintWithRing(widget, event);
+    const QWidget *focused = QApplication::focusWidget();
+    switch (event->type()) {
+    case QEvent::FocusIn:
+    case QEvent::FocusOut:
+        update(widget);
+        break;
+    case QEvent::Move:
+    case QEvent::Resize:
+        if (widget == focused)
+            update(widget);
+        break;
+    case QEvent::Paint:
+        if (m_isPainting || !focused || !isOurs(focused)
+            || (widget != focused && widget != focused->parentWidget()))
+            break;
+        paintOver(widget, event);
+        return true;
+    default:
+        break;
+    }
+    return false;
 }
 
 } // namespace tarn::console

@@ -2,14 +2,16 @@
 
 #include <QColor>
 #include <QObject>
+#include <QRect>
 
 class QWidget;
 
 namespace tarn::console {
 
 /// Shows which widget has the keyboard focus: draws a ring along its edge, in the window and in its
-/// dialogs. What styles draw of themselves is too faint in some palettes, and nothing at all for
-/// some widgets. Menus are left out: there the style marks one entry.
+/// dialogs; around texts, half of it outside, where nothing else is. What styles draw of themselves
+/// is too faint in some palettes, and nothing at all for some widgets. Menus are left out: there
+/// the style marks one entry.
 class FocusRing : public QObject
 {
 public:
@@ -26,9 +28,12 @@ protected:
 
 private:
     bool isOurs(const QWidget *widget) const;
-    bool paintWithRing(QWidget *widget, QEvent *event);
+    /// Lets a widget draw itself, and then what of the ring is in it.
+    void paintOver(QWidget *painted, QEvent *event);
+    void update(QWidget *widget);
 
     const QWidget *m_window;
+    QRect m_lastGeometry; ///< of the widget with the focus
     bool m_isPainting = false;
 };
 

@@ -105,6 +105,7 @@ private Q_SLOTS:
     void thePathShowsItsFocus_data() { addPalettes(); }
     void thePathShowsItsFocus();
     void theRingDoesNotScrollWithTheText();
+    void theRingOfATextReachesOutOfIt();
     void anInactiveWindowShowsNoRing();
     void theRingTakesNoRoom();
 
@@ -190,6 +191,29 @@ void TestConsoleWindowFocusRing::theRingDoesNotScrollWithTheText()
     const QImage text = pictureOf(fixture.view()->viewport());
     for (int y = 0; y < text.height(); ++y)
         QVERIFY(text.pixel(text.width() / 2, y) != ring);
+}
+
+void TestConsoleWindowFocusRing::theRingOfATextReachesOutOfIt()
+{
+    const ConsoleWindowFixture fixture("exit 0");
+    QVERIFY(fixture.show());
+    fixture.view()->setFocus();
+    QWidget *content = fixture.window->centralWidget();
+    const QRgb ring = FocusRing::colourFor(fixture.view()).rgb();
+    const auto isAround = [&](const QWidget *widget) {
+        const QImage picture = pictureOf(content);
+        const auto colourAt = [&](QPoint place) {
+            return picture.pixel((QPointF(place) * picture.devicePixelRatio()).toPoint());
+        };
+        const QRect geometry = widget->geometry();
+        return colourAt({geometry.center().x(), geometry.top() - 1}) == ring
+               && colourAt({geometry.left() - 1, geometry.center().y()}) == ring;
+    };
+    QVERIFY(isAround(fixture.view()));
+    QVERIFY(fixture.resizeTo({840, 540}));
+    QVERIFY(isAround(fixture.view()));
+    fixture.findField()->setFocus();
+    QVERIFY(!isAround(fixture.view()));
 }
 
 void TestConsoleWindowFocusRing::anInactiveWindowShowsNoRing()
