@@ -53,6 +53,12 @@ void StatusLabel::showMessage(const StatusMessage &message)
     setText(message.text());
 }
 
+void StatusLabel::setRemark(const QString &remark)
+{
+    setToolTip(remark);
+    setAccessibleDescription(remark);
+}
+
 void StatusLabel::setMaximumLines(int lines)
 {
     if (lines == m_maximumLines)
@@ -160,10 +166,10 @@ bool StatusLabel::event(QEvent *event)
         return QLabel::event(event);
     const bool shortened =
         fittingCharacters(width()) < longestText() || (showsMessage() && m_message.isShortened());
-    if (shortened) {
-        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
-                           visibleToolTip(showsMessage() ? m_message.argument : text()), this);
-    }
+    if (!shortened)
+        return QLabel::event(event);
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
+                       visibleToolTip(showsMessage() ? m_message.argument : text()), this);
     return true;
 }
 
