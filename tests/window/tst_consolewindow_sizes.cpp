@@ -66,17 +66,14 @@ QHash<QWidget *, QRect> rowGeometries(const ConsoleWindowFixture &fixture)
 /// The statuses that name nothing, in the interface language of now.
 QList<StatusMessage> plainStatuses()
 {
-    QList<StatusMessage> statuses = {StatusTexts::interpreterSelected(),
-                                     StatusTexts::limitReached(),
-                                     StatusTexts::multilineRefused(),
-                                     StatusTexts::inputClosed(false, false),
-                                     StatusTexts::inputClosed(false, true),
-                                     StatusTexts::inputClosed(true, false),
-                                     StatusTexts::inputAfterRun(false),
-                                     StatusTexts::inputAfterRun(true)};
-    for (const auto result : {InputSendResult::Sent, InputSendResult::Pending,
-                              InputSendResult::NotRunning, InputSendResult::InputClosed,
-                              InputSendResult::NotOneLine, InputSendResult::TooLong})
+    QList<StatusMessage> statuses = {
+        StatusTexts::interpreterSelected(),    StatusTexts::limitReached(),
+        StatusTexts::multilineRefused(),       StatusTexts::inputClosed(false, false),
+        StatusTexts::inputClosed(false, true), StatusTexts::inputClosed(true, false),
+        StatusTexts::inputAfterRun(false),     StatusTexts::inputAfterRun(true)};
+    for (const auto result :
+         {InputSendResult::Sent, InputSendResult::Pending, InputSendResult::NotRunning,
+          InputSendResult::InputClosed, InputSendResult::NotOneLine, InputSendResult::TooLong})
         statuses << StatusTexts::sendResult(result);
     for (const auto state : {ProgramSessionState::Idle, ProgramSessionState::Starting,
                              ProgramSessionState::Running, ProgramSessionState::Stopping})
@@ -239,7 +236,7 @@ void TestConsoleWindowSizes::everyStatusLeavesTheRowsAlone()
     QVERIFY(fixture.show());
     const QHash<QWidget *, QRect> atFirst = rowGeometries(fixture);
     for (const char *name : {"inputStatus", "runStatus"}) {
-        auto *label = fixture.window->findChild<StatusLabel *>(QLatin1StringView(name));
+        auto *label = dynamic_cast<StatusLabel *>(fixture.find<QLabel>(name));
         QVERIFY(label);
         for (const StatusMessage &status : plainStatuses()) {
             label->showMessage(status);
