@@ -236,7 +236,7 @@ void TestConsoleWindowSizes::everyStatusLeavesTheRowsAlone()
     QVERIFY(fixture.show());
     const QHash<QWidget *, QRect> atFirst = rowGeometries(fixture);
     for (const char *name : {"inputStatus", "runStatus"}) {
-        auto *label = fixture.window->findChild<StatusLabel *>(QLatin1StringView(name));
+        auto *label = dynamic_cast<StatusLabel *>(fixture.find<QLabel>(name));
         QVERIFY(label);
         for (const StatusMessage &status : plainStatuses()) {
             label->showMessage(status);
