@@ -4,7 +4,7 @@ set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
        (build, wayland, display, test, speech, check, lint, coverage, valgrind, package, package-test,
-       icons, screenshots, benchmark, fuzz; default: build display test)'
+       fresh-root, icons, screenshots, benchmark, fuzz; default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -46,6 +46,9 @@ packages_of() {
         ;;
     package-test) # Trying it in a fresh root.
         printf '%s\n' debootstrap lintian
+        ;;
+    fresh-root) # Making and entering other Debian systems.
+        printf '%s\n' debootstrap git util-linux
         ;;
     icons) # Drawing the icon in its small sizes.
         printf '%s\n' librsvg2-bin
