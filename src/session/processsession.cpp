@@ -99,6 +99,8 @@ SignalDelivery signalSession(pid_t leader, int signalNumber)
     const SignalDelivery delivery = signalProcessGroup(leader, signalNumber);
     if (leader > 1 && ::getsid(leader) == leader)
         signalOtherGroups(leader, signalNumber);
+    else // Where Qt has no other way, it reaps a child as soon as it is dead.
+        signalOrphanedSession(leader, signalNumber);
     return delivery;
 }
 

@@ -77,8 +77,7 @@ void ProgramRun::start()
     m_watchdog = std::make_unique<GroupWatchdog>(m_group);
 }
 
-/// Whether the child runs at once, or this thread goes on before it, depends on Qt. A stop may then
-/// come before the child has a group, or restored its signals.
+/// Where Qt forks, this thread goes on before the child has a group, or has restored its signals.
 void ProgramRun::startProcess()
 {
     const HeldSignals held;
