@@ -20,9 +20,9 @@ packages_of() {
     display) # A virtual display: X server, window manager, keys, screenshots.
         printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
         ;;
-    test) # What only the tests need: Unicode as others read it, clipboard and window as others see
-        # them, and a Wayland display.
-        printf '%s\n' gdb libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi \
+    test) # What only the tests need: the fonts they name, Unicode as others read it, clipboard and
+        # window as others see them, and a Wayland display.
+        printf '%s\n' fonts-dejavu-core gdb libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi \
             qt6-wayland strace util-linux weston
         ;;
     speech) # The screen reader that the tests listen to; it needs no sound.
