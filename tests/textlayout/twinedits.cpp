@@ -1,5 +1,6 @@
 #include "textlayout/twinedits.h"
 
+#include "support/meanthit.h"
 #include "support/patience.h"
 
 #include <QCoreApplication>
@@ -194,7 +195,7 @@ QString TwinEdits::hitDifference(Qt::HitTestAccuracy accuracy)
                 const QString difference =
                     compared(u"hit test %1 at %2"_s.arg(accuracy).arg(described(point)),
                              layoutOf(lazy()).hitTest(point, accuracy),
-                             layoutOf(stock()).hitTest(point, accuracy));
+                             MeantHits(*stock().document()).at(point, accuracy));
                 if (!difference.isEmpty())
                     return difference;
             }
