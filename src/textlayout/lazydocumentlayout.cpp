@@ -218,15 +218,15 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
 }
 
 /// Draws a long paragraph without shaping the whole. Returns false, and draws nothing, when the
-/// block is none, or when a selection in it would look different.
+/// block is none.
 bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
                                       const QTextBlock &block) const
 {
     const int height = block.lineCount();
     const SegmentedParagraph *paragraph = shapeSegments(block);
-    const auto selections = selectedRanges(block, context.selections);
-    if (!paragraph || (!selections.isEmpty() && !paragraph->canDrawSelections()))
+    if (!paragraph)
         return false;
+    const auto selections = selectedRanges(block, context.selections);
     noteMoved(block, height);
     const QPointF position(margin(), topOf(block));
     paragraph->draw(painter, position, selections, context.clip);

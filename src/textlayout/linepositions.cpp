@@ -7,11 +7,11 @@ namespace tarn::console {
 
 namespace {
 
-/// Where the blanks begin that end a line.
+/// Where the blanks begin that end a line. A tab is no blank: it has its place in the line.
 int trailingBlanks(const QTextLine &line, QStringView text)
 {
     qsizetype visible = text.size();
-    while (visible > 0 && text[visible - 1].isSpace())
+    while (visible > 0 && text[visible - 1].isSpace() && text[visible - 1] != u'\t')
         --visible;
     return line.textStart() + static_cast<int>(visible);
 }

@@ -82,8 +82,8 @@ private:
         if (!block.layout()->preeditAreaText().isEmpty())
             return 0;
         const QString text = block.text().mid(line.textStart(), line.textLength());
-        const auto visible =
-            std::find_if(text.rbegin(), text.rend(), [](QChar c) { return !c.isSpace(); });
+        const auto visible = std::find_if(text.rbegin(), text.rend(),
+                                          [](QChar c) { return !c.isSpace() || c == u'\t'; });
         return int(visible - text.rbegin());
     }
 

@@ -138,10 +138,26 @@ void TwinEdits::complete(QTextEdit &edit)
     }
 }
 
+/// Qt shapes 4,096 characters at a time, whatever it tears apart. Its own layout gets the pieces of
+/// the lazy one, which end where nothing is torn.
+void TwinEdits::cutStockBlocks()
+{
+    constexpr int shortBlock = 500;
+    QTextBlock from = lazy().document()->begin();
+    QTextBlock to = stock().document()->begin();
+    for (; from.isValid() && to.isValid(); from = from.next(), to = to.next()) {
+        if (from.length() <= shortBlock || !to.layout()->preeditAreaText().isEmpty())
+            continue;
+        layoutOf(lazy()).blockBoundingRect(from);
+        to.layout()->setFormats(from.layout()->formats());
+    }
+}
+
 bool TwinEdits::settle()
 {
     QCoreApplication::processEvents();
     const auto &layout = static_cast<LazyDocumentLayout &>(layoutOf(lazy()));
+    cutStockBlocks();
     // Qt's layout misses blocks and never gets to them after several changes in a row.
     QTextDocument *document = stock().document();
     document->markContentsDirty(0, document->characterCount());
