@@ -4,7 +4,8 @@ set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
        (build, clang, wayland, display, test, speech, check, lint, coverage, valgrind, package,
-       package-check, package-test, icons, screenshots, benchmark, fuzz; default: build display test)'
+       package-check, package-test, fresh-root, icons, screenshots, benchmark, fuzz;
+       default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -23,11 +24,11 @@ packages_of() {
     display) # A virtual display: X server, window manager, keys, screenshots.
         printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
         ;;
-    test) # What only the tests need: Unicode as others read it, clipboard and window as others see
-        # them, the sources of locales, and Wayland displays.
-        printf '%s\n' at-spi2-core dbus-daemon gdb gir1.2-atspi-2.0 grim libicu-dev locales python3 \
-            python3-gi python3-yaml qt6-wayland qt6-xdgdesktopportal-platformtheme strace sway \
-            util-linux weston wl-clipboard wtype xclip
+    test) # What only the tests need: the fonts they name, Unicode as others read it, clipboard and
+        # window as others see them, the sources of locales, and Wayland displays.
+        printf '%s\n' at-spi2-core dbus-daemon fonts-dejavu-core gdb gir1.2-atspi-2.0 grim \
+            libicu-dev locales python3 python3-gi python3-yaml qt6-wayland \
+            qt6-xdgdesktopportal-platformtheme strace sway util-linux weston wl-clipboard wtype xclip
         ;;
     speech) # The screen reader that the tests listen to; it needs no sound.
         printf '%s\n' at-spi2-core dbus-daemon gir1.2-atspi-2.0 orca python3-gi
@@ -53,6 +54,9 @@ packages_of() {
         ;;
     package-test) # Trying it in a fresh root.
         printf '%s\n' debootstrap
+        ;;
+    fresh-root) # Making and entering other Debian systems.
+        printf '%s\n' debootstrap git util-linux
         ;;
     icons) # Drawing the icon in its small sizes.
         printf '%s\n' librsvg2-bin

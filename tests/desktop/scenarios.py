@@ -375,7 +375,7 @@ def desktop_identity(console):
     console.quit()
 
 
-def parse_options(description, scenarios):
+def option_parser(description):
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--console", required=True, type=path, help="the tarn-console to test")
     parser.add_argument("--interpreter", required=True, type=path,
@@ -385,6 +385,11 @@ def parse_options(description, scenarios):
                         help="where to put pictures of failures")
     parser.add_argument("--scale", type=float, default=1.0,
                         help="how much larger Qt shall draw, on an X server (default: 1)")
+    return parser
+
+
+def parse_options(description, scenarios):
+    parser = option_parser(description)
     parser.add_argument("name", choices=scenarios)
     return parser.parse_args()
 
