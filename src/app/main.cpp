@@ -7,8 +7,12 @@
 #include <QApplication>
 #include <QIcon>
 
+#include <cstdio>
+#include <cstdlib>
+
 using namespace Qt::StringLiterals;
 using tarn::console::CommandLine;
+using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
 using tarn::console::TerminationSignals;
 
@@ -25,6 +29,28 @@ QStringList trueArguments(int count, char *const *arguments)
     return list;
 }
 
+/// Shows the window until it is closed, and destroys it.
+int runWindow(const ConsoleStartupOptions &options)
+{
+    ConsoleWindow window(options);
+    window.show();
+    const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
+    return QApplication::exec();
+}
+
+/// Ends the process, on Wayland without the destructor of the application: Qt stops there the two
+/// threads that read from the compositor, one after the other, and when an event arrives meanwhile
+/// the second may wait for the first for ever (seen with Qt 6.4). The process would stay without a
+/// window. By now it has nothing to lose; on X11 Qt still hands the clipboard on.
+int endApplication(int status)
+{
+    if (QGuiApplication::platformName().startsWith("wayland"_L1)) {
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
+    return status;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -39,8 +65,5 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(u"org.tarn.console"_s);
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
-    ConsoleWindow window(CommandLine().process(trueArguments(argc, argv)));
-    window.show();
-    const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
-    return QApplication::exec();
+    return endApplication(runWindow(CommandLine().process(trueArguments(argc, argv))));
 }
