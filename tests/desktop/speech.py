@@ -72,6 +72,7 @@ class Listener:
         console.language = language
         self._known = 0  # what was spoken before the last act
         self._acted = 0.0
+        self._expected = ()
         self._focus = None
 
     def text(self, english, *arguments):
@@ -116,6 +117,8 @@ class Listener:
 
     def act(self, *keys):
         """Presses keys, or nothing: what is spoken from now on is the answer."""
+        self.check_once()
+        self._expected = ()
         self._known = self._ears.count()
         self._acted = time.monotonic()
         if keys:
@@ -141,6 +144,12 @@ class Listener:
                                                 + [speech.at for speech in self.spoken()]) > QUIET,
                  "Orca to fall silent")
 
+    def check_once(self):
+        """What was heard was spoken once, then and since."""
+        everything = "\n".join(speech.text for speech in self.spoken())
+        for text in self._expected:
+            check(everything.count(text) == 1, f"{text!r} more than once: {everything!r}")
+
     def hear(self, *texts, quietly=False):
         """Waits until all texts have been spoken, each once, in this order."""
         wait_for(lambda: all(text in "\n".join(self.heard()) for text in texts),
@@ -151,14 +160,15 @@ class Listener:
             print(f"  {self.name}: {at - self._acted:.2f} s, {self.heard()}", flush=True)
         places = [everything.index(text) for text in texts]
         check(places == sorted(places), f"{texts} in another order: {everything!r}")
-        for text in texts:
-            check(everything.count(text) == 1, f"{text!r} more than once: {everything!r}")
+        self._expected = texts
+        self.check_once()
         if self._focus:
             check(self.reader.focus() == self._focus, f"the focus went to {self.reader.focus()!r}")
 
     def finish(self):
         """Ends the console, which must not have had Qt complain about what it told the reader."""
-        press("ctrl+period")
+        # Which may lead the reader into the output, to read what has been heard.
+        self.act("ctrl+period")
         self.console.wait_until_idle()
         self.console.quit()
         complaints = [line for line in self.console.log().splitlines()
