@@ -1,6 +1,7 @@
 #include "support/rebuiltview.h"
 
 #include "widgets/caretkeys.h"
+#include "widgets/linekeys.h"
 #include "widgets/paragraphcolour.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -42,6 +43,9 @@ RebuiltView::RebuiltView(const Transcript *transcript, QWidget *parent)
     setAcceptRichText(false);
     setTabChangesFocus(true);
     document()->setUndoRedoEnabled(false);
+    // As long as it can draw images, newer versions of Qt reserve U+FFFC for them; without, as in the
+    // real view, they draw it as any other character, which is better in a text without images.
+    document()->documentLayout()->unregisterHandler(QTextFormat::ImageObject);
     setTabStopDistance(8 * QFontMetricsF(font()).horizontalAdvance(u' '));
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { takeScrolling(); });
     connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this](int, int maximum) {
@@ -305,7 +309,12 @@ void RebuiltView::keyPressEvent(QKeyEvent *event)
             CaretKeys::putIntoNearestLineInSight(this);
         m_followEnd = followed;
     }
-    QTextEdit::keyPressEvent(event);
+    const QTextCursor before = textCursor();
+    if (!LineKeys::movePage(this, *event)) {
+        QTextEdit::keyPressEvent(event);
+        if (const auto meant = LineKeys::meantInstead(*event, before, textCursor()))
+            setTextCursor(*meant);
+    }
     if (CaretKeys::isInLastLine(*this))
         verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     else if (!followsEnd() && CaretKeys::isInFirstLine(*this))
