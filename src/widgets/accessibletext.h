@@ -10,8 +10,8 @@ namespace tarn::console {
 
 /// What assistive technology reads of a text widget in the lazy layout. Qt's own interface looks
 /// for characters only in text that has been shaped, and the layout shapes text when it comes into
-/// sight; this one asks for it. And a screen reader may ask late, for what is no longer there: every
-/// offset is brought into the text, where Qt's own complains.
+/// sight; this one asks for it. And a screen reader may ask late, for what is no longer there:
+/// every offset is brought into the text, where Qt's own complains.
 class AccessibleText : public QAccessibleWidget, public QAccessibleTextInterface
 {
 public:
