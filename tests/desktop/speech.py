@@ -22,7 +22,7 @@ from desktop import Clipboard, Console, check, press, run_and_dispose, type_line
 from desktop import wait_for  # noqa: E402
 from orca import Ears  # noqa: E402
 from scenarios import option_parser  # noqa: E402
-from screenreader import Reader  # noqa: E402
+from screenreader import Reader, has  # noqa: E402
 
 SCENARIOS = {}
 GROUPS = {"situations": [], "bounds": []}
@@ -98,6 +98,11 @@ class Listener:
         self._focus = self.text(name)
         self.reader.wait_for(lambda: self.reader.focus() == self._focus,
                              f"the focus on {name!r}")
+
+    def length_of_text(self):
+        """How long the text is that has the focus."""
+        focused = [o for o in self.reader.all() if has(o, Atspi.StateType.FOCUSED)]
+        return Atspi.Text.get_character_count(focused[0]) if focused else None
 
     def leave(self):
         """Goes to another window."""
@@ -256,6 +261,7 @@ def refused_lines(listener):
     listener.act("Return")
     listener.hear(listener.text("Program input exceeds the 65,536-byte limit."))
     press("ctrl+a", "Delete")
+    listener.reader.wait_for(lambda: listener.length_of_text() == 0, "an empty draft")
     listener.focus_on("ctrl+f", "Find output")
     listener.act("ctrl+d")
     listener.hear(listener.text("Returned status %1", 1), quietly=True)
@@ -291,6 +297,8 @@ def input_closed(listener):
         listener.talk_with("while :; do sleep 1; done\n")
         for letter in draft:
             press(letter)
+        listener.reader.wait_for(lambda length=len(draft): listener.length_of_text() == length,
+                                 f"the draft {draft!r}")
         listener.focus_on("ctrl+f", "Find output")
         listener.act("ctrl+d")
         listener.hear(listener.text(notice))
