@@ -11,7 +11,7 @@
 #include <QSaveFile>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 
 #include <algorithm>
 #include <array>
@@ -103,22 +103,26 @@ std::optional<QByteArray> contentOf(const QString &path)
     return size == 0 ? std::optional(content) : std::nullopt;
 }
 
-/// What QSettings makes of the preferences, or nothing where it cannot write.
-QByteArray textOf(const Preferences &preferences, const QTemporaryDir &directory)
+/// What QSettings makes of the preferences in a file of its own, named after a pattern, or nothing
+/// where it cannot write.
+QByteArray writtenText(const Preferences &preferences, const QString &pattern)
 {
-    const QString path = directory.filePath(u"preferences"_s);
+    QTemporaryFile file(pattern);
+    if (!file.open() || file.fileName().isEmpty())
+        return {};
     {
-        QSettings settings(path, QSettings::defaultFormat());
+        QSettings settings(file.fileName(), QSettings::defaultFormat());
         preferences.save(&settings);
     }
-    const QByteArray text = contentOf(path).value_or(QByteArray());
+    const QByteArray text = contentOf(file.fileName()).value_or(QByteArray());
     return SettingsText::topLevelKeys(text) == Preferences::keys() ? text : QByteArray();
 }
 
-QByteArray textOf(const Preferences &preferences, const QString &besides)
+QByteArray textOf(const Preferences &preferences, const QString &path)
 {
-    const QByteArray text = textOf(preferences, QTemporaryDir());
-    return text.isEmpty() ? textOf(preferences, QTemporaryDir(besides)) : text;
+    const QByteArray text =
+        writtenText(preferences, QDir::temp().filePath(u"tarn-console.XXXXXX"_s));
+    return text.isEmpty() ? writtenText(preferences, path + u".XXXXXX"_s) : text;
 }
 
 /// In one step, and only when all of it is on the disk: QSaveFile alone takes what is written last

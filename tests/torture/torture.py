@@ -384,6 +384,7 @@ def main():
         table = Table(calls)
         plans = [plan for plan in [*plans_for(calls), *plans_for_memory(ALLOCATIONS)]
                  if options.only in plan.text() and (is_short(plan) or not options.short)]
+        print(f"{len(plans)} plays", flush=True)
         for plan, result in pool.imap_unordered(play_plan, plans):
             wrong = judge(plan, result)
             table.add(plan, result, wrong)
