@@ -25,7 +25,7 @@ class EscapeDisplay
 {
 public:
     /// Beyond so many in a paragraph, the rest stays as it is: every one takes a piece of its own.
-    static constexpr qsizetype maximumEscapes = 2000;
+    static constexpr qsizetype maximumEscapes = 4000;
 
     void setFont(const QFont &font, QPaintDevice *device);
 

@@ -6,6 +6,7 @@
 #include <QTextDocument>
 #include <QWheelEvent>
 
+#include <algorithm>
 #include <iterator>
 
 namespace tarn::console {
@@ -136,9 +137,30 @@ TranscriptStream ViewHistory::anyStream()
     return chance(65) ? TranscriptStream::StandardOutput : TranscriptStream::StandardError;
 }
 
-void ViewHistory::append(const QByteArray &bytes)
+/// Qt makes every line of a word as high as the highest of the word's characters, also those that
+/// are in other lines. The real view does not in very long words: no such word has unusual ones.
+bool ViewHistory::needsBlankBefore(const QByteArray &bytes) const
+{
+    constexpr qsizetype longWord = 300;
+    const auto isUnusual = [](const auto &text) {
+        return std::any_of(text.begin(), text.end(), [](auto unit) { return QChar(unit) > u'~'; });
+    };
+    const QList<TranscriptParagraph> &paragraphs = m_views.transcript().paragraphs();
+    // Each stream may have an open one.
+    for (const auto &paragraph : paragraphs.last(std::min<qsizetype>(2, paragraphs.size()))) {
+        const QString word = paragraph.text.sliced(paragraph.text.lastIndexOf(u' ') + 1);
+        if (word.size() + bytes.size() > longWord
+            && (isUnusual(word) || isUnusual(QString::fromUtf8(bytes))))
+            return true;
+    }
+    return false;
+}
+
+void ViewHistory::append(QByteArray bytes)
 {
     const TranscriptStream stream = anyStream();
+    if (needsBlankBefore(bytes))
+        bytes.prepend(' ');
     m_views.both(
         [&](Transcript &transcript, auto &, auto &) { transcript.appendStream(stream, bytes); });
     m_stale = true;
