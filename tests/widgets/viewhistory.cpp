@@ -138,8 +138,9 @@ TranscriptStream ViewHistory::anyStream()
 }
 
 /// Qt makes every line of a word as high as the highest of the word's characters, also those that
-/// are in other lines. The real view does not in very long words: no such word has unusual ones.
-bool ViewHistory::needsBlankBefore(const QByteArray &bytes) const
+/// are in other lines or right after it. The real view does not in very long words: there are no
+/// unusual characters in or after them.
+bool ViewHistory::needsWordBefore(const QByteArray &bytes) const
 {
     constexpr qsizetype longWord = 300;
     const auto isUnusual = [](const auto &text) {
@@ -148,7 +149,8 @@ bool ViewHistory::needsBlankBefore(const QByteArray &bytes) const
     const QList<TranscriptParagraph> &paragraphs = m_views.transcript().paragraphs();
     // Each stream may have an open one.
     for (const auto &paragraph : paragraphs.last(std::min<qsizetype>(2, paragraphs.size()))) {
-        const QString word = paragraph.text.sliced(paragraph.text.lastIndexOf(u' ') + 1);
+        const QString text = paragraph.text.trimmed();
+        const QString word = text.sliced(text.lastIndexOf(u' ') + 1);
         if (word.size() + bytes.size() > longWord
             && (isUnusual(word) || isUnusual(QString::fromUtf8(bytes))))
             return true;
@@ -159,8 +161,8 @@ bool ViewHistory::needsBlankBefore(const QByteArray &bytes) const
 void ViewHistory::append(QByteArray bytes)
 {
     const TranscriptStream stream = anyStream();
-    if (needsBlankBefore(bytes))
-        bytes.prepend(' ');
+    if (needsWordBefore(bytes))
+        bytes.prepend(" x ");
     m_views.both(
         [&](Transcript &transcript, auto &, auto &) { transcript.appendStream(stream, bytes); });
     m_stale = true;

@@ -27,7 +27,7 @@ private:
     TranscriptStream anyStream();
     QPoint anyPoint();
     int anyPosition();
-    bool needsBlankBefore(const QByteArray &bytes) const;
+    bool needsWordBefore(const QByteArray &bytes) const;
     void append(QByteArray bytes);
     void press(QPoint point, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void move(QPoint point);
