@@ -5,7 +5,6 @@
 #include "textlayout/textpieces.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QScopedValueRollback>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
@@ -130,8 +129,9 @@ void BlockShaper::cutIntoPieces(const QTextBlock &block)
 
 bool BlockShaper::isOwnChange(int from, int charsRemoved, int charsAdded) const
 {
-    return m_cutBlock.isValid() && from == m_cutBlock.position() && charsRemoved == charsAdded
-           && charsAdded == m_cutBlock.length();
+    const bool isThatBlock = from == m_cutBlock.position() && charsRemoved == charsAdded
+                             && charsAdded == m_cutBlock.length();
+    return m_cutBlock.isValid() && (m_takesChange || isThatBlock);
 }
 
 ParagraphSize BlockShaper::sizeOf(const QTextBlock &block)

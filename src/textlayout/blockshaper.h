@@ -8,6 +8,7 @@
 
 #include <QFont>
 #include <QList>
+#include <QScopedValueRollback>
 #include <QTextBlock>
 #include <QTextLayout>
 
@@ -61,6 +62,9 @@ public:
 
     /// Whether a change of the document is none: only this shaper has cut a block into pieces.
     bool isOwnChange(int from, int charsRemoved, int charsAdded) const;
+    /// While a change is taken over, as long as the result lives, the document tells of it again
+    /// with every block that is cut into pieces.
+    auto takeChange() { return QScopedValueRollback(m_takesChange, true); }
 
     /// `removed` blocks from first on became `inserted` ones.
     void replace(int first, int removed, int inserted);
@@ -88,6 +92,7 @@ private:
     ShapedBlockCache m_shaped;
     SegmentedParagraphCache m_segmented;
     QTextBlock m_cutBlock; ///< while it is cut into pieces
+    bool m_takesChange = false;
 };
 
 } // namespace tarn::console

@@ -42,6 +42,7 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
 {
     if (m_shaper.isOwnChange(from, charsRemoved, charsAdded))
         return;
+    const auto taking = m_shaper.takeChange();
     if (!isLaidOut()) {
         m_shaper.clear();
         m_blockCount = document()->blockCount();
