@@ -3,19 +3,33 @@
 # installed, opened by its files as a file manager does, used by real keys, and removed again.
 set -euo pipefail
 
-usage='Usage: scripts/test-package.sh [PACKAGE]   as root: tests the package (default: builds it) in a
-       new Debian 12 root, which it downloads and takes away afterwards; takes a few minutes'
+usage='Usage: scripts/test-package.sh [--root DIR] [PACKAGE]   as root: tests the package (default: builds it)
+       in a new root of the Debian that this machine runs, which it downloads and takes away
+       afterwards; takes a few minutes
+  --root DIR   makes the new root from this one, which has nothing else, instead of downloading it'
 
-case ${1:-} in
--h | --help)
-    echo "$usage"
-    exit 0
-    ;;
--*)
+pristine=
+while [ $# -gt 0 ]; do
+    case $1 in
+    -h | --help)
+        echo "$usage"
+        exit 0
+        ;;
+    --root)
+        pristine=$(realpath "${2:?"$usage"}")
+        shift 2
+        ;;
+    -*)
+        echo "$usage" >&2
+        exit 2
+        ;;
+    *) break ;;
+    esac
+done
+if [ $# -gt 1 ]; then
     echo "$usage" >&2
     exit 2
-    ;;
-esac
+fi
 if [ "$(id -u)" -ne 0 ]; then
     echo 'test-package.sh: only root can make and enter another root' >&2
     exit 1
@@ -80,20 +94,23 @@ paths() {
         -o -path ./var/log -o -path ./var/lib/apt -o -path ./var/lib/dpkg \) -prune -o -print) | sort
 }
 
-check_package() {
-    say 'What lintian and the package itself say'
-    lintian --fail-on error,warning "$package"
-    dpkg-deb --fsys-tarfile "$package" | tar --extract --to-stdout ./usr/bin/tarn-console \
-        >"$work/executable"
-    if grep --quiet --fixed-strings "$(cd "$scripts/.." && pwd)" "$work/executable"; then
-        fail 'the executable names the folder it was built in'
+# The name of the Debian that this machine runs: a package is for the one it was built on.
+suite() {
+    if grep --quiet '/sid$' /etc/debian_version; then
+        echo sid
+    else
+        (. /etc/os-release && echo "$VERSION_CODENAME")
     fi
 }
 
 make_root() {
-    say 'A fresh Debian 12'
-    debootstrap --variant=minbase bookworm "$root" >"$work/debootstrap.log" ||
-        fail "debootstrap: $(tail -n 5 "$work/debootstrap.log")"
+    say "A fresh Debian: $(suite)"
+    if [ -n "$pristine" ]; then
+        cp -a "$pristine" "$root"
+    else
+        debootstrap --variant=minbase "$(suite)" "$root" >"$work/debootstrap.log" ||
+            fail "debootstrap: $(tail -n 5 "$work/debootstrap.log")"
+    fi
     mount -t proc proc "$root/proc"
     printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
     chmod 755 "$root/usr/sbin/policy-rc.d"
@@ -202,7 +219,8 @@ remove_package() {
     [ ! -s "$work/left" ] || fail "the package left: $(cat "$work/left")"
 }
 
-check_package
+say 'What lintian and the package itself say'
+"$scripts/check-package.sh" "$package"
 make_root
 install_package
 mkdir -p "$scripts/../build/package"

@@ -73,6 +73,18 @@ void restoreSignals()
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+HeldSignals::HeldSignals()
+{
+    sigset_t all;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &m_before);
+}
+
+HeldSignals::~HeldSignals()
+{
+    ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
+
 void closeDescriptorsAtExec(int first)
 {
     if (::close_range(static_cast<unsigned>(first), ~0U, CLOSE_RANGE_CLOEXEC) == 0

@@ -96,15 +96,10 @@ private:
 bool startShell(pid_t group, int input)
 {
     const ShellArguments arguments(group);
-    // A signal to us must not be handled in the child, where the handler would act for us.
-    sigset_t all;
-    sigset_t before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    const HeldSignals held;
     const pid_t child = ::fork();
     if (child == 0)
         becomeShell(arguments.get(), input);
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (child < 0)
         return false;
     collectWhenDead(child);

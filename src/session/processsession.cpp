@@ -92,10 +92,15 @@ bool processExists(pid_t process)
 
 SignalDelivery signalSession(pid_t leader, int signalNumber)
 {
+    // A child that has not come to its setsid() is still in our session, and has started nothing.
+    if (leader > 1 && ::getsid(leader) == ::getsid(0) && leader != ::getsid(0))
+        return ::kill(leader, signalNumber) == 0 ? SignalDelivery::Delivered
+                                                 : SignalDelivery::Failed;
     const SignalDelivery delivery = signalProcessGroup(leader, signalNumber);
-    // A child that has not come to its setsid() is still in our session.
     if (leader > 1 && ::getsid(leader) == leader)
         signalOtherGroups(leader, signalNumber);
+    else // Where Qt has no other way, it reaps a child as soon as it is dead.
+        signalOrphanedSession(leader, signalNumber);
     return delivery;
 }
 

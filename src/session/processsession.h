@@ -11,8 +11,8 @@ namespace tarn::console {
 // setsid(2) itself. The other groups are found in /proc; where that is missing, or hides processes,
 // only the leader's group is reached. Nothing outside the session is signalled.
 
-/// Signals the group of a leader that has not been reaped, then the other groups of its session.
-/// Returns what became of the leader's group.
+/// Signals the group of a leader that has not been reaped, then the other groups of its session; or
+/// the process alone, while it is still in ours. Returns what became of the leader's group.
 SignalDelivery signalSession(pid_t leader, int signalNumber);
 
 /// Whether anything is left of the session of a leader that has ended and was reaped. While

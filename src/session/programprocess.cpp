@@ -71,6 +71,20 @@ void executeRaw(QProcess *process, const ProgramLaunch &launch)
     });
 }
 
+/// Given a modifier, newer versions of Qt fork, and reap any dead child in a handler of SIGCHLD,
+/// after which its number may name another process while we still signal it. With this they do as
+/// older ones: the child is ours to reap. It then gets our signal mask after the modifier, unless
+/// Qt restores the signals too.
+void keepChildUntilItsEndIsReported(QProcess *process)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0) // where the flags appeared
+    process->setUnixProcessParameters(QProcess::UnixProcessFlag::UseVFork
+                                      | QProcess::UnixProcessFlag::ResetSignalHandlers);
+#else
+    Q_UNUSED(process);
+#endif
+}
+
 } // namespace
 
 QProcess *createProgramProcess(const ProgramLaunch &launch, QObject *parent)
@@ -85,6 +99,7 @@ QProcess *createProgramProcess(const ProgramLaunch &launch, QObject *parent)
     process->setWorkingDirectory(source.absolutePath());
     process->setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process->setChildProcessModifier([console = ::getpid()] { prepareChild(console); });
+    keepChildUntilItsEndIsReported(process);
     if (FileName::hasRawBytes(launch.sourcePath))
         executeRaw(process, launch);
     return process;

@@ -2,6 +2,7 @@
 
 #include "session/programrun.h"
 
+#include "session/childsetup.h"
 #include "session/deadchild.h"
 #include "session/groupwatchdog.h"
 #include "session/processsession.h"
@@ -68,12 +69,21 @@ void ProgramRun::start()
     const auto self = shared_from_this();
     if (m_completed)
         return;
-    m_process->start(QIODevice::ReadWrite);
+    startProcess();
     if (m_completed || m_process->processId() <= 0)
         return;
     deferEndUntilCollectable(*m_process);
     m_group = static_cast<pid_t>(m_process->processId());
     m_watchdog = std::make_unique<GroupWatchdog>(m_group);
+}
+
+/// Where Qt forks, this thread goes on before the child has a group, or has restored its signals.
+void ProgramRun::startProcess()
+{
+    const HeldSignals held;
+    m_isStarting = true;
+    m_process->start(QIODevice::ReadWrite);
+    m_isStarting = false;
 }
 
 void ProgramRun::handleStarted()
@@ -105,12 +115,9 @@ void ProgramRun::handleError(QProcess::ProcessError error)
     if (m_completed)
         return;
     switch (error) {
-    case QProcess::FailedToStart: {
-        const QString message = m_process->errorString();
-        readOutput();
-        complete({.kind = ProgramOutcomeKind::FailedToStart, .exitCode = -1, .message = message});
+    case QProcess::FailedToStart:
+        handleStartFailure();
         break;
-    }
     case QProcess::Crashed:    // finished() follows and reports it
     case QProcess::WriteError: // the line stays in flight until the run ends
         break;
@@ -120,6 +127,24 @@ void ProgramRun::handleError(QProcess::ProcessError error)
         m_errorMessage = m_process->errorString();
         break;
     }
+}
+
+void ProgramRun::handleStartFailure()
+{
+    const ProgramOutcome outcome{.kind = ProgramOutcomeKind::FailedToStart,
+                                 .exitCode = -1,
+                                 .message = m_process->errorString()};
+    // Newer versions of Qt find a missing folder before they return from the start. Whoever asked
+    // for the run is ready for its end only afterwards.
+    if (!m_isStarting) {
+        complete(outcome);
+        return;
+    }
+    const auto completeLater = [this, outcome] {
+        const auto self = shared_from_this();
+        complete(outcome);
+    };
+    QMetaObject::invokeMethod(this, completeLater, Qt::QueuedConnection);
 }
 
 void ProgramRun::handleFinished(int exitCode, QProcess::ExitStatus exitStatus)

@@ -92,8 +92,10 @@ private:
     enum class Termination { Graceful, Forced };
 
     void connectProcess();
+    void startProcess();
     void handleStarted();
     void handleError(QProcess::ProcessError error);
+    void handleStartFailure();
     void handleFinished(int exitCode, QProcess::ExitStatus exitStatus);
     void handleKillTimeout();
     void handleKillFailure();
@@ -116,6 +118,7 @@ private:
     QByteArray m_pendingInput;                 ///< what is still to be written of the line
     QByteArray m_currentLine;                  ///< the line in flight, without its line feed
     QString m_errorMessage;                    ///< last process error that only the outcome reports
+    bool m_isStarting = false;                 ///< while the process is being asked to
     bool m_inputClosed = false;
     bool m_stopRequested = false;
     bool m_killSent = false;

@@ -9,8 +9,12 @@
 #include <QTest>
 #include <QTimer>
 
+#include <array>
 #include <chrono>
 #include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -49,6 +53,7 @@ private Q_SLOTS:
 
     void aStopBeforeTheProcessStartsIsCaughtUp();
     void aStopRightAfterStartNeedsNoEventLoop();
+    void aStopRightAfterStartStopsNothingElse();
     void aStopWhileStartingCanFailToStart();
 };
 
@@ -394,6 +399,29 @@ void TestProgramSessionStop::aStopRightAfterStartNeedsNoEventLoop()
     QCOMPARE(run.recorder.eventsNamed(u"stateChanged"_s),
              QStringList({u"stateChanged Starting"_s, u"stateChanged Stopping"_s,
                           u"stateChanged Finished"_s}));
+}
+
+/// A child between fork and exec has our handlers, and would act for us.
+void TestProgramSessionStop::aStopRightAfterStartStopsNothingElse()
+{
+    static std::array<int, 2> handled{};
+    QCOMPARE(::pipe2(handled.data(), O_CLOEXEC | O_NONBLOCK), 0);
+    const auto before = std::signal(SIGTERM, [](int) {
+        const auto written = ::write(handled[1], "", 1);
+        Q_UNUSED(written);
+    });
+    SessionRun run("wait-forever\n");
+    for (int i = 1; i <= 100 && !QTest::currentTestFailed(); ++i) {
+        QVERIFY(run.start());
+        run.session.stop();
+        QTRY_COMPARE(run.recorder.outcomes(i).size(), 1);
+    }
+    std::signal(SIGTERM, before);
+
+    char byte = 0;
+    QCOMPARE(::read(handled[0], &byte, 1), -1);
+    for (const int end : handled)
+        QCOMPARE(::close(end), 0);
 }
 
 void TestProgramSessionStop::aStopWhileStartingCanFailToStart()

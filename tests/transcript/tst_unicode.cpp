@@ -131,6 +131,21 @@ bool isAssigned(UChar32 codePoint)
            && QChar::category(char32_t(codePoint)) != QChar::Other_NotAssigned;
 }
 
+bool isStrong(UCharDirection bidiClass)
+{
+    return bidiClass == U_LEFT_TO_RIGHT || bidiClass == U_RIGHT_TO_LEFT
+           || bidiClass == U_RIGHT_TO_LEFT_ARABIC;
+}
+
+/// Whether the two have the same direction for a character, or none, which have the same numbers. A
+/// newer version of Unicode corrects a few.
+bool hasOneDirection(UChar32 codePoint)
+{
+    const auto ours = UCharDirection(QChar::direction(char32_t(codePoint)));
+    const UCharDirection theirs = u_charDirection(codePoint);
+    return ours == theirs || (!isStrong(ours) && !isStrong(theirs));
+}
+
 } // namespace
 
 class TestUnicode : public QObject
@@ -180,10 +195,15 @@ void TestUnicode::everySequenceIsShownAlike()
 void TestUnicode::everyCharacterHasItsDirection()
 {
     int compared = 0;
+    int corrected = 0;
     for (UChar32 codePoint = 0; codePoint <= UCHAR_MAX_VALUE; ++codePoint) {
         if (U_IS_SURROGATE(codePoint) || !isAssigned(codePoint))
             continue;
         ++compared;
+        if (!hasOneDirection(codePoint)) {
+            ++corrected;
+            continue;
+        }
         const UCharDirection bidiClass = u_charDirection(codePoint);
         const bool isLeft = bidiClass == U_LEFT_TO_RIGHT;
         const bool isRight = bidiClass == U_RIGHT_TO_LEFT || bidiClass == U_RIGHT_TO_LEFT_ARABIC;
@@ -197,6 +217,7 @@ void TestUnicode::everyCharacterHasItsDirection()
             QFAIL(qPrintable(u"U+%1"_s.arg(codePoint, 4, 16)));
     }
     QVERIFY(compared > 280'000);
+    QVERIFY2(corrected < 50, qPrintable(QString::number(corrected)));
 }
 
 } // namespace tarn::console

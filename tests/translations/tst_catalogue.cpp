@@ -97,12 +97,13 @@ void TestCatalogue::hasExactlyTheTextsOfTheSources()
     QVERIFY(QFile::copy(cataloguePath(), copy));
     QVERIFY(QFile(copy).setPermissions(QFile::ReadOwner | QFile::WriteOwner));
 
-    // Without heuristics, which fill in translations of similar texts.
+    // Without heuristics, which fill in translations of similar texts. That for numbers is not
+    // known to newer versions.
     QProcess lupdate;
     lupdate.start(QStringLiteral(TARN_LUPDATE),
                   {QStringLiteral(TARN_SOURCES), u"-disable-heuristic"_s, u"sametext"_s,
-                   u"-disable-heuristic"_s, u"similartext"_s, u"-disable-heuristic"_s, u"number"_s,
-                   u"-locations"_s, u"none"_s, u"-ts"_s, copy});
+                   u"-disable-heuristic"_s, u"similartext"_s, u"-locations"_s, u"none"_s, u"-ts"_s,
+                   copy});
     QVERIFY2(lupdate.waitForFinished(), qPrintable(lupdate.errorString()));
     QCOMPARE(lupdate.exitCode(), 0);
 

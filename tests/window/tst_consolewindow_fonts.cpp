@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDialog>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
@@ -37,9 +38,14 @@ private Q_SLOTS:
     void menusHaveTheWindowsFont();
     void dialogsHaveTheWindowsFont_data();
     void dialogsHaveTheWindowsFont();
+    void dialogButtonsHaveNoIcons_data();
+    void dialogButtonsHaveNoIcons();
     void closeQuestionHasTheWindowsFont();
     void contextMenusHaveTheWindowsFont_data();
     void contextMenusHaveTheWindowsFont();
+
+private:
+    QTemporaryDir m_settings;
 };
 
 namespace {
@@ -109,6 +115,7 @@ QString cutWidget(const ConsoleWindow &window)
 void TestConsoleWindowFonts::initTestCase()
 {
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
     QCoreApplication::setOrganizationName(u"TARN"_s);
     QCoreApplication::setApplicationName(u"TARN Console"_s);
 }
@@ -131,8 +138,6 @@ void TestConsoleWindowFonts::everythingFits()
     QFETCH(QString, language);
     QFETCH(int, pointSize);
     QFETCH(int, zoomPercent);
-    QTemporaryDir directory;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, directory.path());
     QSettings().setValue("fontPointSize", pointSize);
     ConsoleWindow window(
         {.sourcePath = u"/somewhere/a/program.tarn"_s, .interfaceLanguage = language});
@@ -221,6 +226,28 @@ void TestConsoleWindowFonts::dialogsHaveTheWindowsFont()
     window.zoomBy(70);
     const auto open = [&window, &action] { window.findChild<QAction *>(action)->trigger(); };
     QVERIFY(meetDialog(open, [&window](QDialog *dialog) { checkFonts(dialog, window.font()); }));
+}
+
+void TestConsoleWindowFonts::dialogButtonsHaveNoIcons_data()
+{
+    dialogsHaveTheWindowsFont_data();
+}
+
+/// Some platforms give them icons, others none: texts say what they do, and fit.
+void TestConsoleWindowFonts::dialogButtonsHaveNoIcons()
+{
+    QFETCH(QString, action);
+    ConsoleWindow window({.interfaceLanguage = u"en"_s, .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const auto open = [&window, &action] { window.findChild<QAction *>(action)->trigger(); };
+    QVERIFY(meetDialog(open, [](QDialog *dialog) {
+        const auto *box = dialog->findChild<QDialogButtonBox *>();
+        QVERIFY(box && !box->buttons().isEmpty());
+        const QList<QAbstractButton *> buttons = box->buttons();
+        for (const QAbstractButton *button : buttons)
+            QVERIFY2(button->icon().isNull(), qPrintable(button->text()));
+    }));
 }
 
 void TestConsoleWindowFonts::closeQuestionHasTheWindowsFont()

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void aLongStatusNeverGrowsTheWindow();
     void aLongStatusWrapsWhileThreeLinesOfOutputRemain();
     void theWindowGivesBackWhatLargeFontsTook();
+    void theMinimumIsNeverLargerThanTheScreen();
     void aResizedWindowKeepsItsSizeAfterLargeFonts();
     void framesHaveAllEdges();
     void framesHaveAllEdgesAtFractionalScales_data();
@@ -66,17 +67,14 @@ QHash<QWidget *, QRect> rowGeometries(const ConsoleWindowFixture &fixture)
 /// The statuses that name nothing, in the interface language of now.
 QList<StatusMessage> plainStatuses()
 {
-    QList<StatusMessage> statuses = {StatusTexts::interpreterSelected(),
-                                     StatusTexts::limitReached(),
-                                     StatusTexts::multilineRefused(),
-                                     StatusTexts::inputClosed(false, false),
-                                     StatusTexts::inputClosed(false, true),
-                                     StatusTexts::inputClosed(true, false),
-                                     StatusTexts::inputAfterRun(false),
-                                     StatusTexts::inputAfterRun(true)};
-    for (const auto result : {InputSendResult::Sent, InputSendResult::Pending,
-                              InputSendResult::NotRunning, InputSendResult::InputClosed,
-                              InputSendResult::NotOneLine, InputSendResult::TooLong})
+    QList<StatusMessage> statuses = {
+        StatusTexts::interpreterSelected(),    StatusTexts::limitReached(),
+        StatusTexts::multilineRefused(),       StatusTexts::inputClosed(false, false),
+        StatusTexts::inputClosed(false, true), StatusTexts::inputClosed(true, false),
+        StatusTexts::inputAfterRun(false),     StatusTexts::inputAfterRun(true)};
+    for (const auto result :
+         {InputSendResult::Sent, InputSendResult::Pending, InputSendResult::NotRunning,
+          InputSendResult::InputClosed, InputSendResult::NotOneLine, InputSendResult::TooLong})
         statuses << StatusTexts::sendResult(result);
     for (const auto state : {ProgramSessionState::Idle, ProgramSessionState::Starting,
                              ProgramSessionState::Running, ProgramSessionState::Stopping})
@@ -239,7 +237,7 @@ void TestConsoleWindowSizes::everyStatusLeavesTheRowsAlone()
     QVERIFY(fixture.show());
     const QHash<QWidget *, QRect> atFirst = rowGeometries(fixture);
     for (const char *name : {"inputStatus", "runStatus"}) {
-        auto *label = fixture.window->findChild<StatusLabel *>(QLatin1StringView(name));
+        auto *label = dynamic_cast<StatusLabel *>(fixture.find<QLabel>(name));
         QVERIFY(label);
         for (const StatusMessage &status : plainStatuses()) {
             label->showMessage(status);
@@ -297,6 +295,18 @@ void TestConsoleWindowSizes::theWindowGivesBackWhatLargeFontsTook()
     fixture.window->resetZoom();
     QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
     QTRY_COMPARE(fixture.window->size(), QSize(800, 500));
+}
+
+void TestConsoleWindowSizes::theMinimumIsNeverLargerThanTheScreen()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    fixture.window->zoomBy(1000);
+    const QSize screen = fixture.window->screen()->availableSize();
+    QTRY_VERIFY(fixture.window->minimumSizeHint().boundedTo(screen)
+                != fixture.window->minimumSizeHint());
+    QTRY_COMPARE(fixture.window->minimumSize(),
+                 fixture.window->minimumSizeHint().boundedTo(screen));
 }
 
 void TestConsoleWindowSizes::aResizedWindowKeepsItsSizeAfterLargeFonts()
