@@ -149,8 +149,9 @@ bool ViewHistory::needsWordBefore(const QByteArray &bytes) const
         return std::any_of(text.begin(), text.end(), [](auto unit) { return QChar(unit) > u'~'; });
     };
     const QList<TranscriptParagraph> &paragraphs = m_views.transcript().paragraphs();
-    // Each stream may have an open one.
-    for (const auto &paragraph : paragraphs.last(std::min<qsizetype>(2, paragraphs.size()))) {
+    // Each stream may have an open one, with lines of the other after it.
+    constexpr qsizetype last = 200;
+    for (const auto &paragraph : paragraphs.last(std::min(last, paragraphs.size()))) {
         const QString text = paragraph.text.trimmed();
         const QString word = text.sliced(text.lastIndexOf(u' ') + 1);
         if (word.size() + bytes.size() > longWord
