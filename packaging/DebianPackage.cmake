@@ -21,7 +21,9 @@ set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${TARN_HOMEPAGE}")
+if(TARN_IS_PUBLISHED)
+    set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${TARN_HOMEPAGE}")
+endif()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The fonts that the window asks for, and the theme that owns the icon folders. The Qt plugin for X
 # comes with the Qt libraries; a Wayland desktop needs one more, or its X server.

@@ -3,8 +3,9 @@
 set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
-       (build, wayland, display, test, speech, check, lint, coverage, valgrind, package, package-test,
-       fresh-root, icons, screenshots, benchmark, fuzz; default: build display test)'
+       (build, clang, wayland, display, test, speech, check, lint, coverage, valgrind, package,
+       package-check, package-test, fresh-root, icons, screenshots, benchmark, fuzz;
+       default: build display test)'
 
 # Prints the packages of one group.
 packages_of() {
@@ -14,6 +15,9 @@ packages_of() {
             qt6-base-dev qt6-tools-dev qt6-l10n-tools qt6-translations-l10n \
             fonts-noto-core
         ;;
+    clang) # Building it by the other compiler.
+        printf '%s\n' clang
+        ;;
     wayland) # Running it where there is no X display but a Wayland one.
         printf '%s\n' qt6-wayland
         ;;
@@ -21,16 +25,16 @@ packages_of() {
         printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
         ;;
     test) # What only the tests need: the fonts they name, Unicode as others read it, clipboard and
-        # window as others see them, and a Wayland display.
-        printf '%s\n' fonts-dejavu-core gdb libicu-dev python3 xclip at-spi2-core dbus-daemon gir1.2-atspi-2.0 python3-gi \
-            qt6-wayland strace util-linux weston
+        # window as others see them, the sources of locales, and a Wayland display.
+        printf '%s\n' at-spi2-core dbus-daemon fonts-dejavu-core gdb gir1.2-atspi-2.0 libicu-dev locales \
+            python3 python3-gi python3-yaml qt6-wayland strace util-linux weston xclip
         ;;
     speech) # The screen reader that the tests listen to; it needs no sound.
         printf '%s\n' at-spi2-core dbus-daemon gir1.2-atspi-2.0 orca python3-gi
         ;;
     check) # The checks of sources, scripts and desktop files.
         printf '%s\n' appstream clang-format-14 codespell cppcheck desktop-file-utils \
-            libxml2-utils man-db python3 shellcheck
+            libxml2-utils man-db python3 python3-yaml shellcheck
         ;;
     lint) # Mistakes that compilers do not report.
         printf '%s\n' clang-tidy clazy
@@ -44,8 +48,11 @@ packages_of() {
     package) # The Debian package.
         printf '%s\n' dpkg-dev file
         ;;
+    package-check) # Looking into it.
+        printf '%s\n' appstream binutils lintian
+        ;;
     package-test) # Trying it in a fresh root.
-        printf '%s\n' debootstrap lintian
+        printf '%s\n' debootstrap
         ;;
     fresh-root) # Making and entering other Debian systems.
         printf '%s\n' debootstrap git util-linux

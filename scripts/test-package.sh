@@ -94,16 +94,6 @@ paths() {
         -o -path ./var/log -o -path ./var/lib/apt -o -path ./var/lib/dpkg \) -prune -o -print) | sort
 }
 
-check_package() {
-    say 'What lintian and the package itself say'
-    lintian --fail-on error,warning "$package"
-    dpkg-deb --fsys-tarfile "$package" | tar --extract --to-stdout ./usr/bin/tarn-console \
-        >"$work/executable"
-    if grep --quiet --fixed-strings "$(cd "$scripts/.." && pwd)" "$work/executable"; then
-        fail 'the executable names the folder it was built in'
-    fi
-}
-
 # The name of the Debian that this machine runs: a package is for the one it was built on.
 suite() {
     if grep --quiet '/sid$' /etc/debian_version; then
@@ -229,7 +219,8 @@ remove_package() {
     [ ! -s "$work/left" ] || fail "the package left: $(cat "$work/left")"
 }
 
-check_package
+say 'What lintian and the package itself say'
+"$scripts/check-package.sh" "$package"
 make_root
 install_package
 mkdir -p "$scripts/../build/package"

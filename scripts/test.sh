@@ -11,7 +11,11 @@ esac
 
 preset=${1:-dev}
 cd "$(dirname "$0")/.."
-./scripts/setup.sh build display test speech
+groups=(build display test speech)
+if [ "$preset" = clang ]; then
+    groups+=(clang)
+fi
+./scripts/setup.sh "${groups[@]}"
 cmake --preset "$preset"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 ctest --preset "$preset" "${@:2}"

@@ -202,10 +202,15 @@ QRect AccessibleTranscript::characterRect(int offset) const
         return QRect();
     const QFontMetrics metrics(document->defaultFont());
     const qreal bottom = blockTop.y() + line.y() + line.ascent() + metrics.descent();
-    const int x = static_cast<int>(blockTop.x() + line.cursorToX(offset - block.position()));
+    // A character that is read from right to left begins at its right edge.
+    const int inBlock = offset - block.position();
+    const qreal leading = blockTop.x() + line.cursorToX(inBlock);
+    const qreal trailing = blockTop.x() + line.cursorToX(inBlock, QTextLine::Trailing);
+    const int left = static_cast<int>(std::min(leading, trailing));
+    const int right = static_cast<int>(std::max(leading, trailing));
     const int y = static_cast<int>(bottom - metrics.height());
-    return QRect(contentsOrigin() + QPoint(x, y),
-                 QSize(metrics.horizontalAdvance(character), metrics.height()));
+    return QRect(contentsOrigin() + QPoint(left, y),
+                 QSize(std::max(1, right - left), metrics.height()));
 }
 
 int AccessibleTranscript::offsetAtPoint(const QPoint &point) const

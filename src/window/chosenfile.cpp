@@ -7,12 +7,18 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QComboBox>
+#include <QDateTime>
 #include <QFileDialog>
 #include <QFontInfo>
+#include <QFontMetrics>
+#include <QHeaderView>
+#include <QLocale>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QScreen>
 #include <QStyleOptionComboBox>
+#include <QTimer>
+#include <QTreeView>
 
 namespace tarn::console {
 
@@ -70,6 +76,32 @@ void followFont(QFileDialog *dialog, const QWidget *window)
                        .boundedTo(window->screen()->availableSize() * mostOfTheScreen));
 }
 
+/// Makes the columns of the list wide enough for what they say, and the names take the rest. Qt
+/// measures them before the dialog has its font.
+void widenColumns(QFileDialog *dialog)
+{
+    const auto *list = dialog->findChild<QTreeView *>(u"treeView"_s);
+    if (!list)
+        return;
+    constexpr qint64 longSize = 1'234'567;
+    const QLocale locale = QLocale::system();
+    const QDateTime longDate(QDate(2028, 12, 28), QTime(20, 58));
+    const QString samples[] = {locale.formattedDataSize(longSize), u"plain text document"_s,
+                               locale.toString(longDate, QLocale::ShortFormat)};
+    QHeaderView *header = list->header();
+    const QFontMetrics metrics(dialog->font());
+    const int padding = metrics.averageCharWidth() * 2;
+    int names = list->viewport()->width();
+    int column = 1;
+    for (const QString &sample : samples) {
+        const int width =
+            std::max(metrics.horizontalAdvance(sample) + padding, header->sectionSizeHint(column));
+        header->resizeSection(column++, width);
+        names -= width;
+    }
+    header->resizeSection(0, std::max(names, header->sectionSizeHint(0)));
+}
+
 } // namespace
 
 QString chosenFile(QFileDialog *dialog)
@@ -79,6 +111,8 @@ QString chosenFile(QFileDialog *dialog)
     removeButtonIcons(dialog);
     showFolderLeftToRight(dialog);
     followFont(dialog, dialog->parentWidget());
+    // The list has its width when it is shown.
+    QTimer::singleShot(0, dialog, [dialog] { widenColumns(dialog); });
     if (dialog->exec() != QDialog::Accepted)
         return {};
     // A chooser of the desktop may show names that Qt's own leaves out.

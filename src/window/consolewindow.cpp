@@ -17,6 +17,7 @@
 #include "window/sourcechoice.h"
 #include "window/sourcedrop.h"
 #include "window/statuslabel.h"
+#include "window/statustexts.h"
 #include "window/wheelzoom.h"
 
 #include <QAction>
@@ -116,6 +117,10 @@ void ConsoleWindow::connectRun()
             &TranscriptView::refresh);
     connect(m_run.get(), &RunController::statusChanged, layout.runStatus,
             &StatusLabel::showMessage);
+    connect(m_run.get(), &RunController::outputCutChanged, layout.runStatus,
+            [label = layout.runStatus](bool cut) {
+                label->setRemark(cut ? StatusTexts::limitReached().text() : QString());
+            });
     connect(m_run.get(), &RunController::controlsChanged, this, [this] { m_states->followRun(); });
     connect(m_run.get(), &RunController::lineWritten, this, [this] { m_input->clearDraft(); });
     connect(m_run.get(), &RunController::completed, this, [this] {

@@ -7,6 +7,8 @@
 
 #include <QFileInfo>
 
+#include <utility>
+
 namespace tarn::console {
 
 /// A slot for a signal that names its run: the handler gets what follows the run's number, unless
@@ -41,6 +43,7 @@ void RunController::start(const ProgramLaunch &launch)
     const QString name = QFileInfo(launch.sourcePath).fileName();
     appendNotice(StatusTexts::runLabel(FileName::printable(name)));
     m_limitReached = false;
+    setOutputCut(false);
 
     // Before the start, so that the signals from inside it already count as this run's.
     m_currentRunId = m_session->runId() + 1;
@@ -63,6 +66,7 @@ void RunController::showStatus(const StatusMessage &status)
 void RunController::clearTranscript()
 {
     m_transcript->clear();
+    setOutputCut(false);
     Q_EMIT transcriptChanged();
 }
 
@@ -95,8 +99,15 @@ void RunController::handleLimit(const TranscriptAppendResult &result)
         return;
     m_transcript->appendLimitRecord(result.limit);
     m_limitReached = true;
+    setOutputCut(true);
     Q_EMIT statusChanged(StatusTexts::limitReached());
     m_session->stop();
+}
+
+void RunController::setOutputCut(bool cut)
+{
+    if (std::exchange(m_outputCut, cut) != cut)
+        Q_EMIT outputCutChanged(cut);
 }
 
 void RunController::complete(const ProgramOutcome &outcome)
@@ -104,8 +115,10 @@ void RunController::complete(const ProgramOutcome &outcome)
     const auto lastOutput = m_transcript->finalizeStream(TranscriptStream::StandardOutput);
     const auto lastErrors = m_transcript->finalizeStream(TranscriptStream::StandardError);
     for (const TranscriptAppendResult &result : {lastOutput, lastErrors}) {
-        if (result.captureStopped)
+        if (result.captureStopped) {
             m_transcript->appendLimitRecord(result.limit);
+            setOutputCut(true);
+        }
     }
 
     const StatusMessage message = StatusTexts::outcome(outcome);

@@ -44,6 +44,9 @@ public:
 Q_SIGNALS:
     void transcriptChanged();
     void statusChanged(const tarn::console::StatusMessage &status);
+    /// Output of the last run was cut at a limit, or that is over: at the next run, and when the
+    /// transcript is cleared. The outcome does not tell, it says that the program was stopped.
+    void outputCutChanged(bool cut);
     /// The session's state, or what it would do with input, may be another.
     void controlsChanged();
     /// The line that was sent has been written; its echo is about to follow.
@@ -57,12 +60,14 @@ private:
     void showState(ProgramSessionState state);
     void echoLine(const QByteArray &line);
     void handleLimit(const TranscriptAppendResult &result);
+    void setOutputCut(bool cut);
 
     ProgramSession *m_session;
     Transcript *m_transcript;
     quint64 m_currentRunId = 0;
     /// The console itself stops the current run, because a limit was reached.
     bool m_limitReached = false;
+    bool m_outputCut = false;
 };
 
 } // namespace tarn::console

@@ -16,6 +16,29 @@
 
 namespace tarn::console {
 
+namespace {
+
+/// Where the lines of a text are, in whole pixels.
+struct LinePlace
+{
+    int height;
+    int baseline;
+};
+
+/// Every line has room for the signs with which Arabic statuses begin ("sent", "closed"), or the
+/// rows above would move at them. The baseline stays, but as far as rare ink pushes it.
+LinePlace linePlace(const QString &text, const QFont &font)
+{
+    const InkReach usual = usualInk(font);
+    const InkReach ink = inkOf(text, font);
+    const InkReach tall = inkOf(QStringLiteral("\u0623\u064F\u064A"), font);
+    const int height = std::max({usual.height(), tall.height(), ink.height()});
+    const int middle = usual.above + (height - usual.height()) / 2;
+    return {.height = height, .baseline = std::clamp(middle, ink.above, height - ink.below)};
+}
+
+} // namespace
+
 StatusLabel::StatusLabel(QWidget *parent)
     : QLabel(parent)
 {
@@ -28,6 +51,12 @@ void StatusLabel::showMessage(const StatusMessage &message)
 {
     m_message = message;
     setText(message.text());
+}
+
+void StatusLabel::setRemark(const QString &remark)
+{
+    setToolTip(remark);
+    setAccessibleDescription(remark);
 }
 
 void StatusLabel::setMaximumLines(int lines)
@@ -68,13 +97,17 @@ int StatusLabel::layOut(QTextLayout &layout, int width) const
     option.setTextDirection(direction);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     layout.setTextOption(option);
-    const InkReach spare = spareRoom(layout.text(), font());
+    const LinePlace place = linePlace(layout.text(), font());
     int height = 0;
     layout.beginLayout();
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(width);
-        line.setPosition(QPointF(0, height - spare.above));
-        height += static_cast<int>(std::ceil(line.height())) - spare.height();
+        // Never more than the font asks for.
+        const int declared = static_cast<int>(std::ceil(line.height()));
+        const int spare = std::max(0, declared - place.height);
+        const int above = std::clamp(qFloor(line.ascent()) - place.baseline, 0, spare);
+        line.setPosition(QPointF(0, height - above));
+        height += declared - spare;
     }
     layout.endLayout();
     return height;
@@ -133,10 +166,10 @@ bool StatusLabel::event(QEvent *event)
         return QLabel::event(event);
     const bool shortened =
         fittingCharacters(width()) < longestText() || (showsMessage() && m_message.isShortened());
-    if (shortened) {
-        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
-                           visibleToolTip(showsMessage() ? m_message.argument : text()), this);
-    }
+    if (!shortened)
+        return QLabel::event(event);
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
+                       visibleToolTip(showsMessage() ? m_message.argument : text()), this);
     return true;
 }
 

@@ -18,6 +18,9 @@ public:
     explicit StatusLabel(QWidget *parent = nullptr);
 
     void showMessage(const StatusMessage &message);
+    /// What is true besides the text, for the tool tip and for assistive technology; empty for
+    /// nothing.
+    void setRemark(const QString &remark);
 
     /// How many lines the label may take.
     void setMaximumLines(int lines);

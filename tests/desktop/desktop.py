@@ -100,8 +100,9 @@ class Console:
         self.interpreter = interpreter
         self.language = "en"
         self.pictures = pictures
-        # For what is not as usual: more environment, a command that starts the console, what to do
-        # in its process and what to do here just before, and whether there is a window manager.
+        # For what is not as usual: more environment (None takes a variable out), a command that
+        # starts the console, what to do in its process and what to do here just before, and whether
+        # there is a window manager.
         self.environment = {}
         self.wrapper = []
         self.before_start = None
@@ -138,6 +139,7 @@ class Console:
             "XDG_CONFIG_HOME": str(self.home / "config"),
             "TARN_DEMO_JOURNAL": str(self._journal),
         } | self.environment
+        environment = {key: value for key, value in environment.items() if value is not None}
         with self._log.open("wb") as log:
             self.process = subprocess.Popen(
                 command, env=environment, cwd=self.directory, stdin=subprocess.DEVNULL,

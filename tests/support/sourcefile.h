@@ -16,6 +16,11 @@ public:
     explicit SourceFile(const QByteArray &script, const QString &name = QStringLiteral("test.tarn"))
         : m_path(m_directory.filePath(name))
     {
+        rewrite(script);
+    }
+
+    void rewrite(const QByteArray &script) const
+    {
         QFile file(m_path);
         if (!file.open(QIODevice::WriteOnly) || file.write(script) != script.size())
             qFatal("cannot write %s", qPrintable(m_path));

@@ -1,8 +1,9 @@
 #include "support/popupmeeting.h"
 #include "support/testregistry.h"
-#include "window/consolewindow.h"
+#include "window/consolewindowfixture.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QDialog>
 #include <QLabel>
@@ -36,6 +37,7 @@ private Q_SLOTS:
     void menusHaveTheWindowsFont();
     void dialogsHaveTheWindowsFont_data();
     void dialogsHaveTheWindowsFont();
+    void closeQuestionHasTheWindowsFont();
     void contextMenusHaveTheWindowsFont_data();
     void contextMenusHaveTheWindowsFont();
 };
@@ -52,6 +54,14 @@ QList<QWidget *> visibleWidgets(const ConsoleWindow &window)
             widgets.append(widget);
     }
     return widgets;
+}
+
+void checkFonts(const QDialog *dialog, const QFont &font)
+{
+    QCOMPARE(dialog->font(), font);
+    const QList<QWidget *> parts = dialog->findChildren<QWidget *>();
+    for (const QWidget *part : parts)
+        QVERIFY2(part->font().pointSize() == font.pointSize(), part->metaObject()->className());
 }
 
 bool fitsTheScreen(const ConsoleWindow &window)
@@ -98,6 +108,7 @@ QString cutWidget(const ConsoleWindow &window)
 
 void TestConsoleWindowFonts::initTestCase()
 {
+    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QCoreApplication::setOrganizationName(u"TARN"_s);
     QCoreApplication::setApplicationName(u"TARN Console"_s);
 }
@@ -197,6 +208,8 @@ void TestConsoleWindowFonts::dialogsHaveTheWindowsFont_data()
     QTest::addColumn<QString>("action");
     QTest::newRow("settings") << u"settingsAction"_s;
     QTest::newRow("help") << u"helpAction"_s;
+    QTest::newRow("source chooser") << u"openAction"_s;
+    QTest::newRow("interpreter chooser") << u"chooseTarnAction"_s;
 }
 
 void TestConsoleWindowFonts::dialogsHaveTheWindowsFont()
@@ -207,12 +220,21 @@ void TestConsoleWindowFonts::dialogsHaveTheWindowsFont()
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     window.zoomBy(70);
     const auto open = [&window, &action] { window.findChild<QAction *>(action)->trigger(); };
-    QVERIFY(meetDialog(open, [&window](QDialog *dialog) {
-        QCOMPARE(dialog->font(), window.font());
-        const QList<QWidget *> parts = dialog->findChildren<QWidget *>();
-        for (const QWidget *part : parts)
-            QVERIFY2(part->font().pointSize() == 19, part->metaObject()->className());
-    }));
+    QVERIFY(meetDialog(open, [&window](QDialog *dialog) { checkFonts(dialog, window.font()); }));
+}
+
+void TestConsoleWindowFonts::closeQuestionHasTheWindowsFont()
+{
+    const ConsoleWindowFixture fixture("wait-forever");
+    QVERIFY(fixture.show());
+    fixture.window->zoomBy(70);
+    QVERIFY(fixture.run());
+    const QFont font = fixture.window->font();
+    QVERIFY(meetDialog([&fixture] { fixture.window->close(); },
+                       [&font](QDialog *dialog) { checkFonts(dialog, font); }));
+    QVERIFY(fixture.window->isVisible());
+    fixture.trigger("stopAction");
+    QVERIFY(fixture.waitForEnd());
 }
 
 void TestConsoleWindowFonts::contextMenusHaveTheWindowsFont_data()

@@ -5,8 +5,10 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QHelpEvent>
 #include <QMouseEvent>
 #include <QTest>
+#include <QToolTip>
 
 #include <algorithm>
 
@@ -40,6 +42,9 @@ private Q_SLOTS:
     void echoEndsAtALimit();
     void limitAtTheEndOfTheOutput();
     void statusTellsTheLimitUntilTheOutcome();
+    void tipTellsTheLimitUntilTheNextRun();
+    void tipTellsTheLimitUntilTheOutputIsCleared();
+    void tipTellsALimitAtTheEndOfTheOutput();
     void statusTellsAStopByTheUserAfterALimit();
     void outputAfterTheLimitAddsNoticesOnly();
     void everyNoticeIsFollowedByTwoAtTheEnd();
@@ -180,6 +185,49 @@ void TestConsoleWindowLimits::statusTellsTheLimitUntilTheOutcome()
     const QStringList expected{QString(), u"Starting TARN program"_s, u"Running"_s, limitReached,
                                stopped};
     QCOMPARE(recorder.texts(), expected);
+}
+
+void TestConsoleWindowLimits::tipTellsTheLimitUntilTheNextRun()
+{
+    const ConsoleWindowFixture fixture("bytes 70000 x\nwait-forever");
+    QVERIFY(fixture.show());
+    auto *status = fixture.find<QLabel>("runStatus");
+    QVERIFY(status->toolTip().isEmpty());
+    QVERIFY(fixture.runToEnd());
+    QCOMPARE(fixture.runStatus(), stopped);
+    QCOMPARE(status->toolTip(), limitReached);
+    QCOMPARE(status->accessibleDescription(), limitReached);
+
+    QHelpEvent hover(QEvent::ToolTip, status->rect().center(),
+                     status->mapToGlobal(status->rect().center()));
+    QCoreApplication::sendEvent(status, &hover);
+    QCOMPARE(QToolTip::text(), limitReached);
+    QToolTip::hideText();
+
+    fixture.source.rewrite("wait-forever");
+    QVERIFY(fixture.run());
+    QVERIFY(status->toolTip().isEmpty());
+    QVERIFY(status->accessibleDescription().isEmpty());
+    fixture.trigger("stopAction");
+    QVERIFY(fixture.waitForEnd());
+}
+
+void TestConsoleWindowLimits::tipTellsTheLimitUntilTheOutputIsCleared()
+{
+    const ConsoleWindowFixture fixture("bytes 70000 x\nwait-forever");
+    QVERIFY(fixture.runToEnd());
+    auto *status = fixture.find<QLabel>("runStatus");
+    QCOMPARE(status->toolTip(), limitReached);
+    fixture.trigger("clearAction");
+    QVERIFY(status->toolTip().isEmpty());
+    QVERIFY(status->accessibleDescription().isEmpty());
+}
+
+void TestConsoleWindowLimits::tipTellsALimitAtTheEndOfTheOutput()
+{
+    const ConsoleWindowFixture fixture("bytes 65536 x\nprint \\r\nexit 0");
+    QVERIFY(fixture.runToEnd());
+    QCOMPARE(fixture.find<QLabel>("runStatus")->toolTip(), limitReached);
 }
 
 void TestConsoleWindowLimits::statusTellsAStopByTheUserAfterALimit()

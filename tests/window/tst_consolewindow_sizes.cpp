@@ -1,5 +1,8 @@
+#include "support/patience.h"
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
+#include "window/statuslabel.h"
+#include "window/statustexts.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QFontMetrics>
@@ -30,6 +33,8 @@ private Q_SLOTS:
     void rowsTakeNoMoreThanTheyNeed();
     void rowsStayWhereTheyAreDuringARun_data();
     void rowsStayWhereTheyAreDuringARun();
+    void everyStatusLeavesTheRowsAlone_data();
+    void everyStatusLeavesTheRowsAlone();
     void aLongStatusNeverGrowsTheWindow();
     void aLongStatusWrapsWhileThreeLinesOfOutputRemain();
     void theWindowGivesBackWhatLargeFontsTook();
@@ -56,6 +61,24 @@ QHash<QWidget *, QRect> rowGeometries(const ConsoleWindowFixture &fixture)
     for (QWidget *widget : widgets)
         geometries.insert(widget, widget->geometry());
     return geometries;
+}
+
+/// The statuses that name nothing, in the interface language of now.
+QList<StatusMessage> plainStatuses()
+{
+    QList<StatusMessage> statuses = {
+        StatusTexts::interpreterSelected(),    StatusTexts::limitReached(),
+        StatusTexts::multilineRefused(),       StatusTexts::inputClosed(false, false),
+        StatusTexts::inputClosed(false, true), StatusTexts::inputClosed(true, false),
+        StatusTexts::inputAfterRun(false),     StatusTexts::inputAfterRun(true)};
+    for (const auto result :
+         {InputSendResult::Sent, InputSendResult::Pending, InputSendResult::NotRunning,
+          InputSendResult::InputClosed, InputSendResult::NotOneLine, InputSendResult::TooLong})
+        statuses << StatusTexts::sendResult(result);
+    for (const auto state : {ProgramSessionState::Idle, ProgramSessionState::Starting,
+                             ProgramSessionState::Running, ProgramSessionState::Stopping})
+        statuses << StatusTexts::runState(state);
+    return statuses;
 }
 
 /// Whether a line crosses the way from one point to another.
@@ -190,10 +213,39 @@ void TestConsoleWindowSizes::rowsStayWhereTheyAreDuringARun()
     fixture.press(Qt::Key_Return, Qt::ShiftModifier);
     QVERIFY(!fixture.inputStatus().isEmpty());
     QVERIFY(!moved());
+    fixture.draft()->clear();
+    fixture.type(u"1"_s);
+    fixture.press(Qt::Key_Return);
+    QTRY_COMPARE_WITH_TIMEOUT(fixture.inputStatus(),
+                              StatusTexts::sendResult(InputSendResult::Sent).text(), patience);
+    QVERIFY(!moved());
     fixture.trigger("closeInputAction");
     QVERIFY(fixture.waitForEnd());
     QVERIFY(!fixture.runStatus().isEmpty());
     QVERIFY(!moved());
+}
+
+void TestConsoleWindowSizes::everyStatusLeavesTheRowsAlone_data()
+{
+    addInterfaceLanguages();
+}
+
+void TestConsoleWindowSizes::everyStatusLeavesTheRowsAlone()
+{
+    const ConsoleWindowFixture fixture(optionsInRowLanguage());
+    QVERIFY(fixture.show());
+    const QHash<QWidget *, QRect> atFirst = rowGeometries(fixture);
+    for (const char *name : {"inputStatus", "runStatus"}) {
+        // findChild() itself needs a class with a meta-object.
+        auto *label = dynamic_cast<StatusLabel *>(
+            fixture.window->findChild<QLabel *>(QLatin1StringView(name)));
+        QVERIFY(label);
+        for (const StatusMessage &status : plainStatuses()) {
+            label->showMessage(status);
+            QCoreApplication::processEvents();
+            QVERIFY2(rowGeometries(fixture) == atFirst, qPrintable(status.text()));
+        }
+    }
 }
 
 void TestConsoleWindowSizes::aLongStatusNeverGrowsTheWindow()

@@ -1,3 +1,4 @@
+#include "support/patience.h"
 #include "support/testregistry.h"
 #include "window/consolewindowfixture.h"
 #include "window/filechooser.h"
@@ -7,6 +8,7 @@
 #include <QFileInfo>
 #include <QScreen>
 #include <QTest>
+#include <QTreeView>
 
 using namespace Qt::StringLiterals;
 
@@ -25,6 +27,8 @@ private Q_SLOTS:
     void choosingClearsTheRunStatus();
     void choosingLeavesTheTranscript();
     void chooserFitsOnTheScreen();
+    void chooserShowsSizesAndDatesWhole_data();
+    void chooserShowsSizesAndDatesWhole();
     void chooserStartsInTheDirectoryOfTheLastSource();
     void chooserStartsInTheDirectoryOfTheSourceAtStart();
     void cancelledChooserChangesNothing_data();
@@ -109,6 +113,43 @@ void TestConsoleWindowSource::chooserFitsOnTheScreen()
     const QSize large = size();
     QVERIFY(large.height() > usual.height());
     QCOMPARE(large.boundedTo(screen), large);
+}
+
+void TestConsoleWindowSource::chooserShowsSizesAndDatesWhole_data()
+{
+    QTest::addColumn<int>("zoom");
+    QTest::newRow("100 %") << 0;
+    QTest::newRow("150 %") << 50;
+}
+
+void TestConsoleWindowSource::chooserShowsSizesAndDatesWhole()
+{
+    QFETCH(int, zoom);
+    const ConsoleWindowFixture fixture("exit 0");
+    QVERIFY(fixture.show());
+    fixture.window->zoomBy(zoom);
+    bool looked = false;
+    const auto look = [&looked](const QDialog *dialog) {
+        const auto *list = dialog->findChild<QTreeView *>(u"treeView"_s);
+        const QModelIndex folder = list->rootIndex();
+        QTRY_VERIFY_WITH_TIMEOUT(list->model()->rowCount(folder) > 0, patience);
+        const QAbstractItemModel *model = list->model();
+        for (int column = 1; column < model->columnCount(folder); ++column) {
+            const QModelIndex file = model->index(0, column, folder);
+            QTRY_VERIFY_WITH_TIMEOUT(!file.data().toString().isEmpty(), patience);
+            const int needed = list->fontMetrics().horizontalAdvance(file.data().toString());
+            QTRY_VERIFY2_WITH_TIMEOUT(list->columnWidth(column) > needed,
+                                      qPrintable(file.data().toString()), patience);
+        }
+        QVERIFY(list->columnWidth(0) > 0);
+        looked = true;
+    };
+    QVERIFY(meetDialog([&] { fixture.window->chooseSource(); },
+                       [&](QDialog *dialog) {
+                           look(dialog);
+                           dialog->reject();
+                       }));
+    QVERIFY(looked);
 }
 
 void TestConsoleWindowSource::chooserStartsInTheDirectoryOfTheLastSource()
