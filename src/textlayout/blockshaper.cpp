@@ -2,9 +2,10 @@
 
 #include "textlayout/advancetable.h"
 #include "textlayout/overlongclusters.h"
-#include "textlayout/segmentedparagraph.h"
+#include "textlayout/textpieces.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QScopedValueRollback>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
@@ -20,9 +21,12 @@ constexpr ShapedBlockCache::Limits shapedLimits{
     .charactersOfFewBlocks = 1024 * 1024,
 };
 
+/// By which the formats of pieces are told from others.
+constexpr int pieceMark = QTextFormat::UserProperty + 1;
+
 } // namespace
 
-BlockShaper::BlockShaper(const QTextDocument *document)
+BlockShaper::BlockShaper(QTextDocument *document)
     : m_document(document)
     , m_shaped(shapedLimits)
 {
@@ -45,6 +49,7 @@ std::optional<ParagraphSize> BlockShaper::shape(const QTextBlock &block)
     std::optional<ParagraphSize> size;
     if (layout->lineCount() == 0) {
         keepShapedText(layout, block.text());
+        cutIntoPieces(block);
         size = breakBlock(layout, block);
     }
     m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
@@ -64,18 +69,70 @@ const SegmentedParagraph *BlockShaper::shapeSegments(const QTextBlock &block)
     if (!isSlow(block) || !block.layout()->preeditAreaText().isEmpty())
         return nullptr;
     SegmentedParagraph &paragraph = m_segmented.of(block.blockNumber());
-    const bool isShaped =
-        paragraph.shape(block.text(), {m_font, m_document->documentLayout()->paintDevice(),
-                                       paragraphOption(block), m_lineWidth, m_heights});
-    return isShaped ? &paragraph : nullptr;
+    return paragraph.shape(block.text(), settingOf(block)) ? &paragraph : nullptr;
 }
 
-ParagraphSize BlockShaper::sizeOf(const QTextBlock &block) const
+SegmentedParagraph::Setting BlockShaper::settingOf(const QTextBlock &block) const
 {
+    return {m_font, m_document->documentLayout()->paintDevice(), paragraphOption(block),
+            m_lineWidth, m_heights};
+}
+
+QList<QTextLayout::FormatRange> BlockShaper::piecesOf(const QTextBlock &block)
+{
+    if (!isSlow(block))
+        return {};
+    const SegmentedParagraph *paragraph = shapeSegments(block);
+    return paragraph ? paragraph->pieces() : console::piecesOf(block.text());
+}
+
+/// Has the block's own layout find the lines that are drawn. The formats that an input method sets
+/// stay as they are.
+void BlockShaper::cutIntoPieces(const QTextBlock &block)
+{
+    QTextLayout *layout = block.layout();
+    if (!layout->preeditAreaText().isEmpty())
+        return;
+    auto pieces = piecesOf(block);
+    for (QTextLayout::FormatRange &piece : pieces)
+        piece.format.setProperty(pieceMark, true);
+    const auto known = layout->formats();
+    const bool areOwn = !known.isEmpty() && known.front().format.hasProperty(pieceMark);
+    if (pieces == known || (pieces.isEmpty() && !areOwn))
+        return;
+    const QScopedValueRollback guard(m_cutBlock, block);
+    layout->setFormats(pieces);
+    // The document has noted that the block is another now. It forgets it as soon as it has told.
+    m_document->markContentsDirty(block.position(), 0);
+}
+
+bool BlockShaper::isOwnChange(int from, int charsRemoved, int charsAdded) const
+{
+    return m_cutBlock.isValid() && from == m_cutBlock.position() && charsRemoved == charsAdded
+           && charsAdded == m_cutBlock.length();
+}
+
+ParagraphSize BlockShaper::sizeOf(const QTextBlock &block)
+{
+    if (isSlow(block))
+        return sizeOfSlow(block);
     const QString text = block.text();
     QTextLayout layout(text, m_font, m_document->documentLayout()->paintDevice());
-    splitOverlongClusters(&layout, text);
     return breakBlock(&layout, block);
+}
+
+ParagraphSize BlockShaper::sizeOfSlow(const QTextBlock &block)
+{
+    // What is in sight stays in the cache.
+    SegmentedParagraph paragraph;
+    if (paragraph.shape(block.text(), settingOf(block)))
+        return paragraph.size();
+    const bool wasShaped = block.layout()->lineCount() > 0;
+    cutIntoPieces(block);
+    const ParagraphSize size = breakBlock(block.layout(), block);
+    if (!wasShaped)
+        release(block.blockNumber());
+    return size;
 }
 
 ParagraphSize BlockShaper::breakBlock(QTextLayout *layout, const QTextBlock &block) const

@@ -1,16 +1,18 @@
 #pragma once
 
 #include "textlayout/linebreaking.h"
+#include "textlayout/segmentedparagraph.h"
 #include "textlayout/segmentedparagraphcache.h"
 #include "textlayout/shapedblockcache.h"
 
 #include <QFont>
+#include <QList>
+#include <QTextBlock>
+#include <QTextLayout>
 
 #include <optional>
 
-class QTextBlock;
 class QTextDocument;
-class QTextLayout;
 
 namespace tarn::console {
 
@@ -25,7 +27,7 @@ public:
     /// milliseconds.
     static constexpr int shortBlock = 2048;
 
-    explicit BlockShaper(const QTextDocument *document);
+    explicit BlockShaper(QTextDocument *document);
 
     /// What is shaped already stays as it is.
     /// The table is the font's; it must live until the next one is set.
@@ -42,11 +44,14 @@ public:
     const SegmentedParagraph *shapeSegments(const QTextBlock &block);
 
     /// Shapes a block only for its size.
-    ParagraphSize sizeOf(const QTextBlock &block) const;
+    ParagraphSize sizeOf(const QTextBlock &block);
 
     /// Whether a block is the empty one after the end of the last line. Where lines follow their
     /// ink, it is only as high as a caret, and keeps more of the lines in sight.
     static bool hasOnlyCaret(const QTextBlock &block);
+
+    /// Whether a change of the document is none: only this shaper has cut a block into pieces.
+    bool isOwnChange(int from, int charsRemoved, int charsAdded) const;
 
     /// `removed` blocks from first on became `inserted` ones.
     void replace(int first, int removed, int inserted);
@@ -55,15 +60,20 @@ public:
 
 private:
     static bool isSlow(const QTextBlock &block);
+    SegmentedParagraph::Setting settingOf(const QTextBlock &block) const;
+    QList<QTextLayout::FormatRange> piecesOf(const QTextBlock &block);
+    void cutIntoPieces(const QTextBlock &block);
+    ParagraphSize sizeOfSlow(const QTextBlock &block);
     ParagraphSize breakBlock(QTextLayout *layout, const QTextBlock &block) const;
     void release(int block) const;
 
-    const QTextDocument *m_document;
+    QTextDocument *m_document;
     QFont m_font;
     const AdvanceTable *m_heights = nullptr;
     qreal m_lineWidth = 0;
     ShapedBlockCache m_shaped;
     SegmentedParagraphCache m_segmented;
+    QTextBlock m_cutBlock; ///< while it is cut into pieces
 };
 
 } // namespace tarn::console

@@ -4,6 +4,7 @@
 
 #include "textlayout/blockheight.h"
 #include "textlayout/linedrawing.h"
+#include "textlayout/linepositions.h"
 #include "textlayout/segmentedparagraph.h"
 
 #include <QPainter>
@@ -45,6 +46,14 @@ bool mayCover(const QTextLine &line, qreal y)
     return line.y() - line.height() <= y && y <= line.y() + 2 * line.height();
 }
 
+/// What an input method composes is not in the text.
+QStringView textOf(const QTextLine &line, const BrokenText &text)
+{
+    if (!text.layout.preeditAreaText().isEmpty())
+        return {};
+    return QStringView(text.text).sliced(line.textStart(), line.textLength());
+}
+
 /// Offset in a laid out text of a point relative to the layout; `exact` when it is on the text.
 int offsetAt(const BrokenText &text, QPointF point, Qt::HitTestAccuracy accuracy, bool *exact)
 {
@@ -65,7 +74,7 @@ int offsetAt(const BrokenText &text, QPointF point, Qt::HitTestAccuracy accuracy
             offset = std::max(offset, line.textStart() + line.textLength());
         } else {
             *exact = rect.left() <= point.x() && rect.right() >= point.x();
-            return line.xToCursor(point.x(), where);
+            return positionAt(layout, line, textOf(line, text), point.x(), where);
         }
     }
     return offset;
@@ -209,15 +218,15 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
 }
 
 /// Draws a long paragraph without shaping the whole. Returns false, and draws nothing, when the
-/// block is none, or when a selection in it would look different.
+/// block is none.
 bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &context,
                                       const QTextBlock &block) const
 {
     const int height = block.lineCount();
     const SegmentedParagraph *paragraph = shapeSegments(block);
-    const auto selections = selectedRanges(block, context.selections);
-    if (!paragraph || (!selections.isEmpty() && !paragraph->canDrawSelections()))
+    if (!paragraph)
         return false;
+    const auto selections = selectedRanges(block, context.selections);
     noteMoved(block, height);
     const QPointF position(margin(), topOf(block));
     paragraph->draw(painter, position, selections, context.clip);

@@ -40,6 +40,8 @@ int endOf(const QTextBlock &block)
 
 void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAdded)
 {
+    if (m_shaper.isOwnChange(from, charsRemoved, charsAdded))
+        return;
     if (!isLaidOut()) {
         m_blockCount = document()->blockCount();
         m_pageWidth = -1;

@@ -2,6 +2,7 @@
 
 #include "textlayout/linedrawing.h"
 #include "textlayout/overlongclusters.h"
+#include "textlayout/textpieces.h"
 
 #include <QPainter>
 
@@ -55,6 +56,14 @@ void moveOutOfSight(const QTextLayout &layout, int firstLine)
     constexpr qreal belowEverything = 30'000'000;
     for (int i = firstLine; i < layout.lineCount(); ++i)
         layout.lineAt(i).setPosition(QPointF(0, belowEverything));
+}
+
+/// What is selected, as positions from a start on.
+QList<QTextLayout::FormatRange> movedTo(qsizetype start, QList<QTextLayout::FormatRange> selections)
+{
+    for (QTextLayout::FormatRange &selection : selections)
+        selection.start -= static_cast<int>(start);
+    return selections;
 }
 
 } // namespace
@@ -205,9 +214,14 @@ ParagraphSize SegmentedParagraph::size() const
     return size;
 }
 
-bool SegmentedParagraph::canDrawSelections() const
+QList<QTextLayout::FormatRange> SegmentedParagraph::pieces() const
 {
-    return m_segments.size() == 1;
+    if (m_hasOverlongClusters)
+        return m_segments.front().layout->formats();
+    std::vector<qsizetype> borders;
+    for (const Segment &segment : m_segments)
+        borders.push_back(segment.start);
+    return piecesBetween(borders, m_text.size());
 }
 
 void SegmentedParagraph::draw(QPainter *painter, QPointF position,
@@ -217,7 +231,8 @@ void SegmentedParagraph::draw(QPainter *painter, QPointF position,
     for (const Segment &segment : m_segments) {
         const qreal bottom = position.y() + segment.size.height;
         if (!clip.isValid() || (bottom >= clip.top() && position.y() <= clip.bottom()))
-            drawLines(painter, brokenText(segment), position, selections, clip);
+            drawLines(painter, brokenText(segment), position, movedTo(segment.start, selections),
+                      clip);
         position.setY(bottom);
     }
 }

@@ -49,9 +49,9 @@ public:
     ParagraphSize size() const;
     qsizetype length() const { return m_text.size(); }
 
-    /// Whether selections are drawn as in one layout. In segments, the numbers of an Arabic text
-    /// look different where they are selected.
-    bool canDrawSelections() const;
+    /// The parts that one layout of the whole text has to shape apart to have the same lines.
+    QList<QTextLayout::FormatRange> pieces() const;
+
     void draw(QPainter *painter, QPointF position,
               const QList<QTextLayout::FormatRange> &selections, const QRectF &clip) const;
     void drawCursor(QPainter *painter, QPointF position, int offset, int width) const;

@@ -4,6 +4,7 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextEdit>
+#include <QTextLayout>
 
 #include <algorithm>
 #include <array>
@@ -29,13 +30,18 @@ constexpr std::array moves{
     QKeySequence::SelectStartOfDocument, QKeySequence::SelectEndOfDocument,
 };
 
-/// The start of the line at a height of the viewport. Asked on the side where lines begin: at the
-/// other one, the end of a line is the start of the next.
+/// The start of the line at a height of the viewport.
 QTextCursor lineAt(const QTextEdit &text, int y)
 {
-    const QTextCursor any = text.cursorForPosition(QPoint(0, y));
-    const bool rightToLeft = any.block().textDirection() == Qt::RightToLeft;
-    return text.cursorForPosition(QPoint(rightToLeft ? text.viewport()->width() - 1 : 0, y));
+    QTextCursor cursor = text.cursorForPosition(QPoint(0, y));
+    const QTextBlock block = cursor.block();
+    const QTextLayout &layout = *block.layout();
+    for (int i = layout.lineCount() - 1; i >= 0; --i) {
+        cursor.setPosition(block.position() + layout.lineAt(i).textStart());
+        if (text.cursorRect(cursor).top() <= y)
+            break;
+    }
+    return cursor;
 }
 
 } // namespace

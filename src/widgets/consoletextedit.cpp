@@ -1,9 +1,14 @@
 #include "widgets/consoletextedit.h"
 
+#include "widgets/linekeys.h"
+
 #include <QApplication>
+#include <QClipboard>
 #include <QEvent>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMimeData>
 #include <QProxyStyle>
 #include <QShowEvent>
 #include <QStyleFactory>
@@ -86,6 +91,32 @@ void ConsoleTextEdit::focusOutEvent(QFocusEvent *event)
     QTextEdit::focusOutEvent(event);
     constexpr int widthOfTheFlag = 4;
     viewport()->update(cursorRect().adjusted(-widthOfTheFlag, 0, widthOfTheFlag, 0));
+}
+
+/// The keys are Qt's, but for the lines that they miss.
+void ConsoleTextEdit::keyPressEvent(QKeyEvent *event)
+{
+    const QTextCursor before = textCursor();
+    if (LineKeys::movePage(this, *event)) {
+        event->accept();
+        if (textCursor().selectionStart() != before.selectionStart()
+            || textCursor().selectionEnd() != before.selectionEnd())
+            offerSelection();
+        return;
+    }
+    QTextEdit::keyPressEvent(event);
+    if (const auto meant = LineKeys::meantInstead(*event, before, textCursor())) {
+        setTextCursor(*meant);
+        offerSelection();
+    }
+}
+
+/// What is selected by keys is what the middle button pastes elsewhere.
+void ConsoleTextEdit::offerSelection() const
+{
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    if (clipboard->supportsSelection() && textCursor().hasSelection())
+        clipboard->setMimeData(createMimeDataFromSelection(), QClipboard::Selection);
 }
 
 int ConsoleTextEdit::frameHeight() const

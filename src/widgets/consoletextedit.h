@@ -27,12 +27,14 @@ protected:
     void changeEvent(QEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void focusOutEvent(QFocusEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void timerEvent(QTimerEvent *event) override;
 
 private:
     void updateTabStops();
     void keepFrameInSight();
+    void offerSelection() const;
 
     LazyDocumentLayout *m_lazyLayout; ///< the document's
     QStyle *m_innerFrame;

@@ -4,7 +4,9 @@
 #include "window/statustexts.h"
 #include "window/visibletext.h"
 
+#include <QGuiApplication>
 #include <QWidget>
+#include <QWindow>
 
 #include <algorithm>
 #include <utility>
@@ -56,6 +58,8 @@ Announcer::Announcer(const Transcript *transcript, QWidget *window)
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, &Announcer::speak);
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &Announcer::followPerson);
+    followPerson(QGuiApplication::focusWindow());
 }
 
 void Announcer::followTranscript()
@@ -109,6 +113,16 @@ void Announcer::endRun()
     if (!Voice::isHeard())
         return;
     m_narration.endLines(now());
+    schedule();
+}
+
+/// Two consoles, or a console and an editor, must not speak at the same time.
+void Announcer::followPerson(const QWindow *window)
+{
+    if (window)
+        m_narration.release(now());
+    else
+        m_narration.hold();
     schedule();
 }
 

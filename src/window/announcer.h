@@ -8,6 +8,7 @@
 #include <QTimer>
 
 class QWidget;
+class QWindow;
 
 namespace tarn::console {
 
@@ -15,7 +16,8 @@ struct StatusMessage;
 class Transcript;
 
 /// Tells assistive technology what happens in the window: what programs write, and every status.
-/// What is worth telling is the narration's to decide. Costs nothing while nobody listens.
+/// What is worth telling is the narration's to decide. While the person works in another program
+/// nothing is said; when they come back, what they missed. Costs nothing while nobody listens.
 class Announcer : public QObject
 {
 public:
@@ -32,6 +34,8 @@ public:
 
 private:
     void tell(const StatusMessage &status, Narration::Status kind);
+    /// The window is that of ours which has the keyboard.
+    void followPerson(const QWindow *window);
     Narration::Time now() const;
     void schedule();
     void speak();

@@ -20,6 +20,7 @@ ConsoleUi::ConsoleUi(QMainWindow *window, Transcript *transcript)
     , answerFocus(layout.draft, layout.findField)
     , m_window(window)
     , m_popupFont(window)
+    , m_focusRing(window)
 {
     commands.setFocusKeeper(&focusKeeper);
     window->setCentralWidget(layout.content);

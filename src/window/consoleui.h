@@ -4,6 +4,7 @@
 #include "window/commands.h"
 #include "window/consolelayout.h"
 #include "window/focuskeeper.h"
+#include "window/focusring.h"
 #include "window/menus.h"
 #include "window/popupfont.h"
 
@@ -31,6 +32,7 @@ struct ConsoleUi
 private:
     QMainWindow *m_window;
     PopupFont m_popupFont;
+    FocusRing m_focusRing;
 };
 
 } // namespace tarn::console

@@ -135,9 +135,25 @@ void Narration::endLines(Time now)
         endLine(stream, now);
 }
 
+void Narration::hold()
+{
+    m_heldUntil.reset();
+}
+
+void Narration::release(Time now)
+{
+    if (m_heldUntil)
+        return;
+    m_heldUntil = now;
+    if (dueTimeWhereHeard())
+        *m_heldUntil += arrival;
+}
+
 void Narration::clear()
 {
+    const auto heldUntil = m_heldUntil;
     *this = {};
+    m_heldUntil = heldUntil;
 }
 
 bool Narration::hasOutput() const
@@ -175,6 +191,12 @@ std::optional<Narration::Time> Narration::outputDueTime() const
 }
 
 std::optional<Narration::Time> Narration::dueTime() const
+{
+    const std::optional<Time> due = m_heldUntil ? dueTimeWhereHeard() : std::nullopt;
+    return due ? std::max(*due, *m_heldUntil) : due;
+}
+
+std::optional<Narration::Time> Narration::dueTimeWhereHeard() const
 {
     std::optional<Time> due = outputDueTime();
     if (!due || (m_statusDueTime && *m_statusDueTime < *due))

@@ -15,6 +15,9 @@ namespace tarn::console {
 /// one answer of a program is one utterance; it is cut to a length that can be listened to; and new
 /// output waits while too much is still being spoken. Statuses never wait for output.
 ///
+/// While the person is elsewhere nothing is told, and afterwards what they missed, with the same
+/// bounds.
+///
 /// Pure: the caller brings the time, and asks again when dueTime() has come.
 class Narration
 {
@@ -41,6 +44,9 @@ public:
     /// long after the last for each piece of output, but no longer than that after the first.
     static constexpr Time perPiece{10};
     static constexpr Time longestSettling{3000};
+
+    /// Whoever comes back is told first where they are, and then what they missed.
+    static constexpr Time arrival{1000};
 
     enum class Kind { Output, ErrorOutput, Status };
     struct Item
@@ -72,6 +78,9 @@ public:
     void addAnswer(Time now);
     /// The program has ended: no line goes on.
     void endLines(Time now);
+    /// The person is elsewhere, and has come back.
+    void hold();
+    void release(Time now);
     /// Nothing that is waiting is told any more.
     void clear();
 
@@ -93,6 +102,7 @@ private:
     void shorten();
     bool hasOutput() const;
     std::optional<Time> outputDueTime() const;
+    std::optional<Time> dueTimeWhereHeard() const;
     std::optional<Time> pauseOf(const OpenLine &line) const;
     void takePausedLines(Time now);
 
@@ -102,10 +112,11 @@ private:
     qint64 m_omittedLines = 0;
     Time m_firstOutput{0}; ///< of what waits
     Time m_lastOutput{0};
-    int m_pieces = 0;                    ///< of output, since something was told
-    std::optional<Time> m_statusDueTime; ///< while a status waits
-    bool m_passing = false;              ///< the last item is a status that passes
-    Time m_spokenUntil{0};               ///< when what has been told will have been listened to
+    int m_pieces = 0;                         ///< of output, since something was told
+    std::optional<Time> m_statusDueTime;      ///< while a status waits
+    std::optional<Time> m_heldUntil{Time(0)}; ///< none while the person is elsewhere
+    bool m_passing = false;                   ///< the last item is a status that passes
+    Time m_spokenUntil{0}; ///< when what has been told will have been listened to
 };
 
 } // namespace tarn::console

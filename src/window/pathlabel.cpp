@@ -8,7 +8,6 @@
 #include <QFontMetrics>
 #include <QPainter>
 #include <QStyle>
-#include <QStyleOptionFocusRect>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
@@ -146,13 +145,8 @@ void PathLabel::drawShownText(QPainter *painter) const
         selection.append(range);
     }
     painter->setPen(palette().color(foregroundRole()));
-    layout.draw(painter, placeOfLayout(layout), selection);
-    if (!hasFocus())
-        return;
     // The caret is QLabel's, and where that is nobody tells.
-    QStyleOptionFocusRect option;
-    option.initFrom(this);
-    style()->drawPrimitive(QStyle::PE_FrameFocusRect, &option, painter, this);
+    layout.draw(painter, placeOfLayout(layout), selection);
 }
 
 void PathLabel::paintEvent(QPaintEvent *event)

@@ -50,6 +50,13 @@ QSize RowStyle::sizeFromContents(ContentsType type, const QStyleOption *option, 
     return withoutSpareRoom(whole, item->text, font);
 }
 
+void RowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option,
+                             QPainter *painter, const QWidget *widget) const
+{
+    if (element != PE_FrameFocusRect)
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+}
+
 /// The text stands in the middle of its line, and the line reaches over the row on both sides.
 void RowStyle::drawItemText(QPainter *painter, const QRect &rect, int flags,
                             const QPalette &palette, bool enabled, const QString &text,

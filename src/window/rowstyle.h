@@ -7,7 +7,8 @@ namespace tarn::console {
 
 /// Draws the rows of the window no higher than the ink of their texts: without what a font declares
 /// above and below that (see spareRoom()), and with the ink in the middle. For buttons, fields,
-/// menu bars and menus, and for labels that are a RowLabel.
+/// menu bars and menus, and for labels that are a RowLabel. Where the focus is, the FocusRing
+/// shows.
 class RowStyle : public QProxyStyle
 {
 public:
@@ -16,6 +17,8 @@ public:
 
     QSize sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
                            const QWidget *widget) const override;
+    void drawPrimitive(PrimitiveElement element, const QStyleOption *option, QPainter *painter,
+                       const QWidget *widget) const override;
     void drawItemText(QPainter *painter, const QRect &rect, int flags, const QPalette &palette,
                       bool enabled, const QString &text,
                       QPalette::ColorRole textRole) const override;

@@ -15,24 +15,53 @@ QAccessible::UpdateHandler handlerBefore = nullptr;
 
 /// Output that scrolls moves the scroll bar at every piece. A screen reader has nothing to say of
 /// that, but is busy with it for so long that it drops what it is told.
-void passUnlessScrolling(QAccessibleEvent *event)
+bool isScrolling(const QAccessibleEvent *event)
 {
-    if (event->type() == QAccessible::ValueChanged && qobject_cast<QScrollBar *>(event->object()))
+    return event->type() == QAccessible::ValueChanged
+           && qobject_cast<QScrollBar *>(event->object());
+}
+
+/// A label that can be selected reports changes of its text as an editor does, though a screen
+/// reader finds no text in it that could have changed: Qt complains and drops them.
+bool isTextOfNobody(QAccessibleEvent *event)
+{
+    switch (event->type()) {
+    case QAccessible::TextCaretMoved:
+    case QAccessible::TextInserted:
+    case QAccessible::TextRemoved:
+    case QAccessible::TextSelectionChanged:
+    case QAccessible::TextUpdated:
+        break;
+    default:
+        return false;
+    }
+    QAccessibleInterface *accessible = event->accessibleInterface();
+    return !accessible || !accessible->textInterface();
+}
+
+void passWhatSaysSomething(QAccessibleEvent *event)
+{
+    if (!Voice::isWorthPassing(event))
         return;
     // There is no other way to Qt's own handler than to be none oneself.
     QAccessible::installUpdateHandler(handlerBefore);
     QAccessible::updateAccessibility(event);
-    QAccessible::installUpdateHandler(passUnlessScrolling);
+    QAccessible::installUpdateHandler(passWhatSaysSomething);
 }
 
-void silenceScrollBars()
+void silenceTheRest()
 {
-    const auto before = QAccessible::installUpdateHandler(passUnlessScrolling);
-    if (before != passUnlessScrolling)
+    const auto before = QAccessible::installUpdateHandler(passWhatSaysSomething);
+    if (before != passWhatSaysSomething)
         handlerBefore = before;
 }
 
 } // namespace
+
+bool Voice::isWorthPassing(QAccessibleEvent *event)
+{
+    return !isScrolling(event) && !isTextOfNobody(event);
+}
 
 bool Voice::isHeard()
 {
@@ -46,7 +75,7 @@ bool Voice::isHeard()
 Voice::Voice(QWidget *window)
     : m_window(window)
 {
-    silenceScrollBars();
+    silenceTheRest();
 }
 
 Voice::~Voice() = default;
@@ -75,7 +104,7 @@ constexpr int announcementCount = 4;
 Voice::Voice(QWidget *window)
     : m_window(window)
 {
-    silenceScrollBars();
+    silenceTheRest();
     QAccessible::installFactory(accessibleAnnouncement);
     for (int i = 0; i < announcementCount; ++i)
         m_announcements.push_back(std::make_unique<Announcement>(m_window));

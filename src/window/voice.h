@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+class QAccessibleEvent;
 class QWidget;
 
 namespace tarn::console {
@@ -21,6 +22,9 @@ public:
 
     /// Whether anybody listens. While nobody does, there is no need to find words.
     static bool isHeard();
+
+    /// Whether assistive technology is to hear of an event of a widget while there is a voice.
+    static bool isWorthPassing(QAccessibleEvent *event);
 
     /// Not to be called so often that one is not yet fetched when the fourth after it comes.
     void say(const QString &text);

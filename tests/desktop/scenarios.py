@@ -287,7 +287,7 @@ def desktop_identity(console):
     console.quit()
 
 
-def parse_options(description, scenarios):
+def option_parser(description):
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--console", required=True, type=path, help="the tarn-console to test")
     parser.add_argument("--interpreter", required=True, type=path,
@@ -295,6 +295,11 @@ def parse_options(description, scenarios):
     parser.add_argument("--demo-programs", required=True, type=path)
     parser.add_argument("--pictures", required=True, type=path,
                         help="where to put pictures of failures")
+    return parser
+
+
+def parse_options(description, scenarios):
+    parser = option_parser(description)
     parser.add_argument("name", choices=scenarios)
     return parser.parse_args()
 

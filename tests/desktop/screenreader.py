@@ -49,11 +49,15 @@ def scenario(function):
 
 
 class Reader:
-    """What a screen reader asks of the console, and what it is told."""
+    """What a screen reader asks of the console, and what it is told if it listens."""
 
-    def __init__(self, console):
+    def __init__(self, console, listens=True):
         self._console = console
         self.told = []
+        if listens:
+            self._listen()
+
+    def _listen(self):
         self._listener = Atspi.EventListener.new(self._note)
         for kind in ["object:text-changed", "object:property-change:accessible-name",
                      "object:property-change:accessible-description", "object:state-changed:focused",

@@ -1,6 +1,7 @@
 #include "support/rebuiltview.h"
 
 #include "widgets/caretkeys.h"
+#include "widgets/linekeys.h"
 #include "widgets/paragraphcolour.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -308,7 +309,12 @@ void RebuiltView::keyPressEvent(QKeyEvent *event)
             CaretKeys::putIntoNearestLineInSight(this);
         m_followEnd = followed;
     }
-    QTextEdit::keyPressEvent(event);
+    const QTextCursor before = textCursor();
+    if (!LineKeys::movePage(this, *event)) {
+        QTextEdit::keyPressEvent(event);
+        if (const auto meant = LineKeys::meantInstead(*event, before, textCursor()))
+            setTextCursor(*meant);
+    }
     if (CaretKeys::isInLastLine(*this))
         verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     else if (!followsEnd() && CaretKeys::isInFirstLine(*this))

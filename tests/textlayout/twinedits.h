@@ -60,6 +60,7 @@ private:
     };
 
     static void complete(QTextEdit &edit);
+    void cutStockBlocks();
     QString blockDifference();
     QString hitDifference(Qt::HitTestAccuracy accuracy);
 

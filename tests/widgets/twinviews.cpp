@@ -1,5 +1,6 @@
 #include "widgets/twinviews.h"
 
+#include "support/meanthit.h"
 #include "support/patience.h"
 #include "support/transcripttesting.h"
 #include "textlayout/lazydocumentlayout.h"
@@ -8,6 +9,7 @@
 #include <QCoreApplication>
 #include <QFocusEvent>
 #include <QImage>
+#include <QMouseEvent>
 #include <QPixmap>
 #include <QScrollBar>
 #include <QTest>
@@ -16,6 +18,7 @@
 #include <QTextDocument>
 
 #include <memory>
+#include <optional>
 
 namespace tarn::console {
 
@@ -49,6 +52,29 @@ QString describe(const QScrollBar *bar)
         .arg(bar->maximum())
         .arg(bar->pageStep())
         .arg(bar->isVisible());
+}
+
+/// Where a plain view has to be hit for a position; nothing where no point at a height does.
+std::optional<QPoint> pointOf(const QTextEdit &view, int position, QPoint near)
+{
+    const QPoint scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
+    const auto isHit = [&](QPoint point) {
+        return view.document()->documentLayout()->hitTest(point + scrolled, Qt::FuzzyHit)
+               == position;
+    };
+    for (int away = 0; away < view.viewport()->width(); ++away) {
+        for (const QPoint point : {near - QPoint(away, 0), near + QPoint(away, 0)}) {
+            if (isHit(point))
+                return point;
+        }
+    }
+    return std::nullopt;
+}
+
+int meantPosition(const QTextEdit &view, QPoint point)
+{
+    const QPoint scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
+    return MeantHits(*view.document()).at(point + scrolled, Qt::FuzzyHit);
 }
 
 /// Wrapped text has nothing to scroll sideways but a pixel of rounding; where a view stands in it
@@ -155,6 +181,26 @@ void TwinViews::sendToViewports(const QEvent &event)
         leaveSidewaysAlone(view);
         const std::unique_ptr<QEvent> copy(event.clone());
         QCoreApplication::sendEvent(view.viewport(), copy.get());
+    });
+}
+
+void TwinViews::sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton button,
+                          Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers)
+{
+    both([&](Transcript &, QTextEdit &view, QTextEdit &) {
+        leaveSidewaysAlone(view);
+        const bool isPlain = &view == m_plain.view;
+        const int meant = isPlain ? meantPosition(view, point) : 0;
+        const auto hit = isPlain ? pointOf(view, meant, point) : point;
+        QMouseEvent event(type, hit.value_or(point), hit.value_or(point), button, buttons,
+                          modifiers);
+        QCoreApplication::sendEvent(view.viewport(), &event);
+        if (hit || type == QEvent::MouseButtonRelease)
+            return;
+        const bool isClick = type == QEvent::MouseButtonPress && modifiers == Qt::NoModifier;
+        QTextCursor cursor = view.textCursor();
+        cursor.setPosition(meant, isClick ? QTextCursor::MoveAnchor : QTextCursor::KeepAnchor);
+        view.setTextCursor(cursor);
     });
 }
 

@@ -32,6 +32,10 @@ public:
     void resize(QSize size);
     /// Sends a copy of the event to both viewports.
     void sendToViewports(const QEvent &event);
+    /// A mouse event at a point of both viewports. Qt's view gets it where its answer is what was
+    /// meant.
+    void sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton button,
+                   Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers);
     void pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
 
     /// Lets timers and posted events have their turn.

@@ -2,7 +2,6 @@
 
 #include "textlayout/fontink.h"
 
-#include <QMouseEvent>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextCursor>
@@ -284,20 +283,18 @@ QPoint ViewHistory::anyPoint()
 
 void ViewHistory::press(QPoint point, Qt::KeyboardModifiers modifiers)
 {
-    m_views.sendToViewports(QMouseEvent(QEvent::MouseButtonPress, point, point, Qt::LeftButton,
-                                        Qt::LeftButton, modifiers));
+    m_views.sendMouse(QEvent::MouseButtonPress, point, Qt::LeftButton, Qt::LeftButton, modifiers);
 }
 
 void ViewHistory::move(QPoint point)
 {
-    m_views.sendToViewports(
-        QMouseEvent(QEvent::MouseMove, point, point, Qt::NoButton, Qt::LeftButton, Qt::NoModifier));
+    m_views.sendMouse(QEvent::MouseMove, point, Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
 }
 
 void ViewHistory::release(QPoint point)
 {
-    m_views.sendToViewports(QMouseEvent(QEvent::MouseButtonRelease, point, point, Qt::LeftButton,
-                                        Qt::NoButton, Qt::NoModifier));
+    m_views.sendMouse(QEvent::MouseButtonRelease, point, Qt::LeftButton, Qt::NoButton,
+                      Qt::NoModifier);
 }
 
 void ViewHistory::click(QPoint point)
@@ -315,8 +312,8 @@ void ViewHistory::doubleClickSomewhere()
 {
     const QPoint point = anyPoint();
     click(point);
-    m_views.sendToViewports(QMouseEvent(QEvent::MouseButtonDblClick, point, point, Qt::LeftButton,
-                                        Qt::LeftButton, Qt::NoModifier));
+    m_views.sendMouse(QEvent::MouseButtonDblClick, point, Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
     release(point);
 }
 

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDialog>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
@@ -37,6 +38,8 @@ private Q_SLOTS:
     void menusHaveTheWindowsFont();
     void dialogsHaveTheWindowsFont_data();
     void dialogsHaveTheWindowsFont();
+    void dialogButtonsHaveNoIcons_data();
+    void dialogButtonsHaveNoIcons();
     void closeQuestionHasTheWindowsFont();
     void contextMenusHaveTheWindowsFont_data();
     void contextMenusHaveTheWindowsFont();
@@ -221,6 +224,28 @@ void TestConsoleWindowFonts::dialogsHaveTheWindowsFont()
     window.zoomBy(70);
     const auto open = [&window, &action] { window.findChild<QAction *>(action)->trigger(); };
     QVERIFY(meetDialog(open, [&window](QDialog *dialog) { checkFonts(dialog, window.font()); }));
+}
+
+void TestConsoleWindowFonts::dialogButtonsHaveNoIcons_data()
+{
+    dialogsHaveTheWindowsFont_data();
+}
+
+/// Some platforms give them icons, others none: texts say what they do, and fit.
+void TestConsoleWindowFonts::dialogButtonsHaveNoIcons()
+{
+    QFETCH(QString, action);
+    ConsoleWindow window({.interfaceLanguage = u"en"_s, .usePersistentSettings = false});
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const auto open = [&window, &action] { window.findChild<QAction *>(action)->trigger(); };
+    QVERIFY(meetDialog(open, [](QDialog *dialog) {
+        const auto *box = dialog->findChild<QDialogButtonBox *>();
+        QVERIFY(box && !box->buttons().isEmpty());
+        const QList<QAbstractButton *> buttons = box->buttons();
+        for (const QAbstractButton *button : buttons)
+            QVERIFY2(button->icon().isNull(), qPrintable(button->text()));
+    }));
 }
 
 void TestConsoleWindowFonts::closeQuestionHasTheWindowsFont()

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void aLongStatusNeverGrowsTheWindow();
     void aLongStatusWrapsWhileThreeLinesOfOutputRemain();
     void theWindowGivesBackWhatLargeFontsTook();
+    void theMinimumIsNeverLargerThanTheScreen();
     void aResizedWindowKeepsItsSizeAfterLargeFonts();
     void framesHaveAllEdges();
     void framesHaveAllEdgesAtFractionalScales_data();
@@ -236,9 +237,7 @@ void TestConsoleWindowSizes::everyStatusLeavesTheRowsAlone()
     QVERIFY(fixture.show());
     const QHash<QWidget *, QRect> atFirst = rowGeometries(fixture);
     for (const char *name : {"inputStatus", "runStatus"}) {
-        // findChild() itself needs a class with a meta-object.
-        auto *label = dynamic_cast<StatusLabel *>(
-            fixture.window->findChild<QLabel *>(QLatin1StringView(name)));
+        auto *label = dynamic_cast<StatusLabel *>(fixture.find<QLabel>(name));
         QVERIFY(label);
         for (const StatusMessage &status : plainStatuses()) {
             label->showMessage(status);
@@ -296,6 +295,18 @@ void TestConsoleWindowSizes::theWindowGivesBackWhatLargeFontsTook()
     fixture.window->resetZoom();
     QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
     QTRY_COMPARE(fixture.window->size(), QSize(800, 500));
+}
+
+void TestConsoleWindowSizes::theMinimumIsNeverLargerThanTheScreen()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    fixture.window->zoomBy(1000);
+    const QSize screen = fixture.window->screen()->availableSize();
+    QTRY_VERIFY(fixture.window->minimumSizeHint().boundedTo(screen)
+                != fixture.window->minimumSizeHint());
+    QTRY_COMPARE(fixture.window->minimumSize(),
+                 fixture.window->minimumSizeHint().boundedTo(screen));
 }
 
 void TestConsoleWindowSizes::aResizedWindowKeepsItsSizeAfterLargeFonts()

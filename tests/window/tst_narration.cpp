@@ -90,6 +90,10 @@ private Q_SLOTS:
     void aChattyProgramIsToldAtTheSpeedOfSpeech();
     void anAnswerEndsTheWait();
     void nothingIsToldAfterClear();
+    void nothingIsToldToSomebodyElsewhere();
+    void whoComesBackIsToldWhatTheyMissed();
+    void whoMissedNothingNeedNotWait();
+    void aFloodElsewhereIsOneUtterance();
 };
 
 void TestNarration::aQuietNarrationIsNeverDue()
@@ -356,6 +360,71 @@ void TestNarration::nothingIsToldAfterClear()
     listener.narration.clear();
     listener.pass(1min);
     QVERIFY(listener.told.isEmpty());
+}
+
+void TestNarration::nothingIsToldToSomebodyElsewhere()
+{
+    Listener listener;
+    listener.write(u"before\n"_s);
+    listener.narration.hold();
+    listener.write(u"a line\nand a question? "_s);
+    listener.status(u"Returned status 0"_s);
+    listener.pass(1h);
+    QVERIFY(listener.told.isEmpty());
+    QVERIFY(listener.narration.take(listener.now).isEmpty());
+    listener.narration.clear();
+    listener.status(u"Running"_s);
+    listener.pass(1h);
+    QVERIFY2(listener.told.isEmpty(), "clearing brought the person back");
+}
+
+void TestNarration::whoComesBackIsToldWhatTheyMissed()
+{
+    Listener listener;
+    listener.narration.hold();
+    listener.write(u"a line\nand a question? "_s);
+    listener.pass(1h);
+    const Time back = listener.now;
+    listener.narration.release(listener.now);
+    // Moving about within the console does not put it off.
+    listener.pass(Narration::arrival / 2);
+    listener.narration.release(listener.now);
+    listener.pass(1h);
+    QCOMPARE(listener.texts(), QStringList(u"a line|and a question? "_s));
+    QCOMPARE(listener.times.first(), back + Narration::arrival);
+    listener.status(u"Returned status 0"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.told.size(), 2);
+}
+
+void TestNarration::whoMissedNothingNeedNotWait()
+{
+    Listener listener;
+    listener.narration.hold();
+    listener.pass(1h);
+    listener.narration.release(listener.now);
+    const Time back = listener.now;
+    listener.status(u"Returned status 0"_s);
+    listener.pass(1h);
+    QCOMPARE(listener.times, QList<Time>{back + Narration::gathering});
+}
+
+void TestNarration::aFloodElsewhereIsOneUtterance()
+{
+    Listener listener;
+    listener.narration.hold();
+    for (int i = 0; i < 10'000; ++i) {
+        listener.write(u"line %1 of a flood\n"_s.arg(i));
+        listener.pass(10ms);
+    }
+    listener.narration.endLines(listener.now);
+    listener.status(u"Returned status 0"_s);
+    listener.narration.release(listener.now);
+    listener.pass(1h);
+    QCOMPARE(listener.told.size(), 1);
+    QCOMPARE(listener.told.first().items.first().text, u"Returned status 0"_s);
+    QCOMPARE(listener.told.first().items.last().text, u"line 9999 of a flood"_s);
+    QVERIFY(listener.told.first().omittedLines > 9'900);
 }
 
 } // namespace tarn::console

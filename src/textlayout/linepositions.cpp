@@ -1,0 +1,80 @@
+#include "textlayout/linepositions.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn::console {
+
+namespace {
+
+/// Where the blanks begin that end a line. A tab is no blank: it has its place in the line.
+int trailingBlanks(const QTextLine &line, QStringView text)
+{
+    qsizetype visible = text.size();
+    while (visible > 0 && text[visible - 1].isSpace() && text[visible - 1] != u'\t')
+        --visible;
+    return line.textStart() + static_cast<int>(visible);
+}
+
+/// The width of the blanks that hang out of a line of right-to-left text. Qt leaves them out where
+/// it draws, and takes them for a part of the line where it looks for a position.
+qreal hangingWidth(const QTextLayout &layout, QTextLine line, int blanks)
+{
+    const int end = line.textStart() + line.textLength();
+    if (blanks == end || layout.textOption().textDirection() != Qt::RightToLeft)
+        return 0;
+    // Carets left of everything are drawn at the edge; there is none left of a line further right.
+    constexpr qreal farRight = 100'000;
+    const QPointF position = line.position();
+    line.setPosition(position + QPointF(farRight, 0));
+    const qreal width = line.cursorToX(blanks) - line.cursorToX(end);
+    line.setPosition(position);
+    return std::abs(width);
+}
+
+/// The position from first to last whose caret is the nearest, as far as they come nearer.
+int nearestCaret(const QTextLayout &layout, const QTextLine &line, LinePositions positions, qreal x)
+{
+    const auto distance = [&](int position) { return std::abs(line.cursorToX(position) - x); };
+    int nearest = positions.first;
+    for (int next = layout.nextCursorPosition(nearest);
+         next > nearest && next <= positions.last && distance(next) < distance(nearest);
+         next = layout.nextCursorPosition(nearest))
+        nearest = next;
+    return nearest;
+}
+
+} // namespace
+
+int LinePositions::nearest(int position) const
+{
+    return std::clamp(position, first, last);
+}
+
+LinePositions positionsIn(const QTextLayout &layout, const QTextLine &line)
+{
+    const int first = line.textStart();
+    const int end = first + line.textLength();
+    const bool isLast = line.lineNumber() == layout.lineCount() - 1;
+    return {.first = first,
+            .last = isLast ? end : std::max(first, layout.previousCursorPosition(end))};
+}
+
+int positionAt(const QTextLayout &layout, const QTextLine &line, QStringView text, qreal x,
+               QTextLine::CursorPosition where)
+{
+    const LinePositions positions = positionsIn(layout, line);
+    const int blanks = trailingBlanks(line, text);
+    const qreal hanging = text.isEmpty() ? 0 : hangingWidth(layout, line, blanks);
+    const QRectF rect = line.naturalTextRect();
+    if (hanging == 0 || x >= rect.right())
+        return positions.nearest(line.xToCursor(x, where));
+    if (x <= rect.left())
+        return nearestCaret(layout, line, {positions.nearest(blanks), positions.last}, x);
+    // The last bit at the right edge is out of reach for Qt then.
+    if (x + hanging >= rect.right())
+        return nearestCaret(layout, line, positions, x);
+    return positions.nearest(line.xToCursor(x + hanging, where));
+}
+
+} // namespace tarn::console
