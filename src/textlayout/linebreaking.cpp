@@ -16,9 +16,16 @@ namespace tarn::console {
 
 namespace {
 
-/// A single character that is wider than the line makes the line wider. As a text document does
-/// it, the option then allows breaks at words only for the rest of the paragraph: that shows at
-/// tabs that are wider than a line.
+// How the rest of a paragraph breaks after such a character, as in a text document of the Qt that
+// is there: older ones forget there that words may be broken, which shows at tabs that are wider
+// than a line. Qt 6.8 does, 6.11 does not.
+#if QT_VERSION < QT_VERSION_CHECK(6, 11, 0)
+constexpr auto afterWideCharacter = QTextOption::WordWrap;
+#else
+constexpr auto afterWideCharacter = QTextOption::WrapAtWordBoundaryOrAnywhere;
+#endif
+
+/// A single character that is wider than the line makes the line wider.
 void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, bool mayBreakWords,
                   qreal width)
 {
@@ -31,7 +38,7 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
     }
     line->setLineWidth(std::max(line->naturalTextWidth(), width));
     if (mayBreakWords) {
-        option->setWrapMode(QTextOption::WordWrap);
+        option->setWrapMode(afterWideCharacter);
         layout->setTextOption(*option);
     }
 }

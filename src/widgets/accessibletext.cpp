@@ -129,24 +129,41 @@ QString AccessibleText::textAtOffset(int offset, QAccessible::TextBoundaryType b
     return textBetween(QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary), start, end);
 }
 
+/// The last piece that ends at the offset or before it. Not the one around the character before
+/// this piece, as in older versions of Qt: between words, that is this piece again.
 QString AccessibleText::textBeforeOffset(int offset, QAccessible::TextBoundaryType boundary,
-                                         int *start, int *end) const
+                                               int *start, int *end) const
 {
     QTextCursor cursor(view()->document());
     cursor.setPosition(position(offset));
-    const int first = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary).first;
-    if (first <= 0)
-        return textBetween({0, 0}, start, end);
-    return textAtOffset(first - 1, boundary, start, end);
+    const int last = cursor.position();
+    auto piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
+    if (piece.second > last)
+        cursor.setPosition(piece.first);
+    while (piece.second > last) {
+        if (!cursor.movePosition(QTextCursor::PreviousCharacter))
+            return textBetween({0, 0}, start, end);
+        piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
+    }
+    return textBetween(piece, start, end);
 }
 
+/// The first piece that begins after the offset.
 QString AccessibleText::textAfterOffset(int offset, QAccessible::TextBoundaryType boundary,
-                                        int *start, int *end) const
+                                              int *start, int *end) const
 {
     QTextCursor cursor(view()->document());
     cursor.setPosition(position(offset));
-    const int after = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary).second;
-    return textAtOffset(after, boundary, start, end);
+    const int first = cursor.position();
+    auto piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
+    if (piece.first <= first)
+        cursor.setPosition(piece.second);
+    while (piece.first <= first) {
+        if (!cursor.movePosition(QTextCursor::NextCharacter))
+            return textBetween({characterCount(), characterCount()}, start, end);
+        piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
+    }
+    return textBetween(piece, start, end);
 }
 
 /// Where the document begins, on the screen.
