@@ -130,7 +130,7 @@ in_root() {
     unshare --mount --propagation private bash -c '
         cd "$1" && pivot_root . . && umount --lazy . && cd "$2" && exec "${@:3}"' \
         in-root "$root" "${clone:-/}" \
-        env -i PATH=/usr/local/bin:/usr/bin:/bin:/usr/local/sbin:/usr/sbin:/sbin LANG=C.UTF-8 \
+        env -i PATH=/usr/local/bin:/usr/bin:/bin:/usr/local/sbin:/usr/sbin:/sbin LC_ALL=C.UTF-8 \
         HOME="$(home_of "$user")" USER="$user" LOGNAME="$user" SHELL=/bin/bash TERM=dumb \
         "${proxies[@]}" "${in_root_environment[@]}" setpriv --reuid "$user" --regid "$user" --init-groups "$@"
 }

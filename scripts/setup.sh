@@ -28,7 +28,8 @@ packages_of() {
         # window as others see them, the sources of locales, another style, and Wayland displays.
         printf '%s\n' adwaita-qt6 at-spi2-core dbus-daemon fonts-dejavu-core gdb gir1.2-atspi-2.0 grim \
             libicu-dev locales python3 python3-gi python3-yaml qt6-wayland \
-            qt6-xdgdesktopportal-platformtheme strace sway util-linux weston wl-clipboard wtype xclip
+            qt6-xdgdesktopportal-platformtheme strace sway unicode-data util-linux weston \
+            wl-clipboard wtype xclip
         ;;
     speech) # The screen reader that the tests listen to; it needs no sound.
         printf '%s\n' at-spi2-core dbus-daemon gir1.2-atspi-2.0 orca python3-gi

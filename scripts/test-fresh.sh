@@ -120,9 +120,9 @@ try_run() {
     wait_until 60 is_gone "$console" || fail 'the console did not end'
     wait "$starter" || true
 
-    rm -f "$root$clone/build/run.png"
+    rm -f "$root$clone/build/release/run.png"
     in_root "$user" ./scripts/run.sh
-    [ -s "$root$clone/build/run.png" ] || fail 'run.sh left no picture where there is no display'
+    [ -s "$root$clone/build/release/run.png" ] || fail 'run.sh left no picture where there is no display'
 }
 
 try_test() {

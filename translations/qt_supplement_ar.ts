@@ -50,6 +50,16 @@
 <context>
     <name>QFileDialog</name>
     <message>
+        <source>&amp;Look in:</source>
+        <extracomment>In newer versions of Qt.</extracomment>
+        <translation>ال&amp;مكان:</translation>
+    </message>
+    <message>
+        <source>Files of &amp;type:</source>
+        <extracomment>In newer versions of Qt.</extracomment>
+        <translation>الملفّات من ال&amp;نّوع:</translation>
+    </message>
+    <message>
         <source>Look in:</source>
         <translation>المكان:</translation>
     </message>

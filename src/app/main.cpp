@@ -1,18 +1,17 @@
 #include "app/cleanstart.h"
-#include "app/consolestartupoptions.h"
+#include "app/commandline.h"
 #include "app/terminationsignals.h"
 #include "session/filename.h"
 #include "window/consolewindow.h"
 
 #include <QApplication>
-#include <QCommandLineOption>
-#include <QCommandLineParser>
 #include <QIcon>
 
 #include <cstdio>
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;
+using tarn::console::CommandLine;
 using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
 using tarn::console::TerminationSignals;
@@ -28,28 +27,6 @@ QStringList trueArguments(int count, char *const *arguments)
     for (int i = 0; i < count; ++i)
         list.append(FileName::fromBytes(arguments[i]));
     return list;
-}
-
-ConsoleStartupOptions parseCommandLine(const QStringList &arguments)
-{
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QObject::tr("TARN Console"));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption tarnOption(u"tarn"_s, QObject::tr("TARN executable to run"),
-                                        QObject::tr("PATH"));
-    parser.addOption(tarnOption);
-    parser.addPositionalArgument(
-        u"SOURCE"_s, QObject::tr(".tarn or .ترن source to select without running"), u"[SOURCE]"_s);
-    parser.process(arguments);
-
-    const QStringList sources = parser.positionalArguments();
-    if (sources.size() > 1)
-        parser.showHelp(2);
-    ConsoleStartupOptions options;
-    options.executablePath = FileName::printable(parser.value(tarnOption));
-    options.sourcePath = sources.value(0);
-    return options;
 }
 
 /// Shows the window until it is closed, and destroys it.
@@ -88,5 +65,5 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(u"org.tarn.console"_s);
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
-    return endApplication(runWindow(parseCommandLine(trueArguments(argc, argv))));
+    return endApplication(runWindow(CommandLine().process(trueArguments(argc, argv))));
 }

@@ -16,9 +16,16 @@ namespace tarn::console {
 
 namespace {
 
-/// A single character that is wider than the line makes the line wider. As a text document does
-/// it, the option then allows breaks at words only for the rest of the paragraph: that shows at
-/// tabs that are wider than a line.
+// How the rest of a paragraph breaks after such a character, as in a text document of the Qt that
+// is there: older ones forget there that words may be broken, which shows at tabs that are wider
+// than a line. Qt 6.8 does, 6.11 does not.
+#if QT_VERSION < QT_VERSION_CHECK(6, 11, 0)
+constexpr auto afterWideCharacter = QTextOption::WordWrap;
+#else
+constexpr auto afterWideCharacter = QTextOption::WrapAtWordBoundaryOrAnywhere;
+#endif
+
+/// A single character that is wider than the line makes the line wider.
 void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, bool mayBreakWords,
                   qreal width)
 {
@@ -31,9 +38,22 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
     }
     line->setLineWidth(std::max(line->naturalTextWidth(), width));
     if (mayBreakWords) {
-        option->setWrapMode(QTextOption::WordWrap);
+        option->setWrapMode(afterWideCharacter);
         layout->setTextOption(*option);
     }
+}
+
+/// Whether the next line surely ends before an overlong word does: the word goes on for more than
+/// twice the line before, which is in the same word. A line that was tried for nothing would keep
+/// the height of what was in it.
+bool staysInside(const OverlongWords &words, const QTextLayout &layout, const QTextLine &line)
+{
+    if (line.lineNumber() == 0)
+        return false;
+    const QTextLine before = layout.lineAt(line.lineNumber() - 1);
+    const qsizetype end = words.endAt(line.textStart());
+    return words.endAt(before.textStart()) == end
+           && end - line.textStart() > 2 * qsizetype(before.textLength());
 }
 
 /// Breaks a line in the middle of an overlong word as Qt does it after it has been to the word's
@@ -41,14 +61,15 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
 bool breakInside(const OverlongWords &words, QTextLayout *layout, QTextLine *line,
                  const QTextOption &option, qreal width)
 {
-    const qsizetype end = words.endAt(line->textStart());
-    if (end == line->textStart() || option.wrapMode() != QTextOption::WrapAtWordBoundaryOrAnywhere)
+    if (option.wrapMode() != QTextOption::WrapAtWordBoundaryOrAnywhere
+        || !staysInside(words, *layout, *line))
         return false;
     QTextOption anywhere = option;
     anywhere.setWrapMode(QTextOption::WrapAnywhere);
     layout->setTextOption(anywhere);
     line->setLineWidth(width);
     layout->setTextOption(option);
+    const qsizetype end = words.endAt(line->textStart());
     return line->textStart() + line->textLength() < end && line->naturalTextWidth() <= width;
 }
 

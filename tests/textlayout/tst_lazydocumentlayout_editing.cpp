@@ -351,9 +351,12 @@ void TestLazyDocumentLayoutEditing::inputMethodsLearnWhereTheCaretIs()
         });
         for (const Qt::InputMethodQuery query :
              {Qt::ImCursorRectangle, Qt::ImAnchorRectangle, Qt::ImCursorPosition,
-              Qt::ImAnchorPosition, Qt::ImSurroundingText, Qt::ImCurrentSelection})
+              Qt::ImAnchorPosition, Qt::ImSurroundingText})
             QCOMPARE(m_twins->lazy().inputMethodQuery(query),
                      m_twins->stock().inputMethodQuery(query));
+        // Newer versions of Qt give something that can be converted to the text.
+        QCOMPARE(m_twins->lazy().inputMethodQuery(Qt::ImCurrentSelection).toString(),
+                 m_twins->stock().inputMethodQuery(Qt::ImCurrentSelection).toString());
     }
 }
 

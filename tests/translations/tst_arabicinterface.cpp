@@ -101,7 +101,8 @@ void TestArabicInterface::checkFileDialog(QDialog *dialog)
     });
     QCOMPARE(textsWithScript(QChar::Script_Latin, texts).join(u'\n'), QString());
     QVERIFY(textsWithScript(QChar::Script_Arabic, texts).size() >= 20);
-    QCOMPARE(qobject_cast<QFileDialog *>(dialog)->labelText(QFileDialog::LookIn), u"المكان:"_s);
+    QCOMPARE(qobject_cast<QFileDialog *>(dialog)->labelText(QFileDialog::LookIn).remove(u'&'),
+             u"المكان:"_s);
     // The box shows paths, which are read from their root.
     auto *folder = dialog->findChild<QComboBox *>(u"lookInCombo"_s);
     QVERIFY(folder->currentText().startsWith(u'/'));

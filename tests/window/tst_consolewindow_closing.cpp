@@ -421,7 +421,9 @@ void TestConsoleWindowClosing::stopAndCloseSavesTheSettingsAtTheEnd()
     QVERIFY(fixture.show());
     QVERIFY(fixture.runUntil(u"ready"_s));
     QVERIFY(answer(fixture, [&](QMessageBox *box) {
-        QVERIFY(fixture.resizeTo({850, 600}));
+        // It fits on the small screen of the offscreen platform: newer versions of Qt give back no
+        // window that is larger than the screen.
+        QVERIFY(fixture.resizeTo({800, 700}));
         QTest::mouseClick(buttonOf(box, stopAndClose), Qt::LeftButton);
     }));
     QVERIFY(fixture.window->isVisible());
@@ -431,7 +433,7 @@ void TestConsoleWindowClosing::stopAndCloseSavesTheSettingsAtTheEnd()
 
     // The geometry of that moment.
     const ConsoleWindowFixture again("exit 0", options);
-    QCOMPARE(again.window->size(), QSize(850, 600));
+    QCOMPARE(again.window->size(), QSize(800, 700));
 }
 
 } // namespace tarn::console
