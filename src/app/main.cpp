@@ -40,8 +40,8 @@ int runWindow(const ConsoleStartupOptions &options)
 
 /// Ends the process, on Wayland without the destructor of the application: Qt stops there the two
 /// threads that read from the compositor, one after the other, and when an event arrives meanwhile
-/// the second may wait for the first for ever (seen with Qt 6.4). The process would stay without a
-/// window. By now it has nothing to lose; on X11 Qt still hands the clipboard on.
+/// the second may wait for the first for ever (seen with Qt 6.4 and 6.8). The process would stay
+/// without a window. By now it has nothing to lose; on X11 Qt still hands the clipboard on.
 int endApplication(int status)
 {
     if (QGuiApplication::platformName().startsWith("wayland"_L1)) {
