@@ -1,16 +1,14 @@
 #include "app/cleanstart.h"
-#include "app/consolestartupoptions.h"
+#include "app/commandline.h"
 #include "app/terminationsignals.h"
 #include "session/filename.h"
 #include "window/consolewindow.h"
 
 #include <QApplication>
-#include <QCommandLineOption>
-#include <QCommandLineParser>
 #include <QIcon>
 
 using namespace Qt::StringLiterals;
-using tarn::console::ConsoleStartupOptions;
+using tarn::console::CommandLine;
 using tarn::console::ConsoleWindow;
 using tarn::console::TerminationSignals;
 
@@ -27,28 +25,6 @@ QStringList trueArguments(int count, char *const *arguments)
     return list;
 }
 
-ConsoleStartupOptions parseCommandLine(const QStringList &arguments)
-{
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QObject::tr("TARN Console"));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption tarnOption(u"tarn"_s, QObject::tr("TARN executable to run"),
-                                        QObject::tr("PATH"));
-    parser.addOption(tarnOption);
-    parser.addPositionalArgument(
-        u"SOURCE"_s, QObject::tr(".tarn or .ترن source to select without running"), u"[SOURCE]"_s);
-    parser.process(arguments);
-
-    const QStringList sources = parser.positionalArguments();
-    if (sources.size() > 1)
-        parser.showHelp(2);
-    ConsoleStartupOptions options;
-    options.executablePath = FileName::printable(parser.value(tarnOption));
-    options.sourcePath = sources.value(0);
-    return options;
-}
-
 } // namespace
 
 int main(int argc, char *argv[])
@@ -63,7 +39,7 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(u"org.tarn.console"_s);
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
-    ConsoleWindow window(parseCommandLine(trueArguments(argc, argv)));
+    ConsoleWindow window(CommandLine().process(trueArguments(argc, argv)));
     window.show();
     const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
     return QApplication::exec();
