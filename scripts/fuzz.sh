@@ -4,7 +4,8 @@
 set -euo pipefail
 
 usage='Usage: scripts/fuzz.sh [--seconds N] [TARGET...]   builds and runs fuzz targets, each for N seconds
-       (decoder, transcript, direction, view; default: all of them, 60 seconds each),
+       (arguments, decoder, direction, settings, transcript, view; default: all of them,
+       60 seconds each),
        as many at a time as there are processors'
 
 seconds=60
@@ -19,7 +20,7 @@ while [ $# -gt 0 ]; do
         seconds=${2:?$usage}
         shift
         ;;
-    decoder | transcript | direction | view) targets+=("$1") ;;
+    arguments | decoder | direction | settings | transcript | view) targets+=("$1") ;;
     *)
         echo "$usage" >&2
         exit 2
@@ -28,7 +29,7 @@ while [ $# -gt 0 ]; do
     shift
 done
 if [ ${#targets[@]} -eq 0 ]; then
-    targets=(decoder transcript direction view)
+    targets=(arguments decoder direction settings transcript view)
 fi
 
 cd "$(dirname "$0")/.."

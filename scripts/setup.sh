@@ -25,9 +25,11 @@ packages_of() {
         printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
         ;;
     test) # What only the tests need: the fonts they name, Unicode as others read it, clipboard and
-        # window as others see them, the sources of locales, and a Wayland display.
-        printf '%s\n' at-spi2-core dbus-daemon fonts-dejavu-core gdb gir1.2-atspi-2.0 libicu-dev \
-            locales python3 python3-gi python3-yaml qt6-wayland strace util-linux weston xclip
+        # window as others see them, the sources of locales, and Wayland displays.
+        printf '%s\n' at-spi2-core dbus-daemon fonts-dejavu-core gdb gir1.2-atspi-2.0 grim \
+            libicu-dev locales python3 python3-gi python3-yaml qt6-wayland \
+            qt6-xdgdesktopportal-platformtheme strace sway unicode-data util-linux weston \
+            wl-clipboard wtype xclip
         ;;
     speech) # The screen reader that the tests listen to; it needs no sound.
         printf '%s\n' at-spi2-core dbus-daemon gir1.2-atspi-2.0 orca python3-gi

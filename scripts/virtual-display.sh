@@ -25,7 +25,7 @@ leave_desktop_session() {
     export XDG_RUNTIME_DIR=$virtual_display_directory/runtime
 }
 
-# Starts the display and sets DISPLAY. The caller ends it with stop_virtual_display, also when this
+# Starts the display, of virtual_display_size pixels if that is set, and sets DISPLAY. The caller ends it with stop_virtual_display, also when this
 # fails.
 start_virtual_display() {
     local tool number=
@@ -40,7 +40,7 @@ start_virtual_display() {
 
     # The server writes its number when it is ready; the end of the pipe says that it is not.
     mkfifo "$virtual_display_directory/number"
-    Xvfb -displayfd 3 -screen 0 1280x900x24 -dpi 96 -noreset -nolisten tcp \
+    Xvfb -displayfd 3 -screen 0 "${virtual_display_size:-1280x900}x24" -dpi 96 -noreset -nolisten tcp \
         3>"$virtual_display_directory/number" >"$server_log" 2>&1 &
     virtual_display_server=$!
     if ! read -r -t 60 number <"$virtual_display_directory/number"; then
@@ -77,10 +77,16 @@ stop_virtual_display() {
 
 if [ "${BASH_SOURCE[0]}" = "$0" ]; then
     set -euo pipefail
+    usage='Usage: scripts/virtual-display.sh [--size WIDTHxHEIGHT] COMMAND [ARGUMENT...]
+       runs the command on a virtual display (default: of 1280x900 pixels)'
     if [ $# -eq 0 ] || [ "$1" = -h ] || [ "$1" = --help ]; then
-        echo 'Usage: scripts/virtual-display.sh COMMAND [ARGUMENT...]   runs the command on a virtual display'
+        echo "$usage"
         [ $# -gt 0 ] || exit 2
         exit 0
+    fi
+    if [ "$1" = --size ]; then
+        virtual_display_size=${2:?"$usage"}
+        shift 2
     fi
     trap stop_virtual_display EXIT
     start_virtual_display

@@ -1,15 +1,17 @@
 #include "app/cleanstart.h"
-#include "app/consolestartupoptions.h"
+#include "app/commandline.h"
 #include "app/terminationsignals.h"
 #include "session/filename.h"
 #include "window/consolewindow.h"
 
 #include <QApplication>
-#include <QCommandLineOption>
-#include <QCommandLineParser>
 #include <QIcon>
 
+#include <cstdio>
+#include <cstdlib>
+
 using namespace Qt::StringLiterals;
+using tarn::console::CommandLine;
 using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
 using tarn::console::TerminationSignals;
@@ -27,26 +29,26 @@ QStringList trueArguments(int count, char *const *arguments)
     return list;
 }
 
-ConsoleStartupOptions parseCommandLine(const QStringList &arguments)
+/// Shows the window until it is closed, and destroys it.
+int runWindow(const ConsoleStartupOptions &options)
 {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QObject::tr("TARN Console"));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QCommandLineOption tarnOption(u"tarn"_s, QObject::tr("TARN executable to run"),
-                                        QObject::tr("PATH"));
-    parser.addOption(tarnOption);
-    parser.addPositionalArgument(
-        u"SOURCE"_s, QObject::tr(".tarn or .ترن source to select without running"), u"[SOURCE]"_s);
-    parser.process(arguments);
+    ConsoleWindow window(options);
+    window.show();
+    const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
+    return QApplication::exec();
+}
 
-    const QStringList sources = parser.positionalArguments();
-    if (sources.size() > 1)
-        parser.showHelp(2);
-    ConsoleStartupOptions options;
-    options.executablePath = FileName::printable(parser.value(tarnOption));
-    options.sourcePath = sources.value(0);
-    return options;
+/// Ends the process, on Wayland without the destructor of the application: Qt stops there the two
+/// threads that read from the compositor, one after the other, and when an event arrives meanwhile
+/// the second may wait for the first for ever (seen with Qt 6.4). The process would stay without a
+/// window. By now it has nothing to lose; on X11 Qt still hands the clipboard on.
+int endApplication(int status)
+{
+    if (QGuiApplication::platformName().startsWith("wayland"_L1)) {
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
+    return status;
 }
 
 } // namespace
@@ -63,8 +65,5 @@ int main(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(u"org.tarn.console"_s);
     QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
-    ConsoleWindow window(parseCommandLine(trueArguments(argc, argv)));
-    window.show();
-    const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
-    return QApplication::exec();
+    return endApplication(runWindow(CommandLine().process(trueArguments(argc, argv))));
 }

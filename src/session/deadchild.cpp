@@ -25,7 +25,7 @@ namespace {
 /// A debugger rarely holds on to the dead; when it does, nobody is in a hurry.
 constexpr auto nextLook = 50ms;
 /// What a process usually needs to die is far less.
-constexpr auto longestWait = 50ms;
+constexpr std::chrono::duration<int, std::milli> longestWait = 50ms;
 
 /// Of a child that should have ended at once.
 constexpr std::chrono::milliseconds firstLookInterval = 5ms;
@@ -45,7 +45,7 @@ bool becomesCollectable(pid_t child)
     const auto end = static_cast<int>(::syscall(SYS_pidfd_open, child, 0));
     if (end >= 0) {
         pollfd dying{end, POLLIN, 0};
-        ::poll(&dying, 1, std::chrono::milliseconds(longestWait).count());
+        ::poll(&dying, 1, longestWait.count());
         ::close(end);
     }
     return isCollectable(child);
@@ -118,8 +118,9 @@ void collectOrLetGo(QProcess &process, bool patient)
 {
     const auto child = static_cast<pid_t>(process.processId());
     if (patient ? becomesCollectable(child) : isCollectable(child))
-        process.waitForFinished();
-    else
+        process.waitForFinished(longestWait.count());
+    // Where the status cannot be had, Qt may wait for it in vain.
+    if (process.state() != QProcess::NotRunning)
         letGo(process);
 }
 

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -69,10 +70,11 @@ private:
 [[noreturn]] void becomeShell(char *const *arguments, int input)
 {
     ::setsid();
-    if (input == scriptInput)
-        ::fcntl(input, F_SETFD, 0);
-    else
-        ::dup2(input, scriptInput);
+    // A script without this input would take us for dead, and kill at once.
+    const int moved =
+        input == scriptInput ? ::fcntl(input, F_SETFD, 0) : ::dup2(input, scriptInput);
+    if (moved < 0)
+        ::_exit(EXIT_FAILURE);
     // It takes the number of what was just closed, so that it needs no descriptor to spare.
     ::close(STDIN_FILENO);
     ::open("/dev/null", O_RDWR);
@@ -120,6 +122,12 @@ GroupWatchdog::GroupWatchdog(pid_t group)
     else
         ::close(ends[1]);
     ::close(ends[0]);
+}
+
+void GroupWatchdog::letLoose()
+{
+    if (m_lifeline >= 0)
+        ::close(std::exchange(m_lifeline, -1));
 }
 
 GroupWatchdog::~GroupWatchdog()

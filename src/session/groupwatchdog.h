@@ -17,10 +17,13 @@ public:
     /// Starts watching, and waits for nothing. When that fails nothing is watched; the kernel still
     /// kills the leader.
     explicit GroupWatchdog(pid_t group);
-    /// Calls the watchdog off.
+    /// Calls the watchdog off, unless it was let loose.
     ~GroupWatchdog();
     GroupWatchdog(const GroupWatchdog &) = delete;
     GroupWatchdog &operator=(const GroupWatchdog &) = delete;
+
+    /// Has it do at once what it would do if we died.
+    void letLoose();
 
 private:
     int m_lifeline = -1; ///< our end of the socket, which the kernel closes when we die

@@ -258,7 +258,10 @@ void ProgramRun::abandon()
         return;
     if (m_process->state() != QProcess::NotRunning) {
         // QProcess's own destructor would warn and kill the leader only.
-        signalSession(static_cast<pid_t>(m_process->processId()), SIGKILL);
+        const auto leader = static_cast<pid_t>(m_process->processId());
+        // What we are refused, as by a filter of system calls, the watchdog may be allowed.
+        if (signalSession(leader, SIGKILL) == SignalDelivery::Failed && m_watchdog)
+            m_watchdog->letLoose();
         m_process->kill();
         collectOrLetGo(*m_process, !m_unkillable);
     } else if (m_stopRequested) {

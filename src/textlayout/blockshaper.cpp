@@ -5,7 +5,6 @@
 #include "textlayout/textpieces.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QScopedValueRollback>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
@@ -36,6 +35,7 @@ void BlockShaper::setFont(const QFont &font, const AdvanceTable *heights)
 {
     m_font = font;
     m_heights = heights;
+    m_escapes.setFont(font, m_document->documentLayout()->paintDevice());
 }
 
 bool BlockShaper::hasOnlyCaret(const QTextBlock &block)
@@ -48,12 +48,33 @@ std::optional<ParagraphSize> BlockShaper::shape(const QTextBlock &block)
     QTextLayout *layout = block.layout();
     std::optional<ParagraphSize> size;
     if (layout->lineCount() == 0) {
-        keepShapedText(layout, block.text());
-        cutIntoPieces(block);
-        size = breakBlock(layout, block);
+        size = breakOwn(block);
     }
     m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
     return size;
+}
+
+/// Breaks the text of a block in the block's own layout.
+ParagraphSize BlockShaper::breakOwn(const QTextBlock &block)
+{
+    const auto display = displayOf(block);
+    if (display)
+        m_escapes.show(*display, block);
+    else
+        cutIntoPieces(block);
+    keepShapedText(block.layout(), block.text());
+    return breakBlock(block.layout(), display ? display->text : block.text(), block);
+}
+
+/// What a block shows instead of its text, if anything. A text with overlong clusters is drawn
+/// without its block.
+std::optional<EscapeDisplay::Display> BlockShaper::displayOf(const QTextBlock &block) const
+{
+    if (!m_keepsEscapes || block.textDirection() != Qt::RightToLeft)
+        return std::nullopt;
+    const QString text = block.text();
+    const auto display = m_escapes.displayOf(text);
+    return display && hasOverlongClusters(text) ? std::nullopt : display;
 }
 
 /// Whether a user would notice how long it takes to shape a block at once.
@@ -108,17 +129,21 @@ void BlockShaper::cutIntoPieces(const QTextBlock &block)
 
 bool BlockShaper::isOwnChange(int from, int charsRemoved, int charsAdded) const
 {
-    return m_cutBlock.isValid() && from == m_cutBlock.position() && charsRemoved == charsAdded
-           && charsAdded == m_cutBlock.length();
+    const bool isThatBlock = from == m_cutBlock.position() && charsRemoved == charsAdded
+                             && charsAdded == m_cutBlock.length();
+    return m_cutBlock.isValid() && (m_takesChange || isThatBlock);
 }
 
 ParagraphSize BlockShaper::sizeOf(const QTextBlock &block)
 {
     if (isSlow(block))
         return sizeOfSlow(block);
-    const QString text = block.text();
+    const auto display = displayOf(block);
+    const QString text = display ? display->text : block.text();
     QTextLayout layout(text, m_font, m_document->documentLayout()->paintDevice());
-    return breakBlock(&layout, block);
+    if (display)
+        layout.setFormats(display->formats);
+    return breakBlock(&layout, text, block);
 }
 
 ParagraphSize BlockShaper::sizeOfSlow(const QTextBlock &block)
@@ -128,17 +153,17 @@ ParagraphSize BlockShaper::sizeOfSlow(const QTextBlock &block)
     if (paragraph.shape(block.text(), settingOf(block)))
         return paragraph.size();
     const bool wasShaped = block.layout()->lineCount() > 0;
-    cutIntoPieces(block);
-    const ParagraphSize size = breakBlock(block.layout(), block);
+    const ParagraphSize size = breakOwn(block);
     if (!wasShaped)
         release(block.blockNumber());
     return size;
 }
 
-ParagraphSize BlockShaper::breakBlock(QTextLayout *layout, const QTextBlock &block) const
+ParagraphSize BlockShaper::breakBlock(QTextLayout *layout, const QString &text,
+                                      const QTextBlock &block) const
 {
     ParagraphSize size =
-        breakIntoLines(layout, block.text(), paragraphOption(block), m_lineWidth, m_heights);
+        breakIntoLines(layout, text, paragraphOption(block), m_lineWidth, m_heights);
     if (hasOnlyCaret(block) && m_heights && m_heights->followsInk()
         && layout->preeditAreaText().isEmpty()) {
         const InkReach caret = m_heights->caretReach();
@@ -163,9 +188,11 @@ void BlockShaper::clear()
 
 void BlockShaper::release(int block) const
 {
-    QTextLayout *layout = m_document->findBlockByNumber(block).layout();
-    if (!layout)
+    const QTextBlock released = m_document->findBlockByNumber(block);
+    if (!released.isValid())
         return;
+    reset(released);
+    QTextLayout *layout = released.layout();
     // The text of a block's layout is the block's; setting one only frees the glyphs.
     layout->setText(QString());
     layout->clearLayout();

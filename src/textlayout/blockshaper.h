@@ -1,5 +1,6 @@
 #pragma once
 
+#include "textlayout/escapedisplay.h"
 #include "textlayout/linebreaking.h"
 #include "textlayout/segmentedparagraph.h"
 #include "textlayout/segmentedparagraphcache.h"
@@ -7,6 +8,7 @@
 
 #include <QFont>
 #include <QList>
+#include <QScopedValueRollback>
 #include <QTextBlock>
 #include <QTextLayout>
 
@@ -32,6 +34,9 @@ public:
     /// What is shaped already stays as it is.
     /// The table is the font's; it must live until the next one is set.
     void setFont(const QFont &font, const AdvanceTable *heights);
+    /// Whether escapes in texts that run from right to left are kept in one piece. Not for a text
+    /// that is composed with an input method.
+    void setKeepsEscapes(bool keeps) { m_keepsEscapes = keeps; }
     void setLineWidth(qreal width) { m_lineWidth = width; }
     const QFont &font() const { return m_font; }
     const AdvanceTable *heights() const { return m_heights; }
@@ -50,8 +55,16 @@ public:
     /// ink, it is only as high as a caret, and keeps more of the lines in sight.
     static bool hasOnlyCaret(const QTextBlock &block);
 
+    /// Makes a block one that is not shaped, and has the text that it has now.
+    static void reset(const QTextBlock &block) { EscapeDisplay::reset(block); }
+
+    const EscapeDisplay &escapes() const { return m_escapes; }
+
     /// Whether a change of the document is none: only this shaper has cut a block into pieces.
     bool isOwnChange(int from, int charsRemoved, int charsAdded) const;
+    /// While a change is taken over, as long as the result lives, the document tells of it again
+    /// with every block that is cut into pieces.
+    auto takeChange() { return QScopedValueRollback(m_takesChange, true); }
 
     /// `removed` blocks from first on became `inserted` ones.
     void replace(int first, int removed, int inserted);
@@ -63,17 +76,23 @@ private:
     SegmentedParagraph::Setting settingOf(const QTextBlock &block) const;
     QList<QTextLayout::FormatRange> piecesOf(const QTextBlock &block);
     void cutIntoPieces(const QTextBlock &block);
+    std::optional<EscapeDisplay::Display> displayOf(const QTextBlock &block) const;
+    ParagraphSize breakOwn(const QTextBlock &block);
     ParagraphSize sizeOfSlow(const QTextBlock &block);
-    ParagraphSize breakBlock(QTextLayout *layout, const QTextBlock &block) const;
+    ParagraphSize breakBlock(QTextLayout *layout, const QString &text,
+                             const QTextBlock &block) const;
     void release(int block) const;
 
     QTextDocument *m_document;
     QFont m_font;
     const AdvanceTable *m_heights = nullptr;
+    EscapeDisplay m_escapes;
+    bool m_keepsEscapes = false;
     qreal m_lineWidth = 0;
     ShapedBlockCache m_shaped;
     SegmentedParagraphCache m_segmented;
     QTextBlock m_cutBlock; ///< while it is cut into pieces
+    bool m_takesChange = false;
 };
 
 } // namespace tarn::console

@@ -80,6 +80,11 @@ int offsetAt(const BrokenText &text, QPointF point, Qt::HitTestAccuracy accuracy
     return offset;
 }
 
+qreal marginOf(const QTextDocument *document)
+{
+    return std::round(document->documentMargin());
+}
+
 QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColour &textColour)
 {
     return textColour ? textColour(block, palette) : palette.color(QPalette::Text);
@@ -104,19 +109,14 @@ bool LazyDocumentLayout::isLaidOut() const
     return !document()->pageSize().isNull();
 }
 
-qreal LazyDocumentLayout::margin() const
-{
-    return std::round(document()->documentMargin());
-}
-
 int LazyDocumentLayout::topMargin() const
 {
-    return std::max(static_cast<int>(margin()), m_setting.roomForCaret());
+    return std::max(static_cast<int>(marginOf(document())), m_setting.roomForCaret());
 }
 
 qreal LazyDocumentLayout::lineWidth() const
 {
-    return std::max(0.0, m_pageWidth - 2 * margin());
+    return std::max(0.0, m_pageWidth - 2 * marginOf(document()));
 }
 
 int LazyDocumentLayout::pageCount() const
@@ -128,8 +128,8 @@ QSizeF LazyDocumentLayout::documentSize() const
 {
     if (!isLaidOut())
         return QSizeF(0, 0);
-    return QSizeF(std::max(m_pageWidth, m_widestLine + 2 * margin()),
-                  topMargin() + document()->lineCount() + margin());
+    return QSizeF(std::max(m_pageWidth, m_widestLine + 2 * marginOf(document())),
+                  topMargin() + document()->lineCount() + marginOf(document()));
 }
 
 QRectF LazyDocumentLayout::frameBoundingRect(QTextFrame *) const
@@ -228,7 +228,7 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
         return false;
     const auto selections = selectedRanges(block, context.selections);
     noteMoved(block, height);
-    const QPointF position(margin(), topOf(block));
+    const QPointF position(marginOf(document()), topOf(block));
     paragraph->draw(painter, position, selections, context.clip);
     painter->setPen(context.palette.color(QPalette::Text));
     if (block.contains(context.cursorPosition))
@@ -242,11 +242,15 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
 {
     const BrokenText text = brokenText(block, m_setting);
     const QTextLayout &layout = text.layout;
-    QRectF clip(margin(), 0, documentSize().width() - 2 * margin(), documentSize().height());
+    QRectF clip(marginOf(document()), 0, documentSize().width() - 2 * marginOf(document()),
+                documentSize().height());
     if (context.clip.isValid())
         clip &= context.clip;
     painter->save();
-    drawLines(painter, text, QPointF(), selectedRanges(block, context.selections), clip);
+    const auto selections = selectedRanges(block, context.selections);
+    drawLines(painter, text, QPointF(), selections, clip);
+    if (EscapeDisplay::isShownBy(layout))
+        m_shaper.escapes().drawBackslashes(painter, layout, selections, clip);
     painter->setPen(context.palette.color(QPalette::Text));
 
     if (m_setting.followsInk() && BlockShaper::hasOnlyCaret(block))
@@ -266,7 +270,7 @@ void LazyDocumentLayout::shape(const QTextBlock &block) const
 {
     if (const auto size = m_shaper.shape(block))
         takeSize(block, *size);
-    block.layout()->setPosition(QPointF(margin(), topOf(block)));
+    block.layout()->setPosition(QPointF(marginOf(document()), topOf(block)));
 }
 
 const SegmentedParagraph *LazyDocumentLayout::shapeSegments(const QTextBlock &block) const

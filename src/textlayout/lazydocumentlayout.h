@@ -76,6 +76,10 @@ public:
     /// within the document there, and can be scrolled into view.
     void setRoomForCaret(bool room) { m_setting.setRoomForCaret(room); }
 
+    /// Whether escapes such as "\xFF" are kept in one piece where text runs from right to left. To
+    /// be set before there is a text. Not for a text that is composed with an input method.
+    void setKeepsEscapes(bool keeps) { m_shaper.setKeepsEscapes(keeps); }
+
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
     int pageCount() const override;
@@ -98,7 +102,6 @@ protected:
 
 private:
     bool isLaidOut() const;
-    qreal margin() const;
     int topMargin() const;
     qreal lineWidth() const;
 

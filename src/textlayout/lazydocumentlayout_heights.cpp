@@ -42,7 +42,9 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
 {
     if (m_shaper.isOwnChange(from, charsRemoved, charsAdded))
         return;
+    const auto taking = m_shaper.takeChange();
     if (!isLaidOut()) {
+        m_shaper.clear();
         m_blockCount = document()->blockCount();
         m_pageWidth = -1;
         return;
@@ -134,7 +136,7 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
 /// A block that changes alone, and by little, is most likely in sight.
 void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 {
-    block.clearLayout();
+    BlockShaper::reset(block);
     block.setUserState(BlockHeight().toUserState());
     if (charsAdded <= BlockShaper::shortBlock && shapeSegments(block))
         return;
@@ -149,7 +151,7 @@ void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 
 void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
 {
-    block.clearLayout();
+    BlockShaper::reset(block);
     const QString text = block.text();
     const AdvanceTable::Line line = m_setting.heights()->lineOf(text);
     // Wider than the characters: kerning, and glyphs that reach over their advance.

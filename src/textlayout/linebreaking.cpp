@@ -43,19 +43,33 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
     }
 }
 
+/// Whether the next line surely ends before an overlong word does: the word goes on for more than
+/// twice the line before, which is in the same word. A line that was tried for nothing would keep
+/// the height of what was in it.
+bool staysInside(const OverlongWords &words, const QTextLayout &layout, const QTextLine &line)
+{
+    if (line.lineNumber() == 0)
+        return false;
+    const QTextLine before = layout.lineAt(line.lineNumber() - 1);
+    const qsizetype end = words.endAt(line.textStart());
+    return words.endAt(before.textStart()) == end
+           && end - line.textStart() > 2 * qsizetype(before.textLength());
+}
+
 /// Breaks a line in the middle of an overlong word as Qt does it after it has been to the word's
 /// end. Returns false, and leaves the line to be broken again, when that may not be the same.
 bool breakInside(const OverlongWords &words, QTextLayout *layout, QTextLine *line,
                  const QTextOption &option, qreal width)
 {
-    const qsizetype end = words.endAt(line->textStart());
-    if (end == line->textStart() || option.wrapMode() != QTextOption::WrapAtWordBoundaryOrAnywhere)
+    if (option.wrapMode() != QTextOption::WrapAtWordBoundaryOrAnywhere
+        || !staysInside(words, *layout, *line))
         return false;
     QTextOption anywhere = option;
     anywhere.setWrapMode(QTextOption::WrapAnywhere);
     layout->setTextOption(anywhere);
     line->setLineWidth(width);
     layout->setTextOption(option);
+    const qsizetype end = words.endAt(line->textStart());
     return line->textStart() + line->textLength() < end && line->naturalTextWidth() <= width;
 }
 

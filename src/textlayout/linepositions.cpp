@@ -27,9 +27,11 @@ qreal hangingWidth(const QTextLayout &layout, QTextLine line, int blanks)
     constexpr qreal farRight = 100'000;
     const QPointF position = line.position();
     line.setPosition(position + QPointF(farRight, 0));
-    const qreal width = line.cursorToX(blanks) - line.cursorToX(end);
+    const qreal last = line.cursorToX(end);
+    const qreal width = std::abs(line.cursorToX(blanks) - last);
     line.setPosition(position);
-    return std::abs(width);
+    // After English words, blanks run on beyond the other edge, where no caret tells how far.
+    return last < farRight + position.x() + line.width() ? width : 0;
 }
 
 /// The position from first to last whose caret is the nearest, as far as they come nearer.

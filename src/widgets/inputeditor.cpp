@@ -1,6 +1,7 @@
 #include "widgets/inputeditor.h"
 
 #include "textlayout/lazydocumentlayout.h"
+#include "widgets/accessibledraft.h"
 #include "widgets/clipboardoffer.h"
 
 #include <QClipboard>
@@ -19,9 +20,20 @@
 
 namespace tarn::console {
 
+namespace {
+
+QAccessibleInterface *accessibleDraft(const QString &, QObject *object)
+{
+    auto *editor = dynamic_cast<InputEditor *>(object);
+    return editor ? new AccessibleDraft(editor) : nullptr;
+}
+
+} // namespace
+
 InputEditor::InputEditor(QWidget *parent)
     : ConsoleTextEdit(parent)
 {
+    QAccessible::installFactory(accessibleDraft);
     QSizePolicy policy = sizePolicy();
     policy.setVerticalPolicy(QSizePolicy::Fixed);
     setSizePolicy(policy);

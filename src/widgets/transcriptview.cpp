@@ -48,6 +48,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
 {
     QAccessible::installFactory(accessibleTranscript);
     lazyLayout()->setRoomForCaret(true);
+    lazyLayout()->setKeepsEscapes(true);
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setFocusPolicy(Qt::StrongFocus);

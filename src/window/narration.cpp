@@ -99,16 +99,13 @@ void Narration::endLine(TranscriptStream stream, Time now)
 /// Leaves out the earliest lines as long as there are more than can be listened to.
 void Narration::shorten()
 {
-    auto item = m_items.begin();
-    while (m_outputLength > longestOutput && item != m_items.end()) {
-        if (item->kind == Kind::Status) {
-            ++item;
-            continue;
-        }
-        m_outputLength -= item->text.size();
-        item = m_items.erase(item);
+    m_items.removeIf([this](const Item &item) {
+        if (m_outputLength <= longestOutput || item.kind == Kind::Status)
+            return false;
+        m_outputLength -= item.text.size();
         ++m_omittedLines;
-    }
+        return true;
+    });
 }
 
 void Narration::addStatus(const QString &text, Status status, Time now)

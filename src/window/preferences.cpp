@@ -21,6 +21,16 @@ constexpr auto windowGeometryKey = "windowGeometry"_L1;
 
 } // namespace
 
+QSet<QByteArray> Preferences::keys()
+{
+    QSet<QByteArray> keys;
+    for (const QLatin1StringView key :
+         {interfaceLanguageKey, fontFamilyKey, fontPointSizeKey, lastSourceDirectoryKey,
+          tarnExecutableKey, windowGeometryKey})
+        keys.insert(QByteArray(key.data(), key.size()));
+    return keys;
+}
+
 QString Preferences::normalizedLanguage(const QString &code)
 {
     return code == "en"_L1 ? u"en"_s : u"ar"_s;

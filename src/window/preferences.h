@@ -3,6 +3,7 @@
 #include "window/zoom.h"
 
 #include <QByteArray>
+#include <QSet>
 #include <QString>
 
 class QFont;
@@ -42,6 +43,8 @@ struct Preferences
     /// size that is not a number is the smallest.
     static Preferences load(const QSettings &settings);
     void save(QSettings *settings) const;
+    /// Under which save() writes them: all of them, always.
+    static QSet<QByteArray> keys();
 
     /// The font of the whole window at the zoom. Families that are missing are passed over, and so
     /// is a family for the characters that it lacks.

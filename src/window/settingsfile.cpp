@@ -1,19 +1,26 @@
 #include "window/settingsfile.h"
 
 #include "window/preferences.h"
+#include "window/settingstext.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 #include <QSaveFile>
 #include <QSettings>
 #include <QStandardPaths>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
+#include <optional>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tarn::console {
 
@@ -23,6 +30,7 @@ namespace {
 
 /// The preferences take a few hundred bytes.
 constexpr qint64 mostBytes = 4 * 1024 * 1024;
+constexpr auto lockEnding = ".lock"_L1;
 
 /// Where QSettings keeps its files. It reads its files at once, so it is asked for others, which
 /// nobody has.
@@ -72,51 +80,101 @@ bool mayBeUsed()
 bool isLocked(const QString &path)
 {
     struct stat status = {};
-    return ::lstat(QFile::encodeName(path + u".lock"_s).constData(), &status) == 0;
+    return ::lstat(QFile::encodeName(path + lockEnding).constData(), &status) == 0;
 }
 
-QByteArray contentOf(const QString &path)
+/// All of it, or nothing when it could not be read to its end; empty when there is no such file.
+/// QFile does not say what failed.
+std::optional<QByteArray> contentOf(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const int opened =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (opened < 0)
+        return errno == ENOENT ? std::optional(QByteArray()) : std::nullopt;
+    QByteArray content;
+    std::array<char, 4096> bytes{};
+    ssize_t size = 0;
+    do {
+        size = ::read(opened, bytes.data(), bytes.size());
+        if (size > 0)
+            content.append(bytes.data(), size);
+    } while ((size > 0 && content.size() <= mostBytes) || (size < 0 && errno == EINTR));
+    ::close(opened);
+    return size == 0 ? std::optional(content) : std::nullopt;
 }
 
-/// QSettings waits for a lock for as long as it takes, 30 seconds for one of another machine. So
-/// it writes a copy, and the copy takes the place of the file in one step, as its own would.
-void writeWithoutLock(const Preferences &preferences, const QString &path)
+/// What QSettings makes of the preferences in a file of its own, named after a pattern, or nothing
+/// where it cannot write.
+QByteArray writtenText(const Preferences &preferences, const QString &pattern)
 {
-    const QTemporaryDir directory;
-    const QString copy = directory.filePath(QFileInfo(path).fileName());
-    if (!directory.isValid() || (QFileInfo::exists(path) && !QFile::copy(path, copy)))
-        return;
+    QTemporaryFile file(pattern);
+    if (!file.open() || file.fileName().isEmpty())
+        return {};
     {
-        QSettings settings(copy, QSettings::defaultFormat());
+        QSettings settings(file.fileName(), QSettings::defaultFormat());
         preferences.save(&settings);
-        settings.sync();
-        if (settings.status() == QSettings::AccessError)
-            return;
     }
+    const QByteArray text = contentOf(file.fileName()).value_or(QByteArray());
+    return SettingsText::topLevelKeys(text) == Preferences::keys() ? text : QByteArray();
+}
+
+QByteArray textOf(const Preferences &preferences, const QString &path)
+{
+    const QByteArray text =
+        writtenText(preferences, QDir::temp().filePath(u"tarn-console.XXXXXX"_s));
+    return text.isEmpty() ? writtenText(preferences, path + u".XXXXXX"_s) : text;
+}
+
+/// In one step, and only when all of it is on the disk: QSaveFile alone takes what is written last
+/// for granted.
+void replace(const QString &path, const QByteArray &content)
+{
     QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(contentOf(copy)) > 0)
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    if (file.write(content) == content.size() && file.flush() && ::fsync(file.handle()) == 0)
         file.commit();
+    else
+        file.cancelWriting();
+}
+
+/// Whether QSettings has all of our keys that are there: it takes a file that it cannot read for an
+/// empty one.
+bool hasRead(const QSettings &settings, const QByteArray &content)
+{
+    const QSet<QByteArray> expected = SettingsText::topLevelKeys(content) & Preferences::keys();
+    return std::all_of(expected.begin(), expected.end(), [&](const QByteArray &key) {
+        return settings.contains(QString::fromLatin1(key));
+    });
 }
 
 } // namespace
 
-Preferences SettingsFile::read()
+std::optional<Preferences> SettingsFile::read()
 {
-    return mayBeUsed() ? Preferences::load(QSettings()) : Preferences();
+    if (!mayBeUsed())
+        return Preferences();
+    const QSettings settings;
+    const std::optional<QByteArray> content = contentOf(settings.fileName());
+    if (!content || !hasRead(settings, *content))
+        return std::nullopt;
+    return Preferences::load(settings);
 }
 
 void SettingsFile::write(const Preferences &preferences)
 {
     if (!mayBeUsed())
         return;
-    QSettings settings;
-    if (isLocked(settings.fileName()))
-        writeWithoutLock(preferences, settings.fileName());
-    else
-        preferences.save(&settings);
+    const QString path = QSettings().fileName();
+    QDir().mkpath(QFileInfo(path).path());
+    // QSettings would wait for it for as long as it takes, 30 seconds for one of another machine.
+    QLockFile lock(path + lockEnding);
+    if (!isLocked(path))
+        lock.tryLock(0);
+    const std::optional<QByteArray> content = contentOf(path);
+    const QByteArray text = textOf(preferences, path);
+    if (content && !text.isEmpty())
+        replace(path, SettingsText::merged(*content, text));
 }
 
 } // namespace tarn::console

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 namespace tarn::console {
 
 struct Preferences;
@@ -8,9 +10,12 @@ struct Preferences;
 /// anybody: what is no ordinary file is left alone, and a lock of somebody else is passed by.
 namespace SettingsFile {
 
-/// The defaults when there is no ordinary file.
-Preferences read();
-/// All of them at once. In place of an ordinary file nothing is written.
+/// The defaults when there is no ordinary file; nothing when there is one that cannot be read: to
+/// write it would be to lose what is in it.
+std::optional<Preferences> read();
+/// All of them at once, and nothing else in the file is touched. Whatever fails, the file is as it
+/// was or has all of them. In place of what is no ordinary file, or cannot be read, nothing is
+/// written.
 void write(const Preferences &preferences);
 
 } // namespace SettingsFile

@@ -2,12 +2,16 @@
 
 #include "window/settingsfile.h"
 
+#include <optional>
+
 namespace tarn::console {
 
 StoredPreferences::StoredPreferences(bool persistent)
-    : m_persistent(persistent)
-    , m_preferences(persistent ? SettingsFile::read() : Preferences())
 {
+    const std::optional<Preferences> stored =
+        persistent ? SettingsFile::read() : std::optional<Preferences>();
+    m_persistent = stored.has_value();
+    m_preferences = stored.value_or(Preferences());
 }
 
 void StoredPreferences::save(const QByteArray &windowGeometry)

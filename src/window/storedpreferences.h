@@ -10,7 +10,8 @@ namespace tarn::console {
 class StoredPreferences
 {
 public:
-    /// When not persistent, the defaults hold, and nothing is read or written.
+    /// When not persistent, the defaults hold, and nothing is read or written. What cannot be read
+    /// is not written either.
     explicit StoredPreferences(bool persistent);
 
     /// With the geometry that the window has now.

@@ -1,5 +1,5 @@
-"""Drives the built console on a real X server as a user does: real keys, and what other programs
-see of it (its window, its processes, the clipboard)."""
+"""Drives the built console on a real display as a user does: real keys, and what other programs see of
+it (its window, its processes, the clipboard)."""
 
 import contextlib
 import os
@@ -10,6 +10,9 @@ import sys
 import tempfile
 import time
 
+import displays
+
+DISPLAY = displays.current()
 # How long anything may take before the test gives up. Nothing ever waits this long when it works.
 PATIENCE = 60.0
 
@@ -35,18 +38,12 @@ def wait_for(condition, what, patience=PATIENCE):
         time.sleep(0.02)
 
 
-def xdotool(*arguments):
-    """The output of an xdotool command, or nothing when it fails."""
-    result = subprocess.run(["xdotool", *arguments], capture_output=True, text=True, check=False)
-    return result.stdout.strip() if result.returncode == 0 else ""
-
-
-def press(*keys):
-    subprocess.run(["xdotool", "key", "--delay", "20", *keys], check=True)
+xdotool = displays.X11.tool
+press = DISPLAY.press
 
 
 def type_line(text):
-    subprocess.run(["xdotool", "type", "--delay", "20", "--", str(text)], check=True)
+    DISPLAY.type_text(str(text))
     press("Return")
 
 
@@ -54,22 +51,17 @@ class Clipboard:
     """The clipboard, or the selection "primary", as another program sees it."""
 
     @staticmethod
-    def read(target="UTF8_STRING", selection="clipboard"):
-        result = subprocess.run(
-            ["xclip", "-selection", selection, "-out", "-target", target],
-            capture_output=True, check=False)
-        return result.stdout.decode() if result.returncode == 0 else None
+    def read(target="text", selection="clipboard"):
+        content = DISPLAY.read_clipboard(target, selection)
+        return None if content is None else content.decode()
 
     @staticmethod
     def write(text):
-        # The xclip that keeps the text for others must not keep our pipes.
-        subprocess.run(
-            ["xclip", "-selection", "clipboard", "-in"], input=text.encode(),
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+        DISPLAY.write_clipboard(text)
 
-    @classmethod
-    def formats(cls, selection="clipboard"):
-        return (cls.read("TARGETS", selection) or "").split()
+    @staticmethod
+    def formats(selection="clipboard"):
+        return DISPLAY.clipboard_formats(selection)
 
 
 def is_running(pid):
@@ -108,6 +100,8 @@ class Console:
         self.before_start = None
         self.prepare = None
         self.managed = True
+        # Whether nothing may be written on the terminal, by Qt neither.
+        self.silent = False
         self.process = None
         self.source = None
         self.window = None
@@ -134,7 +128,7 @@ class Console:
         command = [*self.wrapper, str(self.executable), "--tarn", str(self.interpreter)]
         command += [str(source)] if source else []
         environment = os.environ | {
-            "QT_QPA_PLATFORM": "xcb",
+            "QT_QPA_PLATFORM": DISPLAY.platform,
             "HOME": str(self.home),
             "XDG_CONFIG_HOME": str(self.home / "config"),
             "TARN_DEMO_JOURNAL": str(self._journal),
@@ -148,28 +142,27 @@ class Console:
         if self.managed:
             self.wait_until_active()
         else:
-            xdotool("windowfocus", "--sync", self.window)
+            DISPLAY.focus(self.window)
 
     def settings(self):
         return self.home / "config" / "TARN" / "TARN Console.conf"
 
     def activate(self):
         """Gives the window the keyboard."""
-        xdotool("windowactivate", "--sync", self.window)
+        DISPLAY.activate(self.window)
 
     def wait_until_active(self):
         """Until keys go to the main window, at the start or after a dialog."""
-        wait_for(lambda: xdotool("getactivewindow") == self.window, "the window to be active")
+        wait_for(lambda: DISPLAY.active() == self.window, "the window to be active")
 
     def wait_for_dialog(self):
         """Until keys go to a dialog: it can be seen and read before."""
-        wait_for(lambda: xdotool("getactivewindow") in set(self.windows()) - {self.window},
+        wait_for(lambda: DISPLAY.active() in set(self.windows()) - {self.window},
                  "a dialog to be active")
 
     def windows(self):
         """The console's visible windows: the main one and its dialogs."""
-        return xdotool("search", "--all", "--onlyvisible", "--pid", str(self.process.pid),
-                       "--name", ".").split()
+        return DISPLAY.windows(self.process.pid)
 
     def _find_window(self):
         check(self.process.poll() is None, f"the console ended at its start:\n{self.log()}")
@@ -177,7 +170,7 @@ class Console:
         return windows[0] if windows else None
 
     def title(self):
-        return xdotool("getwindowname", self.window)
+        return DISPLAY.title(self.window)
 
     def run(self):
         press("ctrl+r")
@@ -236,6 +229,9 @@ class Console:
         check(self.process.returncode == 0,
               f"the console ended with {self.process.returncode}:\n{self.log()}")
         check("QProcess: Destroyed" not in self.log(), self.log())
+        told = [line for line in self.log().splitlines()
+                if line and not line.startswith(DISPLAY.noise)]
+        check(not self.silent or not told, "\n".join(["on the terminal stands:", *told]))
 
     def log(self):
         return self._log.read_text(errors="replace")
@@ -243,7 +239,7 @@ class Console:
     def take_picture(self, name):
         self.pictures.mkdir(parents=True, exist_ok=True)
         picture = self.pictures / f"{name}.png"
-        subprocess.run(["maim", str(picture)], check=False)
+        DISPLAY.take_picture(picture)
         return picture
 
     def dispose(self):

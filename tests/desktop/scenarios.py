@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""The desktop scenarios: scenarios.py [OPTIONS] NAME runs one of them on the current display.
+"""The desktop scenarios: scenarios.py [OPTIONS] NAME runs one of them on the current display, which
+is an X server or a Wayland compositor; nothing may be written on the terminal meanwhile.
 
 To add one, write a function here whose only parameter is the console, mark it with @scenario and
-name it in CMakeLists.txt."""
+name it in CMakeLists.txt. scenarios.py --list prints their names."""
 
 import argparse
 import contextlib
@@ -11,8 +12,9 @@ import pathlib
 import subprocess
 import sys
 
-from desktop import (Clipboard, Console, Failure, check, is_running, press,
-                     run_and_dispose, type_line, wait_for, xdotool)
+import displays
+from desktop import (DISPLAY, Clipboard, Console, Failure, check, is_running, press,
+                     run_and_dispose, type_line, wait_for)
 
 SCENARIOS = {}
 DESKTOP_ENTRY = (pathlib.Path(__file__).parent.parent.parent / "packaging"
@@ -24,9 +26,7 @@ def scenario(function):
     return function
 
 
-def use_arabic_keys():
-    """Gives the keyboard Arabic letters beside the Latin ones, as a user of both has them."""
-    subprocess.run(["setxkbmap", "us,ara"], check=True)
+use_arabic_keys = DISPLAY.use_arabic_keys
 
 
 @scenario
@@ -34,6 +34,14 @@ def window_title(console):
     console.open()
     check(console.title() == "TARN Console", f"the title is {console.title()!r}")
     console.quit()
+
+
+@scenario
+def closes_every_time(console):
+    """No process stays behind without a window, whatever arrives from the display while it closes."""
+    for _ in range(12):
+        console.open()
+        console.quit()
 
 
 @scenario
@@ -183,6 +191,17 @@ def flood(console):
     console.quit()
 
 
+def run_the_choice(console):
+    """The window has the keyboard again a moment before the console has taken the choice."""
+    def started():
+        console.run()
+        with contextlib.suppress(Failure):
+            return wait_for(console.journal, "a start", patience=3)
+        return []
+
+    wait_for(started, "the program to start")
+
+
 @scenario
 def open_source(console):
     """A source is chosen in the file dialog by typing its path, and then run."""
@@ -194,14 +213,7 @@ def open_source(console):
     type_line(source)
     console.wait_until_active()
 
-    def started():
-        # The window has the keyboard again a moment before the console has taken the choice.
-        console.run()
-        with contextlib.suppress(Failure):
-            return wait_for(console.journal, "a start", patience=3)
-        return []
-
-    wait_for(started, "the program to start")
+    run_the_choice(console)
     console.wait_for_text("تم الفتح")
     console.wait_until_idle()
     console.quit()
@@ -230,11 +242,86 @@ def drag_out(console):
     console.wait_until_idle()
     press("ctrl+1", "ctrl+a")
     # The first movement already leaves the transcript.
-    for step in ["mousemove --window {0} 30 170", "mousedown 1", "mousemove --window {0} 700 60",
-                 "mousemove --window {0} 720 60", "mouseup 1"]:
-        subprocess.run(["xdotool", *step.format(console.window).split()], check=True)
+    DISPLAY.pointer(console.window, 30, 170, "down")
+    for place in [(700, 60), (720, 60)]:
+        DISPLAY.pointer(console.window, *place)
+    DISPLAY.pointer(console.window, 720, 60, "up")
     check(console.transcript() == "one\ntwo\nthree\n", "the keys are lost")
     console.quit()
+
+
+@contextlib.contextmanager
+def helper(console, *command, **environment):
+    """Another program beside the console, and the file with what it says."""
+    said = console.directory / "helper.log"
+    with said.open("wb") as log:
+        process = subprocess.Popen(
+            [str(word) for word in command], stdout=log, stderr=log, stdin=subprocess.DEVNULL,
+            env=os.environ | console.environment | environment)
+    try:
+        yield process, said
+    finally:
+        process.kill()
+        process.wait()
+
+
+@scenario
+def drop_file(console):
+    """A file is dragged out of another program and dropped on the window."""
+    file = console.script("print dropped\n", "ملف.ترن")
+    console.open()
+    DISPLAY.move(console.window, 0, 0)
+    source = console.executable.parent.parent / "tests" / "dragsource"
+    with helper(console, source, file, QT_QPA_PLATFORM=DISPLAY.platform) as (process, said):
+        window = wait_for(lambda: DISPLAY.windows(process.pid), "the other window")[0]
+        DISPLAY.move(window, 1000, 300)
+
+        def taken():
+            # The window may not be at its new place yet.
+            DISPLAY.pointer(window, 80, 60, "up", "down")
+            DISPLAY.pointer(window, 100, 60)
+            with contextlib.suppress(Failure):
+                return wait_for(lambda: "started" in said.read_text(), "a drag", patience=3)
+            return False
+
+        def carried():
+            for x in (400, 401):
+                DISPLAY.pointer(console.window, x, 250)
+            return "accepted" in said.read_text()
+
+        wait_for(taken, "the drag to start")
+        wait_for(carried, "the console to accept the file")
+        DISPLAY.pointer(console.window, 400, 250, "up")
+        wait_for(lambda: "dropped" in said.read_text(), "the drop")
+        # Who gave the file has to stay until it was taken.
+        console.activate()
+        run_the_choice(console)
+    console.wait_for_text("dropped\n")
+    console.wait_until_idle()
+    console.quit()
+
+
+@scenario
+def portal_chooser(console):
+    """Where the desktop has a portal, its chooser is asked, and what it says is opened."""
+    file = console.script("print chosen\n", "مختار.ترن")
+    asked = console.directory / "asked"
+    address = f"unix:path={console.directory}/bus"
+    with helper(console, "dbus-daemon", "--session", "--nofork", f"--address={address}"):
+        wait_for((console.directory / "bus").exists, "the message bus")
+        portal = ["/usr/bin/python3", "-B", pathlib.Path(__file__).parent / "portal.py", file, asked]
+        with helper(console, *portal, DBUS_SESSION_BUS_ADDRESS=address) as (_, said):
+            wait_for(lambda: "ready" in said.read_text(), "the portal")
+            console.environment |= {"DBUS_SESSION_BUS_ADDRESS": address,
+                                    "QT_QPA_PLATFORMTHEME": "xdgdesktopportal"}
+            console.open()
+            press("ctrl+o")
+            wait_for(asked.exists, "the portal to be asked")
+            console.wait_until_active()
+            run_the_choice(console)
+            console.wait_for_text("chosen\n")
+            console.wait_until_idle()
+            console.quit()
 
 
 def path(text):
@@ -250,6 +337,7 @@ def two_consoles(console):
     first = console.program()
     other = Console(console.executable, console.interpreter, console.pictures)
     other.home = console.home
+    other.environment = console.environment
     try:
         other.open(other.script(forever))
         other.run()
@@ -277,12 +365,12 @@ def two_consoles(console):
 
 @scenario
 def desktop_identity(console):
-    """Docks and switchers find the window's desktop entry by its class, under X."""
+    """Docks and switchers find the window's desktop entry, by its class under X and by its
+    application id on Wayland."""
     console.open()
     entry = dict(line.split("=", 1) for line in DESKTOP_ENTRY.read_text().splitlines()
-                 if "=" in line)
-    found = xdotool("search", "--onlyvisible", "--class", f"^{entry['StartupWMClass']}$")
-    check(console.window in found.split(), f"{found!r} is not the window {console.window}")
+                 if "=" in line) | {"file": DESKTOP_ENTRY.name}
+    check(DISPLAY.has_identity(console.window, entry), "the window is not that of the entry")
     check(entry["Exec"] == f"{console.executable.name} %f", f"the entry starts {entry['Exec']!r}")
     console.quit()
 
@@ -295,6 +383,8 @@ def option_parser(description):
     parser.add_argument("--demo-programs", required=True, type=path)
     parser.add_argument("--pictures", required=True, type=path,
                         help="where to put pictures of failures")
+    parser.add_argument("--scale", type=float, default=1.0,
+                        help="how much larger Qt shall draw, on an X server (default: 1)")
     return parser
 
 
@@ -305,9 +395,16 @@ def parse_options(description, scenarios):
 
 
 def main():
+    if sys.argv[1:] == ["--list"]:
+        print("\n".join(sorted(SCENARIOS)))
+        return 0
     options = parse_options(__doc__, SCENARIOS)
     console = Console(options.console, options.interpreter, options.pictures)
     console.demo_programs = options.demo_programs
+    console.silent = True
+    if options.scale != 1:
+        console.environment["QT_SCALE_FACTOR"] = str(options.scale)
+        displays.X11.scale = options.scale
     return run_and_dispose(console, options.name, lambda: SCENARIOS[options.name](console))
 
 

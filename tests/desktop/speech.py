@@ -22,7 +22,7 @@ from desktop import Clipboard, Console, check, press, run_and_dispose, type_line
 from desktop import wait_for  # noqa: E402
 from orca import Ears  # noqa: E402
 from scenarios import option_parser  # noqa: E402
-from screenreader import Reader  # noqa: E402
+from screenreader import Reader, has  # noqa: E402
 
 SCENARIOS = {}
 GROUPS = {"situations": [], "bounds": []}
@@ -72,6 +72,7 @@ class Listener:
         console.language = language
         self._known = 0  # what was spoken before the last act
         self._acted = 0.0
+        self._expected = ()
         self._focus = None
 
     def text(self, english, *arguments):
@@ -98,6 +99,11 @@ class Listener:
         self.reader.wait_for(lambda: self.reader.focus() == self._focus,
                              f"the focus on {name!r}")
 
+    def length_of_text(self):
+        """How long the text is that has the focus."""
+        focused = [o for o in self.reader.all() if has(o, Atspi.StateType.FOCUSED)]
+        return Atspi.Text.get_character_count(focused[0]) if focused else None
+
     def leave(self):
         """Goes to another window."""
         self._focus = None
@@ -116,6 +122,8 @@ class Listener:
 
     def act(self, *keys):
         """Presses keys, or nothing: what is spoken from now on is the answer."""
+        self.check_once()
+        self._expected = ()
         self._known = self._ears.count()
         self._acted = time.monotonic()
         if keys:
@@ -141,6 +149,12 @@ class Listener:
                                                 + [speech.at for speech in self.spoken()]) > QUIET,
                  "Orca to fall silent")
 
+    def check_once(self):
+        """What was heard was spoken once, then and since."""
+        everything = "\n".join(speech.text for speech in self.spoken())
+        for text in self._expected:
+            check(everything.count(text) == 1, f"{text!r} more than once: {everything!r}")
+
     def hear(self, *texts, quietly=False):
         """Waits until all texts have been spoken, each once, in this order."""
         wait_for(lambda: all(text in "\n".join(self.heard()) for text in texts),
@@ -151,14 +165,15 @@ class Listener:
             print(f"  {self.name}: {at - self._acted:.2f} s, {self.heard()}", flush=True)
         places = [everything.index(text) for text in texts]
         check(places == sorted(places), f"{texts} in another order: {everything!r}")
-        for text in texts:
-            check(everything.count(text) == 1, f"{text!r} more than once: {everything!r}")
+        self._expected = texts
+        self.check_once()
         if self._focus:
             check(self.reader.focus() == self._focus, f"the focus went to {self.reader.focus()!r}")
 
     def finish(self):
         """Ends the console, which must not have had Qt complain about what it told the reader."""
-        press("ctrl+period")
+        # Which may lead the reader into the output, to read what has been heard.
+        self.act("ctrl+period")
         self.console.wait_until_idle()
         self.console.quit()
         complaints = [line for line in self.console.log().splitlines()
@@ -246,6 +261,7 @@ def refused_lines(listener):
     listener.act("Return")
     listener.hear(listener.text("Program input exceeds the 65,536-byte limit."))
     press("ctrl+a", "Delete")
+    listener.reader.wait_for(lambda: listener.length_of_text() == 0, "an empty draft")
     listener.focus_on("ctrl+f", "Find output")
     listener.act("ctrl+d")
     listener.hear(listener.text("Returned status %1", 1), quietly=True)
@@ -281,6 +297,8 @@ def input_closed(listener):
         listener.talk_with("while :; do sleep 1; done\n")
         for letter in draft:
             press(letter)
+        listener.reader.wait_for(lambda length=len(draft): listener.length_of_text() == length,
+                                 f"the draft {draft!r}")
         listener.focus_on("ctrl+f", "Find output")
         listener.act("ctrl+d")
         listener.hear(listener.text(notice))

@@ -92,6 +92,9 @@ private:
     {
         if (block.layout()->textOption().textDirection() != Qt::RightToLeft || blanks == 0)
             return 0;
+        // After English words, they run on beyond the other edge; that is left to Qt.
+        if (line.cursorToX(line.textStart() + line.textLength()) >= line.x() + line.width())
+            return 0;
         const QString text = block.text().mid(line.textStart(), line.textLength());
         QTextLayout alone(text + QChar(0x0627), block.document()->defaultFont(),
                           block.document()->documentLayout()->paintDevice());

@@ -43,8 +43,8 @@ RebuiltView::RebuiltView(const Transcript *transcript, QWidget *parent)
     setAcceptRichText(false);
     setTabChangesFocus(true);
     document()->setUndoRedoEnabled(false);
-    // As long as it can draw images, newer versions of Qt reserve U+FFFC for them; without, as in the
-    // real view, they draw it as any other character, which is better in a text without images.
+    // As long as it can draw images, newer versions of Qt reserve U+FFFC for them; without, as in
+    // the real view, they draw it as any other character, which is better in a text without images.
     document()->documentLayout()->unregisterHandler(QTextFormat::ImageObject);
     setTabStopDistance(8 * QFontMetricsF(font()).horizontalAdvance(u' '));
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { takeScrolling(); });

@@ -67,8 +67,8 @@ TwinEdits::TwinEdits()
 {
     QTextDocument *document = lazy().document();
     document->setDocumentLayout(new LazyDocumentLayout(document, lazy().viewport()));
-    // As long as it can draw images, newer versions of Qt reserve U+FFFC for them; without, as ours,
-    // they draw it as any other character, which is better in a text without images.
+    // As long as it can draw images, newer versions of Qt reserve U+FFFC for them; without, as
+    // ours, they draw it as any other character, which is better in a text without images.
     layoutOf(stock()).unregisterHandler(QTextFormat::ImageObject);
     both([](QTextEdit &edit) {
         // Only one of two windows could have the focus, and its caret would blink.

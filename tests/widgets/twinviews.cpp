@@ -129,6 +129,9 @@ TwinViews::TwinViews(QSize size)
     : m_real{Transcript(windowLimits())}
     , m_plain{Transcript(windowLimits())}
 {
+    // Qt's own layout cannot keep them.
+    auto *layout = m_real.view->document()->documentLayout();
+    qobject_cast<LazyDocumentLayout *>(layout)->setKeepsEscapes(false);
     show(m_real, size);
     show(m_plain, size);
     refresh();

@@ -8,6 +8,7 @@
 #include <QTextDocument>
 #include <QWheelEvent>
 
+#include <algorithm>
 #include <iterator>
 
 namespace tarn::console {
@@ -138,9 +139,33 @@ TranscriptStream ViewHistory::anyStream()
     return chance(65) ? TranscriptStream::StandardOutput : TranscriptStream::StandardError;
 }
 
-void ViewHistory::append(const QByteArray &bytes)
+/// Qt makes every line of a word as high as the highest of the word's characters, also those that
+/// are in other lines or right after it. The real view does not in very long words: there are no
+/// unusual characters in or after them.
+bool ViewHistory::needsWordBefore(const QByteArray &bytes) const
+{
+    constexpr qsizetype longWord = 300;
+    const auto isUnusual = [](const auto &text) {
+        return std::any_of(text.begin(), text.end(), [](auto unit) { return QChar(unit) > u'~'; });
+    };
+    const QList<TranscriptParagraph> &paragraphs = m_views.transcript().paragraphs();
+    // Each stream may have an open one, with lines of the other after it.
+    constexpr qsizetype last = 200;
+    for (const auto &paragraph : paragraphs.last(std::min(last, paragraphs.size()))) {
+        const QString text = paragraph.text.trimmed();
+        const QString word = text.sliced(text.lastIndexOf(u' ') + 1);
+        if (word.size() + bytes.size() > longWord
+            && (isUnusual(word) || isUnusual(QString::fromUtf8(bytes))))
+            return true;
+    }
+    return false;
+}
+
+void ViewHistory::append(QByteArray bytes)
 {
     const TranscriptStream stream = anyStream();
+    if (needsWordBefore(bytes))
+        bytes.prepend(" x ");
     m_views.both(
         [&](Transcript &transcript, auto &, auto &) { transcript.appendStream(stream, bytes); });
     m_stale = true;

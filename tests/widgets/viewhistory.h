@@ -27,7 +27,8 @@ private:
     TranscriptStream anyStream();
     QPoint anyPoint();
     int anyPosition();
-    void append(const QByteArray &bytes);
+    bool needsWordBefore(const QByteArray &bytes) const;
+    void append(QByteArray bytes);
     void press(QPoint point, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void move(QPoint point);
     void release(QPoint point);

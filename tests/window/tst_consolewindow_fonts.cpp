@@ -43,6 +43,9 @@ private Q_SLOTS:
     void closeQuestionHasTheWindowsFont();
     void contextMenusHaveTheWindowsFont_data();
     void contextMenusHaveTheWindowsFont();
+
+private:
+    QTemporaryDir m_settings;
 };
 
 namespace {
@@ -112,6 +115,7 @@ QString cutWidget(const ConsoleWindow &window)
 void TestConsoleWindowFonts::initTestCase()
 {
     QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_settings.path());
     QCoreApplication::setOrganizationName(u"TARN"_s);
     QCoreApplication::setApplicationName(u"TARN Console"_s);
 }
@@ -134,8 +138,6 @@ void TestConsoleWindowFonts::everythingFits()
     QFETCH(QString, language);
     QFETCH(int, pointSize);
     QFETCH(int, zoomPercent);
-    QTemporaryDir directory;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, directory.path());
     QSettings().setValue("fontPointSize", pointSize);
     ConsoleWindow window(
         {.sourcePath = u"/somewhere/a/program.tarn"_s, .interfaceLanguage = language});

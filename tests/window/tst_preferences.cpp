@@ -56,6 +56,8 @@ void TestPreferences::initTestCase()
 
 void TestPreferences::init()
 {
+    // It writes what is left, and would make its folder again.
+    m_settings.reset();
     m_directory = std::make_unique<QTemporaryDir>();
     QVERIFY(m_directory->isValid());
     m_settings =

@@ -1,0 +1,176 @@
+#include "textlayout/escapedisplay.h"
+
+#include <QPainter>
+#include <QTextBlock>
+
+#include <algorithm>
+#include <memory>
+
+namespace tarn::console {
+
+namespace {
+
+/// In every font, and as thin as any.
+constexpr char16_t standInLetter = u'i';
+
+bool isHexadecimal(QChar character)
+{
+    return (character >= u'0' && character <= u'9') || (character >= u'A' && character <= u'F');
+}
+
+/// Whether an escape begins at a backslash.
+bool isEscape(QStringView text)
+{
+    const auto digitsFrom = [text](qsizetype start) {
+        qsizetype end = start;
+        while (end < text.size() && isHexadecimal(text[end]))
+            ++end;
+        return end - start;
+    };
+    if (text.startsWith(u"\\x"))
+        return digitsFrom(2) >= 2;
+    if (!text.startsWith(u"\\u{"))
+        return false;
+    const qsizetype digits = digitsFrom(3);
+    return digits >= 4 && 3 + digits < text.size() && text[3 + digits] == u'}';
+}
+
+/// Where the escapes of a text begin.
+QList<int> escapesIn(const QString &text)
+{
+    QList<int> escapes;
+    for (qsizetype at = text.indexOf(u'\\'); at >= 0; at = text.indexOf(u'\\', at + 1)) {
+        if (escapes.size() < EscapeDisplay::maximumEscapes
+            && isEscape(QStringView(text).sliced(at)))
+            escapes.append(static_cast<int>(at));
+    }
+    return escapes;
+}
+
+/// Calls a function with the line of a character of a format.
+template<typename Function>
+auto withCharacter(char16_t character, const QFont &font, QPaintDevice *device,
+                   const QTextCharFormat &format, Function function)
+{
+    QTextLayout layout(QString(QChar(character)), font, device);
+    layout.setFormats({{.start = 0, .length = 1, .format = format}});
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    return function(line);
+}
+
+qreal widthOf(char16_t character, const QFont &font, QPaintDevice *device,
+              const QTextCharFormat &format)
+{
+    return withCharacter(character, font, device, format,
+                         [](const QTextLine &line) { return line.cursorToX(1); });
+}
+
+/// Nothing of it shows, selected or not.
+QTextCharFormat invisible()
+{
+    QTextCharFormat format;
+    format.setForeground(Qt::transparent);
+    format.setProperty(QTextFormat::FontPixelSize, 1);
+    format.setFontStretch(1);
+    return format;
+}
+
+QColor colourAt(int position, const QList<QTextLayout::FormatRange> &selections,
+                const QColor &otherwise)
+{
+    for (const QTextLayout::FormatRange &selection : selections) {
+        if (position >= selection.start && position < selection.start + selection.length
+            && selection.format.hasProperty(QTextFormat::ForegroundBrush))
+            return selection.format.foreground().color();
+    }
+    return otherwise;
+}
+
+} // namespace
+
+void EscapeDisplay::setFont(const QFont &font, QPaintDevice *device)
+{
+    m_font = font;
+    m_device = device;
+    m_standIn = invisible();
+    const qreal missing =
+        widthOf(u'\\', font, device, {}) - widthOf(standInLetter, font, device, m_standIn);
+    m_standIn.setFontLetterSpacingType(QFont::AbsoluteSpacing);
+    m_standIn.setFontLetterSpacing(missing);
+    m_backslash = withCharacter(u'\\', font, device, {}, [](const QTextLine &line) {
+        const auto runs = line.glyphRuns();
+        return runs.isEmpty() ? QGlyphRun() : runs.front();
+    });
+}
+
+std::optional<EscapeDisplay::Display> EscapeDisplay::displayOf(const QString &text) const
+{
+    const QList<int> escapes = escapesIn(text);
+    if (escapes.isEmpty())
+        return std::nullopt;
+    Display display{.text = text, .formats = {}};
+    display.formats.reserve(escapes.size());
+    for (const int escape : escapes) {
+        display.text[escape] = QChar(standInLetter);
+        display.formats.append({.start = escape, .length = 1, .format = m_standIn});
+    }
+    return display;
+}
+
+/// A block's layout takes its text from the block, and there is no way to give a block another
+/// layout; but the layout itself can be made anew where it is.
+void EscapeDisplay::show(const Display &display, const QTextBlock &block) const
+{
+    QTextLayout *layout = block.layout();
+    std::destroy_at(layout);
+    std::construct_at(layout, display.text, m_font, m_device);
+    layout->setFormats(display.formats);
+}
+
+void EscapeDisplay::reset(const QTextBlock &block)
+{
+    QTextLayout *layout = block.layout();
+    if (isShownBy(*layout)) {
+        std::destroy_at(layout);
+        std::construct_at(layout, block);
+    }
+    layout->clearLayout();
+}
+
+/// The layout of a block does not tell the block's text.
+bool EscapeDisplay::isShownBy(const QTextLayout &layout)
+{
+    return !layout.text().isEmpty();
+}
+
+void EscapeDisplay::drawBackslashes(QPainter *painter, const QTextLayout &layout,
+                                    const QList<QTextLayout::FormatRange> &selections,
+                                    const QRectF &clip) const
+{
+    const QList<QTextLayout::FormatRange> standIns = layout.formats();
+    const QColor colour = painter->pen().color();
+    for (int i = 0; i < layout.lineCount(); ++i) {
+        const QTextLine line = layout.lineAt(i);
+        const QRectF rect = line.rect().translated(layout.position());
+        if (clip.isValid() && (rect.bottom() < clip.top() || rect.top() > clip.bottom()))
+            continue;
+        auto standIn = std::lower_bound(
+            standIns.begin(), standIns.end(), line.textStart(),
+            [](const QTextLayout::FormatRange &range, int start) { return range.start < start; });
+        const int end = line.textStart() + line.textLength();
+        for (; standIn != standIns.end() && standIn->start < end; ++standIn) {
+            const auto runs = line.glyphRuns(standIn->start, 1);
+            if (runs.isEmpty() || runs.front().positions().isEmpty())
+                continue;
+            const QPointF origin = runs.front().positions().front();
+            const QPointF own = m_backslash.positions().value(0);
+            painter->setPen(colourAt(standIn->start, selections, colour));
+            painter->drawGlyphRun(layout.position() + origin - own, m_backslash);
+        }
+    }
+    painter->setPen(colour);
+}
+
+} // namespace tarn::console

@@ -1,0 +1,136 @@
+#include "session/programsession.h"
+#include "support/descendants.h"
+#include "support/sessionrun.h"
+#include "support/testregistry.h"
+#include "support/watchdogs.h"
+
+#include <QTest>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <ctime>
+#include <memory>
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+bool refuseKill = false;
+bool refuseMoveToThree = false;
+bool refuseStatus = false;
+bool refuseToWait = false;
+long longestAsked = 0; ///< in seconds: what somebody wanted to wait meanwhile
+
+int refuse(int error)
+{
+    errno = error;
+    return -1;
+}
+
+} // namespace
+
+// They stand before those of the C library, for the session and for Qt.
+
+extern "C" int kill(pid_t process, int number) noexcept
+{
+    return refuseKill && number != 0 ? refuse(EPERM)
+                                     : static_cast<int>(::syscall(SYS_kill, process, number));
+}
+
+extern "C" int dup2(int from, int to) noexcept
+{
+    return refuseMoveToThree && to == 3 ? refuse(EMFILE)
+                                        : static_cast<int>(::syscall(SYS_dup2, from, to));
+}
+
+extern "C" int waitid(idtype_t type, id_t id, siginfo_t *status, int options)
+{
+    return refuseStatus ? refuse(ECHILD)
+                        : static_cast<int>(::syscall(SYS_waitid, type, id, status, options, 0));
+}
+
+extern "C" int ppoll(pollfd *files, nfds_t count, const timespec *timeout, const sigset_t *mask)
+{
+    if (!refuseToWait) {
+        timespec left = timeout ? *timeout : timespec{};
+        return static_cast<int>(
+            ::syscall(SYS_ppoll, files, count, timeout ? &left : nullptr, mask, _NSIG / 8));
+    }
+    longestAsked = std::max<long>(longestAsked, timeout ? timeout->tv_sec : LONG_MAX);
+    return 0;
+}
+
+namespace tarn::console {
+
+/// Calls of the C library that usually never fail. scripts/torture.sh has all of them fail, and
+/// found these.
+class TestFailingCalls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { markDescendants(); }
+    void cleanup();
+
+    void whatMayNotBeKilledIsLeftToTheWatchdog();
+    void aWatchdogWithoutItsInputKillsNobody();
+    void nobodyWaitsForAStatusThatCannotBeHad();
+};
+
+void TestFailingCalls::cleanup()
+{
+    refuseKill = false;
+    refuseMoveToThree = false;
+    refuseStatus = false;
+    refuseToWait = false;
+    QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
+}
+
+void TestFailingCalls::whatMayNotBeKilledIsLeftToTheWatchdog()
+{
+    auto run = std::make_unique<SessionRun<>>(
+        "ignore-term\nfork-grandchild ignore-term\nready\nwait-forever\n");
+    QVERIFY(run->startUntilReady());
+    const auto group = static_cast<pid_t>(run->process()->processId());
+    // One that has not come to its input yet would be let loose all the same.
+    QTRY_VERIFY(!livingWatchdogsOf(group).isEmpty());
+    refuseKill = true;
+    run.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group), QList<pid_t>(), patience);
+}
+
+void TestFailingCalls::aWatchdogWithoutItsInputKillsNobody()
+{
+    refuseMoveToThree = true;
+    SessionRun<> run("ready\nread-line\nexit 3\n");
+    QVERIFY(run.startUntilReady());
+    const auto group = static_cast<pid_t>(run.process()->processId());
+    QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group), QList<pid_t>(), patience);
+    run.session.sendInput("go on");
+    QVERIFY(run.waitForOutcome());
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
+    QCOMPARE(run.outcome().exitCode, 3);
+}
+
+/// Where nothing tells of the end either, because descriptors of processes were not to be had.
+void TestFailingCalls::nobodyWaitsForAStatusThatCannotBeHad()
+{
+    auto run = std::make_unique<SessionRun<>>("ready\nwait-forever\n");
+    QVERIFY(run->startUntilReady());
+    refuseStatus = true;
+    refuseToWait = true;
+    run.reset();
+    refuseToWait = false;
+    QCOMPARE(longestAsked, 0L);
+}
+
+} // namespace tarn::console
+
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestFailingCalls))
+#include "tst_failingcalls.moc"

@@ -1,0 +1,209 @@
+#include "support/testregistry.h"
+#include "window/preferences.h"
+#include "window/settingsfile.h"
+#include "window/storedpreferences.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cerrno>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+/// Which call fails from now on, of those that meet an ordinary file; all when the number is 0.
+struct Failure
+{
+    std::string_view function;
+    int number = 0;
+    int met = 0;
+};
+
+Failure failure;
+
+bool fails(std::string_view function, int file, int error)
+{
+    struct stat status = {};
+    if (function != failure.function || ::fstat(file, &status) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    if (++failure.met != failure.number && failure.number != 0)
+        return false;
+    errno = error;
+    return true;
+}
+
+} // namespace
+
+// They stand before those of the C library, for the console and for Qt.
+
+extern "C" ssize_t read(int file, void *bytes, std::size_t size)
+{
+    return fails("read", file, EIO) ? -1 : ::syscall(SYS_read, file, bytes, size);
+}
+
+extern "C" ssize_t write(int file, const void *bytes, std::size_t size)
+{
+    return fails("write", file, ENOSPC) ? -1 : ::syscall(SYS_write, file, bytes, size);
+}
+
+extern "C" int fsync(int file)
+{
+    return fails("fsync", file, EIO) ? -1 : static_cast<int>(::syscall(SYS_fsync, file));
+}
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+/// Disks that are full or broken: what was saved before, and what others have in the file, stays.
+class TestSettingsFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup() { failure = {}; }
+
+    void whatCannotBeReadIsNotWritten();
+    void whatIsReadInPartIsNotWritten();
+    void anyCallMayFail_data();
+    void anyCallMayFail();
+    void aFullTemporaryDirectoryIsNoObstacle();
+
+private:
+    QString path() const { return m_directory->filePath(u"TARN/TARN Console.conf"_s); }
+    QByteArray content() const;
+    void playFailure(int number);
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+};
+
+namespace {
+
+const QByteArray oldContent = "[General]\nfontFamily=Old\nfontPointSize=12\ninterfaceLanguage=en\n"
+                              "lastSourceDirectory=/old\ntarnExecutable=/old/tarn\n"
+                              "windowGeometry=@ByteArray(old)\n\n[Others]\nkey=kept\n"_ba;
+const QByteArray newContent = "[General]\nfontFamily=New\nfontPointSize=13\ninterfaceLanguage=ar\n"
+                              "lastSourceDirectory=/new\ntarnExecutable=/new/tarn\n"
+                              "windowGeometry=@ByteArray(new)\n\n[Others]\nkey=kept\n"_ba;
+
+Preferences newPreferences()
+{
+    Preferences preferences;
+    preferences.fontFamily = u"New"_s;
+    preferences.fontPointSize = 13;
+    preferences.lastSourceDirectory = u"/new"_s;
+    preferences.tarnExecutable = u"/new/tarn"_s;
+    preferences.windowGeometry = "new"_ba;
+    return preferences;
+}
+
+} // namespace
+
+void TestSettingsFile::initTestCase()
+{
+    QCoreApplication::setOrganizationName(u"TARN"_s);
+    QCoreApplication::setApplicationName(u"TARN Console"_s);
+}
+
+void TestSettingsFile::init()
+{
+    m_directory = std::make_unique<QTemporaryDir>();
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, m_directory->path());
+    QVERIFY(QDir().mkpath(QFileInfo(path()).path()));
+    QFile file(path());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(oldContent), oldContent.size());
+}
+
+QByteArray TestSettingsFile::content() const
+{
+    QFile file(path());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void TestSettingsFile::whatCannotBeReadIsNotWritten()
+{
+    failure = {"read"};
+    StoredPreferences preferences(true);
+    QCOMPARE(*preferences.get(), Preferences());
+    failure = {};
+    preferences.save("geometry"_ba);
+    QCOMPARE(content(), oldContent);
+}
+
+/// The next one to read may be luckier, and must not take Qt's word for it.
+void TestSettingsFile::whatIsReadInPartIsNotWritten()
+{
+    failure = {"read", 1};
+    StoredPreferences preferences(true);
+    QVERIFY(failure.met > 1);
+    failure = {};
+    preferences.save("geometry"_ba);
+    QCOMPARE(content(), oldContent);
+}
+
+void TestSettingsFile::anyCallMayFail_data()
+{
+    QTest::addColumn<QByteArray>("function");
+    QTest::addColumn<int>("calls");
+    // With the lock, and the copy that QSettings writes.
+    QTest::newRow("read") << "read"_ba << 4;
+    QTest::newRow("write") << "write"_ba << 4;
+    QTest::newRow("fsync") << "fsync"_ba << 1;
+}
+
+void TestSettingsFile::anyCallMayFail()
+{
+    QFETCH(QByteArray, function);
+    QFETCH(int, calls);
+    failure = {std::string_view(function.constData()), -1};
+    SettingsFile::write(newPreferences());
+    QCOMPARE(content(), newContent);
+    QVERIFY2(failure.met >= calls, qPrintable(QString::number(failure.met)));
+    for (int number = failure.met; number >= 0; --number)
+        playFailure(number);
+}
+
+void TestSettingsFile::playFailure(int number)
+{
+    init();
+    const std::string_view function = failure.function;
+    failure = {function, number};
+    SettingsFile::write(newPreferences());
+    failure = {function, -1};
+    const QByteArray after = content();
+    QVERIFY2(after == oldContent || after == newContent, after.constData());
+    const QStringList left = QFileInfo(path()).dir().entryList(QDir::Files | QDir::Hidden);
+    QCOMPARE(left, QStringList(u"TARN Console.conf"_s));
+}
+
+/// Then the folder of the preferences takes the copy too.
+void TestSettingsFile::aFullTemporaryDirectoryIsNoObstacle()
+{
+    const QByteArray before = qgetenv("TMPDIR");
+    qputenv("TMPDIR", "/proc");
+    SettingsFile::write(newPreferences());
+    qputenv("TMPDIR", before);
+    QCOMPARE(content(), newContent);
+    const QFileInfoList left = QFileInfo(path()).dir().entryInfoList(QDir::AllEntries | QDir::Hidden
+                                                                     | QDir::NoDotAndDotDot);
+    QCOMPARE(left.size(), 1);
+}
+
+} // namespace tarn::console
+
+TARN_TEST(QTEST_GUILESS_MAIN(tarn::console::TestSettingsFile))
+#include "tst_settingsfile.moc"
