@@ -138,9 +138,8 @@ QString AccessibleText::textBeforeOffset(int offset, QAccessible::TextBoundaryTy
     cursor.setPosition(position(offset));
     const int last = cursor.position();
     auto piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
-    if (piece.second > last)
-        cursor.setPosition(piece.first);
     while (piece.second > last) {
+        cursor.setPosition(std::min(piece.first, cursor.position()));
         if (!cursor.movePosition(QTextCursor::PreviousCharacter))
             return textBetween({0, 0}, start, end);
         piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
@@ -156,10 +155,11 @@ QString AccessibleText::textAfterOffset(int offset, QAccessible::TextBoundaryTyp
     cursor.setPosition(position(offset));
     const int first = cursor.position();
     auto piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
-    if (piece.first <= first)
-        cursor.setPosition(piece.second);
     while (piece.first <= first) {
-        if (!cursor.movePosition(QTextCursor::NextCharacter))
+        // Where a piece ends, the next one may begin, or there is only this one again.
+        if (piece.second > cursor.position())
+            cursor.setPosition(piece.second);
+        else if (!cursor.movePosition(QTextCursor::NextCharacter))
             return textBetween({characterCount(), characterCount()}, start, end);
         piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
     }
