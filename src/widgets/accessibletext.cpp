@@ -132,7 +132,7 @@ QString AccessibleText::textAtOffset(int offset, QAccessible::TextBoundaryType b
 /// The last piece that ends at the offset or before it. Not the one around the character before
 /// this piece, as in older versions of Qt: between words, that is this piece again.
 QString AccessibleText::textBeforeOffset(int offset, QAccessible::TextBoundaryType boundary,
-                                               int *start, int *end) const
+                                         int *start, int *end) const
 {
     QTextCursor cursor(view()->document());
     cursor.setPosition(position(offset));
@@ -149,7 +149,7 @@ QString AccessibleText::textBeforeOffset(int offset, QAccessible::TextBoundaryTy
 
 /// The first piece that begins after the offset.
 QString AccessibleText::textAfterOffset(int offset, QAccessible::TextBoundaryType boundary,
-                                              int *start, int *end) const
+                                        int *start, int *end) const
 {
     QTextCursor cursor(view()->document());
     cursor.setPosition(position(offset));
