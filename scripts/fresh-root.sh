@@ -55,8 +55,11 @@ apart() {
     }
     trap 'end_apart; exit 130' INT TERM HUP
     trap end_apart EXIT
+    local script
+    script=$layer/$(basename "$0")
+    { echo 'set -euo pipefail' && declare -f && echo '"$@"'; } >"$script"
     setpriv --pdeathsig KILL unshare --mount --propagation private --pid --fork --kill-child \
-        --mount-proc bash -c "set -euo pipefail; $(declare -f); \"\$@\"" "$0" "$@" <&0 &
+        --mount-proc bash "$script" "$@" <&0 &
     apart_process=$!
     wait "$apart_process" || status=$?
     apart_process=

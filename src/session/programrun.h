@@ -102,7 +102,6 @@ private:
 
     void readOutput();
     void requestTermination(Termination termination);
-    ProgramOutcome outcomeOf(int exitCode, QProcess::ExitStatus exitStatus) const;
     void complete(const ProgramOutcome &outcome);
 
     void writePendingInput();
@@ -121,7 +120,6 @@ private:
     bool m_isStarting = false;                 ///< while the process is being asked to
     bool m_inputClosed = false;
     bool m_stopRequested = false;
-    bool m_killSent = false;
     bool m_unkillable = false;
     bool m_completed = false;
     bool m_abandoned = false;

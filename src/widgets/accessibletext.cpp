@@ -132,15 +132,14 @@ QString AccessibleText::textAtOffset(int offset, QAccessible::TextBoundaryType b
 /// The last piece that ends at the offset or before it. Not the one around the character before
 /// this piece, as in older versions of Qt: between words, that is this piece again.
 QString AccessibleText::textBeforeOffset(int offset, QAccessible::TextBoundaryType boundary,
-                                               int *start, int *end) const
+                                         int *start, int *end) const
 {
     QTextCursor cursor(view()->document());
     cursor.setPosition(position(offset));
     const int last = cursor.position();
     auto piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
-    if (piece.second > last)
-        cursor.setPosition(piece.first);
     while (piece.second > last) {
+        cursor.setPosition(std::min(piece.first, cursor.position()));
         if (!cursor.movePosition(QTextCursor::PreviousCharacter))
             return textBetween({0, 0}, start, end);
         piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
@@ -150,16 +149,17 @@ QString AccessibleText::textBeforeOffset(int offset, QAccessible::TextBoundaryTy
 
 /// The first piece that begins after the offset.
 QString AccessibleText::textAfterOffset(int offset, QAccessible::TextBoundaryType boundary,
-                                              int *start, int *end) const
+                                        int *start, int *end) const
 {
     QTextCursor cursor(view()->document());
     cursor.setPosition(position(offset));
     const int first = cursor.position();
     auto piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
-    if (piece.first <= first)
-        cursor.setPosition(piece.second);
     while (piece.first <= first) {
-        if (!cursor.movePosition(QTextCursor::NextCharacter))
+        // Where a piece ends, the next one may begin, or there is only this one again.
+        if (piece.second > cursor.position())
+            cursor.setPosition(piece.second);
+        else if (!cursor.movePosition(QTextCursor::NextCharacter))
             return textBetween({characterCount(), characterCount()}, start, end);
         piece = QAccessible::qAccessibleTextBoundaryHelper(cursor, boundary);
     }
