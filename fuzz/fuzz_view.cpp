@@ -1,5 +1,5 @@
 // The view over a small transcript; the input is a history of output, keys and window sizes. What
-// is shown must always be what a view made anew would show.
+// is shown must always be what a view made anew would show, and a click must land where it is seen.
 
 #include "fuzz/fuzzing.h"
 
@@ -8,9 +8,14 @@
 #include "widgets/transcriptview.h"
 
 #include <QApplication>
+#include <QImage>
 #include <QKeyEvent>
+#include <QPixmap>
+#include <QScrollBar>
 #include <QTextBlock>
+#include <QTextCursor>
 
+#include <algorithm>
 #include <array>
 
 using namespace tarn::console;
@@ -68,6 +73,8 @@ public:
         application().processEvents();
         m_view.grab();
         stopAt(difference());
+        stopAt(misplacedClick());
+        stopAt(unpaintedSelection());
     }
 
 private:
@@ -143,6 +150,53 @@ private:
         }
         const QTextCursor cursor = m_view.textCursor();
         return cursor.position() > text.size() ? u"the cursor is behind the end"_s : QString();
+    }
+
+    /// Where a caret is drawn, as high as its line.
+    QRect caretAt(int position) const
+    {
+        QTextCursor cursor(m_view.document());
+        cursor.setPosition(position);
+        return m_view.cursorRect(cursor);
+    }
+
+    /// The first row in which a click puts the caret on another line.
+    QString misplacedClick() const
+    {
+        constexpr int margin = 2;
+        const QWidget *viewport = m_view.viewport();
+        const QRect last = caretAt(m_view.document()->characterCount() - 1);
+        for (int y = std::max(0, caretAt(0).top()); y < std::min(viewport->height(), last.top());
+             y += 3) {
+            for (const int x : {0, viewport->width() / 2, viewport->width() - 1}) {
+                const QRect caret = m_view.cursorRect(m_view.cursorForPosition({x, y}));
+                if (y < caret.top() - margin || y > caret.bottom() + margin)
+                    return u"a click at %1, %2 puts the caret on another line"_s.arg(x).arg(y);
+            }
+        }
+        return {};
+    }
+
+    /// Whether a letter that is hit shows that it is selected.
+    QString unpaintedSelection()
+    {
+        QTextCursor cursor =
+            m_view.cursorForPosition(QPoint(m_view.width() / 2, m_view.height() / 2));
+        const QChar letter = m_view.document()->characterAt(cursor.position());
+        const QRect row = m_view.cursorRect(cursor);
+        const QRect sight = m_view.viewport()->rect() & QRect(0, row.top(), 10'000, row.height());
+        if (!letter.isLetterOrNumber() || letter.isSurrogate() || sight.height() < row.height())
+            return {};
+        cursor.clearSelection();
+        m_view.setTextCursor(cursor);
+        const QImage before = m_view.viewport()->grab(sight).toImage();
+        const int value = m_view.verticalScrollBar()->value();
+        cursor.movePosition(QTextCursor::NextCharacter, QTextCursor::KeepAnchor);
+        m_view.setTextCursor(cursor);
+        const bool isStill = m_view.verticalScrollBar()->value() == value;
+        return isStill && m_view.viewport()->grab(sight).toImage() == before
+                   ? u"the selection of %1 is not painted"_s.arg(cursor.selectionStart())
+                   : QString();
     }
 
     QByteArrayView m_bytes;

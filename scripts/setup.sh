@@ -4,7 +4,7 @@ set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
        (build, clang, wayland, display, test, speech, check, lint, coverage, valgrind, package,
-       package-check, package-test, fresh-root, icons, screenshots, benchmark, fuzz;
+       package-check, package-test, fresh-root, icons, screenshots, themes, benchmark, fuzz;
        default: build display test)'
 
 # Prints the packages of one group.
@@ -25,8 +25,8 @@ packages_of() {
         printf '%s\n' maim openbox x11-xkb-utils xdotool xvfb
         ;;
     test) # What only the tests need: the fonts they name, Unicode as others read it, clipboard and
-        # window as others see them, the sources of locales, and Wayland displays.
-        printf '%s\n' at-spi2-core dbus-daemon fonts-dejavu-core gdb gir1.2-atspi-2.0 grim \
+        # window as others see them, the sources of locales, another style, and Wayland displays.
+        printf '%s\n' adwaita-qt6 at-spi2-core dbus-daemon fonts-dejavu-core gdb gir1.2-atspi-2.0 grim \
             libicu-dev locales python3 python3-gi python3-yaml qt6-wayland \
             qt6-xdgdesktopportal-platformtheme strace sway unicode-data util-linux weston \
             wl-clipboard wtype xclip
@@ -61,6 +61,9 @@ packages_of() {
         ;;
     icons) # Drawing the icon in its small sizes.
         printf '%s\n' librsvg2-bin
+        ;;
+    themes) # The look of other desktops.
+        printf '%s\n' adwaita-qt6 qt6-gtk-platformtheme
         ;;
     screenshots) # A dark palette for the pictures of the documentation.
         printf '%s\n' qt6ct

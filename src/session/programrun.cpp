@@ -152,11 +152,6 @@ void ProgramRun::handleFinished(int exitCode, QProcess::ExitStatus exitStatus)
     if (!orphanedSessionExists(m_group))
         m_watchdog.reset();
     readOutput();
-    complete(outcomeOf(exitCode, exitStatus));
-}
-
-ProgramOutcome ProgramRun::outcomeOf(int exitCode, QProcess::ExitStatus exitStatus) const
-{
     ProgramOutcome outcome{.kind = ProgramOutcomeKind::Exited, .exitCode = exitCode, .message = {}};
     if (m_stopRequested) {
         outcome.kind = ProgramOutcomeKind::Stopped;
@@ -167,7 +162,7 @@ ProgramOutcome ProgramRun::outcomeOf(int exitCode, QProcess::ExitStatus exitStat
         outcome.kind = ProgramOutcomeKind::ProcessError;
         outcome.message = m_errorMessage;
     }
-    return outcome;
+    complete(outcome);
 }
 
 void ProgramRun::complete(const ProgramOutcome &outcome)
@@ -209,13 +204,13 @@ void ProgramRun::handleKillTimeout()
     if (!m_stopRequested || m_completed)
         return;
     requestTermination(Termination::Forced);
-    if (!std::exchange(m_killSent, true))
+    if (!m_unkillable && !m_killPatience->isActive())
         m_killPatience->start(killPatience);
 }
 
 void ProgramRun::handleKillFailure()
 {
-    if (!m_killSent || m_completed || m_unkillable)
+    if (m_completed)
         return;
     m_unkillable = true;
     Q_EMIT unkillable();

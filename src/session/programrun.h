@@ -101,7 +101,6 @@ private:
 
     void readOutput();
     void requestTermination(Termination termination);
-    ProgramOutcome outcomeOf(int exitCode, QProcess::ExitStatus exitStatus) const;
     void complete(const ProgramOutcome &outcome);
 
     void writePendingInput();
@@ -119,7 +118,6 @@ private:
     QString m_errorMessage;                    ///< last process error that only the outcome reports
     bool m_inputClosed = false;
     bool m_stopRequested = false;
-    bool m_killSent = false;
     bool m_unkillable = false;
     bool m_completed = false;
     bool m_abandoned = false;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace tarn::console {
 
@@ -73,7 +74,6 @@ QTextCharFormat invisible()
     QTextCharFormat format;
     format.setForeground(Qt::transparent);
     format.setProperty(QTextFormat::FontPixelSize, 1);
-    format.setFontStretch(1);
     return format;
 }
 
@@ -88,21 +88,33 @@ QColor colourAt(int position, const QList<QTextLayout::FormatRange> &selections,
     return otherwise;
 }
 
+/// A mark on a block whose layout shows something else.
+class ShowsEscapes : public QTextBlockUserData
+{
+};
+
 } // namespace
 
 void EscapeDisplay::setFont(const QFont &font, QPaintDevice *device)
 {
     m_font = font;
     m_device = device;
-    m_standIn = invisible();
-    const qreal missing =
-        widthOf(u'\\', font, device, {}) - widthOf(standInLetter, font, device, m_standIn);
-    m_standIn.setFontLetterSpacingType(QFont::AbsoluteSpacing);
-    m_standIn.setFontLetterSpacing(missing);
-    m_backslash = withCharacter(u'\\', font, device, {}, [](const QTextLine &line) {
-        const auto runs = line.glyphRuns();
-        return runs.isEmpty() ? QGlyphRun() : runs.front();
+    m_backslash.reset();
+}
+
+const EscapeDisplay::Backslash &EscapeDisplay::backslash() const
+{
+    if (m_backslash)
+        return *m_backslash;
+    Backslash backslash{.standIn = invisible(), .glyph = {}};
+    const qreal missing = widthOf(u'\\', m_font, m_device, {})
+                          - widthOf(standInLetter, m_font, m_device, backslash.standIn);
+    backslash.standIn.setFontLetterSpacingType(QFont::AbsoluteSpacing);
+    backslash.standIn.setFontLetterSpacing(missing);
+    backslash.glyph = withCharacter(u'\\', m_font, m_device, {}, [](const QTextLine &line) {
+        return line.glyphRuns().value(0);
     });
+    return m_backslash.emplace(std::move(backslash));
 }
 
 std::optional<EscapeDisplay::Display> EscapeDisplay::displayOf(const QString &text) const
@@ -114,7 +126,7 @@ std::optional<EscapeDisplay::Display> EscapeDisplay::displayOf(const QString &te
     display.formats.reserve(escapes.size());
     for (const int escape : escapes) {
         display.text[escape] = QChar(standInLetter);
-        display.formats.append({.start = escape, .length = 1, .format = m_standIn});
+        display.formats.append({.start = escape, .length = 1, .format = backslash().standIn});
     }
     return display;
 }
@@ -127,16 +139,19 @@ void EscapeDisplay::show(const Display &display, const QTextBlock &block) const
     std::destroy_at(layout);
     std::construct_at(layout, display.text, m_font, m_device);
     layout->setFormats(display.formats);
+    QTextBlock(block).setUserData(new ShowsEscapes);
 }
 
-void EscapeDisplay::reset(const QTextBlock &block)
+/// To ask for the layout of a block makes one, and takes memory that most blocks do not need.
+void EscapeDisplay::reset(QTextBlock block)
 {
-    QTextLayout *layout = block.layout();
-    if (isShownBy(*layout)) {
+    if (block.userData()) {
+        QTextLayout *layout = block.layout();
         std::destroy_at(layout);
         std::construct_at(layout, block);
+        block.setUserData(nullptr);
     }
-    layout->clearLayout();
+    block.clearLayout();
 }
 
 /// The layout of a block does not tell the block's text.
@@ -165,9 +180,9 @@ void EscapeDisplay::drawBackslashes(QPainter *painter, const QTextLayout &layout
             if (runs.isEmpty() || runs.front().positions().isEmpty())
                 continue;
             const QPointF origin = runs.front().positions().front();
-            const QPointF own = m_backslash.positions().value(0);
+            const QPointF own = backslash().glyph.positions().value(0);
             painter->setPen(colourAt(standIn->start, selections, colour));
-            painter->drawGlyphRun(layout.position() + origin - own, m_backslash);
+            painter->drawGlyphRun(layout.position() + origin - own, backslash().glyph);
         }
     }
     painter->setPen(colour);

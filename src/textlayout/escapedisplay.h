@@ -27,6 +27,7 @@ public:
     /// Beyond so many in a paragraph, the rest stays as it is: every one takes a piece of its own.
     static constexpr qsizetype maximumEscapes = 4000;
 
+    /// Nothing is measured before there is an escape.
     void setFont(const QFont &font, QPaintDevice *device);
 
     struct Display
@@ -37,10 +38,11 @@ public:
     /// Nothing for a text without escapes.
     std::optional<Display> displayOf(const QString &text) const;
 
-    /// Gives a block's layout something else to lay out than the block's text.
+    /// Gives a block's layout something else to lay out than the block's text. Takes the block's
+    /// user data.
     void show(const Display &display, const QTextBlock &block) const;
     /// Gives it back the block's text, and no lines.
-    static void reset(const QTextBlock &block);
+    static void reset(QTextBlock block);
     static bool isShownBy(const QTextLayout &layout);
 
     /// Draws the backslashes of a layout that shows a display.
@@ -49,10 +51,17 @@ public:
                          const QRectF &clip) const;
 
 private:
+    /// Of a font.
+    struct Backslash
+    {
+        QTextCharFormat standIn; ///< of the letter that stands for it
+        QGlyphRun glyph;         ///< at the origin
+    };
+    const Backslash &backslash() const;
+
     QFont m_font;
     QPaintDevice *m_device = nullptr;
-    QTextCharFormat m_standIn;
-    QGlyphRun m_backslash; ///< at the origin
+    mutable std::optional<Backslash> m_backslash; ///< once it was asked for
 };
 
 } // namespace tarn::console

@@ -2,6 +2,7 @@
 
 #include "session/filename.h"
 #include "window/dialogbuttons.h"
+#include "window/namefilters.h"
 #include "window/pathmarks.h"
 
 #include <QAbstractItemView>
@@ -108,6 +109,9 @@ QString chosenFile(QFileDialog *dialog)
 {
     // What is on other machines cannot be run, and has no path.
     dialog->setSupportedSchemes({u"file"_s});
+    // The list of folders is there only if the dialog is Qt's own.
+    if (!dialog->findChild<QComboBox *>(u"lookInCombo"_s))
+        dialog->setNameFilters(nativeNameFilters(dialog->nameFilters()));
     removeButtonIcons(dialog);
     showFolderLeftToRight(dialog);
     followFont(dialog, dialog->parentWidget());

@@ -53,8 +53,27 @@ QSize RowStyle::sizeFromContents(ContentsType type, const QStyleOption *option, 
 void RowStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option,
                              QPainter *painter, const QWidget *widget) const
 {
-    if (element != PE_FrameFocusRect)
-        QProxyStyle::drawPrimitive(element, option, painter, widget);
+    if (element == PE_FrameFocusRect)
+        return;
+    const auto *frame = qstyleoption_cast<const QStyleOptionFrame *>(option);
+    if (frame && (element == PE_PanelLineEdit || element == PE_FrameLineEdit)) {
+        // Some styles leave out the frame of a field that is lower than a line of the font.
+        QFont low = painter->font();
+        low.setPixelSize(1);
+        QStyleOptionFrame roomy(*frame);
+        roomy.fontMetrics = QFontMetrics(low);
+        QProxyStyle::drawPrimitive(element, &roomy, painter, widget);
+        return;
+    }
+    QProxyStyle::drawPrimitive(element, option, painter, widget);
+}
+
+/// Alt leads to the menus under every style; some leave that to mnemonics, and ours have none.
+int RowStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                        QStyleHintReturn *data) const
+{
+    return hint == SH_MenuBar_AltKeyNavigation ? 1
+                                               : QProxyStyle::styleHint(hint, option, widget, data);
 }
 
 /// The text stands in the middle of its line, and the line reaches over the row on both sides.

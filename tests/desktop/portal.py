@@ -37,7 +37,7 @@ class Portal:
     def _open_file(self, _bus, sender, _path, _interface, _method, parameters, invocation):
         parent, title, options = parameters.unpack()
         self._note.write_text(json.dumps({"parent": parent, "title": title,
-                                          "modal": options.get("modal")}))
+                                          "filters": options.get("filters")}))
         token = options.get("handle_token", "t")
         handle = f"{PATH}/request/{sender[1:].replace('.', '_')}/{token}"
         invocation.return_value(GLib.Variant("(o)", (handle,)))

@@ -7,6 +7,8 @@ name it in CMakeLists.txt. scenarios.py --list prints their names."""
 
 import argparse
 import contextlib
+import fnmatch
+import json
 import os
 import pathlib
 import subprocess
@@ -316,7 +318,12 @@ def portal_chooser(console):
                                     "QT_QPA_PLATFORMTHEME": "xdgdesktopportal"}
             console.open()
             press("ctrl+o")
-            wait_for(asked.exists, "the portal to be asked")
+            wait_for(lambda: asked.exists() and asked.read_text(), "the portal to be asked")
+            name, patterns = json.loads(asked.read_text())["filters"][0]
+            check(name.strip() == "TARN source", f"the portal was asked for {name!r}")
+            for shown in ["a.tarn", file.name]:
+                check(any(fnmatch.fnmatch(shown, pattern) for _, pattern in patterns),
+                      f"{patterns} leave out {shown}")
             console.wait_until_active()
             run_the_choice(console)
             console.wait_for_text("chosen\n")
@@ -344,7 +351,8 @@ def two_consoles(console):
         second = other.program()
         press("ctrl+shift+7")
         wait_for(lambda: other.title() == "طرفية TARN", "the other window in Arabic")
-        check("interfaceLanguage=ar" in console.settings().read_text(), "the choice is not kept")
+        wait_for(lambda: "interfaceLanguage=ar" in console.settings().read_text(),
+                 "the choice to be kept")
         press("ctrl+period")
         wait_for(lambda: not is_running(second), "the second program to be gone")
         other.wait_until_idle()

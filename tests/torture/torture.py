@@ -261,7 +261,7 @@ def judge_shown(plan, result):
 INTERRUPTED = ("read", "write", "poll", "wait", "open", "send", "close")
 PARTIAL = ("read", "write")
 # Of the calls that come from the same place by the same way, so many fail, one in each play.
-MOST_OF_A_SITE = 4
+MOST_OF_A_SITE = 2
 
 
 def calls_of(log):

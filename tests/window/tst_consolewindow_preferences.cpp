@@ -295,8 +295,8 @@ void TestConsoleWindowPreferences::restoresTheGeometry()
 {
     auto window = showWindow();
     QCOMPARE(window->size(), QSize(900, 620));
-    // It fits on the small screen of the offscreen platform: newer versions of Qt give back no window
-    // that is larger than the screen.
+    // It fits on the small screen of the offscreen platform: newer versions of Qt give back no
+    // window that is larger than the screen.
     window->resize(800, 700);
     QTRY_COMPARE(window->size(), QSize(800, 700));
     QVERIFY(window->close());

@@ -11,6 +11,7 @@
 #include <QPixmap>
 #include <QProcess>
 #include <QScreen>
+#include <QStyleFactory>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -43,6 +44,7 @@ private Q_SLOTS:
     void framesHaveAllEdges();
     void framesHaveAllEdgesAtFractionalScales_data();
     void framesHaveAllEdgesAtFractionalScales();
+    void framesHaveAllEdgesUnderAnotherStyle();
     void draftIsOneLineHighAtFirst();
     void draftGrowsWithItsTextUpTo84Pixels();
 };
@@ -119,6 +121,24 @@ QString missingEdges(const QImage &image, const QWidget *widget)
     if (!crosses({middle.x(), bottomRight.y()}, false))
         missing << u"bottom"_s;
     return missing.join(u' ');
+}
+
+/// What framesHaveAllEdges() says in a process with this variable, or nothing when it passes: scale
+/// and style hold for a process.
+QString framesInAProcessWith(const QString &variable, const QString &value)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(variable, value);
+    process.setProcessEnvironment(environment);
+    process.start(QCoreApplication::arguments().constFirst(), {u"framesHaveAllEdges"_s});
+    if (!process.waitForFinished(patience))
+        return u"no end"_s;
+    const QByteArray output = process.readAllStandardOutput();
+    const bool passed =
+        process.exitCode() == 0
+        && output.contains("PASS   : tarn::console::TestConsoleWindowSizes::framesHaveAllEdges");
+    return passed ? QString() : QString::fromUtf8(output);
 }
 
 int outputLineHeight(const ConsoleWindowFixture &fixture)
@@ -332,6 +352,7 @@ void TestConsoleWindowSizes::framesHaveAllEdges()
         const QImage image = fixture.window->grab().toImage();
         QCOMPARE(missingEdges(image, fixture.view()), QString());
         QCOMPARE(missingEdges(image, fixture.draft()), QString());
+        QCOMPARE(missingEdges(image, fixture.findField()), QString());
     }
 }
 
@@ -342,20 +363,19 @@ void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales_data()
         QTest::newRow(qPrintable(scale)) << scale;
 }
 
-/// The scale holds for a process.
 void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales()
 {
     QFETCH(QString, scale);
-    QProcess scaled;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"QT_SCALE_FACTOR"_s, scale);
-    scaled.setProcessEnvironment(environment);
-    scaled.start(QCoreApplication::arguments().constFirst(), {u"framesHaveAllEdges"_s});
-    QVERIFY(scaled.waitForFinished(patience));
-    const QByteArray output = scaled.readAllStandardOutput();
-    QVERIFY2(scaled.exitCode() == 0, output.constData());
-    QVERIFY2(output.contains("PASS   : tarn::console::TestConsoleWindowSizes::framesHaveAllEdges"),
-             output.constData());
+    QCOMPARE(framesInAProcessWith(u"QT_SCALE_FACTOR"_s, scale), QString());
+}
+
+/// One that draws no frame where the field is lower than a line of its font.
+void TestConsoleWindowSizes::framesHaveAllEdgesUnderAnotherStyle()
+{
+    const QString style = u"adwaita"_s;
+    if (!QStyleFactory::keys().contains(style, Qt::CaseInsensitive))
+        QSKIP("The style is not installed");
+    QCOMPARE(framesInAProcessWith(u"QT_STYLE_OVERRIDE"_s, style), QString());
 }
 
 void TestConsoleWindowSizes::draftIsOneLineHighAtFirst()

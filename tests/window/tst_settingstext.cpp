@@ -1,8 +1,11 @@
 #include "support/testregistry.h"
 #include "window/settingstext.h"
 
+#include <QDir>
+#include <QRandomGenerator>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -18,7 +21,42 @@ private Q_SLOTS:
     void aMergeTouchesNothingElse();
     void qSettingsReadsWhatWasMerged();
     void keysAreThoseOutsideOfSections();
+    void qSettingsFindsTheSameOfOthersInAnyText();
 };
+
+namespace {
+
+/// Written to a file of its own, because QSettings remembers what it has read of one.
+QVariantMap readByQSettings(const QByteArray &text)
+{
+    QTemporaryFile file;
+    if (!file.open() || file.write(text) != text.size() || !file.flush())
+        return {};
+    const QSettings settings(file.fileName(), QSettings::IniFormat);
+    QVariantMap values;
+    const QStringList keys = settings.allKeys();
+    for (const QString &key : keys) {
+        // QSettings does not find what has such a name itself.
+        if (!key.isEmpty() && key == QDir::cleanPath(key) && !key.startsWith(u'/'))
+            values.insert(key, settings.value(key));
+    }
+    return values;
+}
+
+QByteArray randomText(QRandomGenerator *random)
+{
+    const QByteArrayList pieces{"[General]"_ba, "[general]"_ba, "[Other]"_ba, "[s]"_ba,  "a"_ba,
+                                "b"_ba,         "c"_ba,         "key"_ba,     "="_ba,    "="_ba,
+                                "\n"_ba,        "\n"_ba,        "\n"_ba,      "\r\n"_ba, "\\"_ba,
+                                "\""_ba,        ";"_ba,         "#"_ba,       " "_ba,    "1, 2"_ba,
+                                "\t"_ba,        "\xD9\x85"_ba,  "%20"_ba,     "/"_ba};
+    QByteArray text;
+    for (int count = random->bounded(40); count > 0; --count)
+        text += pieces.at(random->bounded(pieces.size()));
+    return text;
+}
+
+} // namespace
 
 void TestSettingsText::aMergeTouchesNothingElse_data()
 {
@@ -34,7 +72,7 @@ void TestSettingsText::aMergeTouchesNothingElse_data()
     QTest::newRow("ours twice") << "[General]\na=x\na=y\n"_ba
                                 << "[General]\na=1\nb=2\n"_ba;
     QTest::newRow("with blanks") << "[General]\n a = x\n"_ba
-                                 << "[General]\na=1\nb=2\n"_ba;
+                                 << "[General]\na=1\nb=2\n "_ba;
     QTest::newRow("names that begin alike") << "[General]\naa=x\n"_ba
                                             << "[General]\na=1\nb=2\naa=x\n"_ba;
     QTest::newRow("of a section") << "[Other]\na=x\n"_ba
@@ -56,13 +94,22 @@ void TestSettingsText::aMergeTouchesNothingElse_data()
     QTest::newRow("an escaped quote") << "[General]\nc=\"\\\"\"\na=x\n"_ba
                                       << "[General]\na=1\nb=2\nc=\"\\\"\"\n"_ba;
     QTest::newRow("line ends of Windows") << "[General]\r\na=x\r\nc=3\r\n"_ba
-                                          << "[General]\r\na=1\nb=2\nc=3\r\n"_ba;
+                                          << "[General]\na=1\nb=2\r\nc=3\r\n"_ba;
     QTest::newRow("a byte order mark") << "\xEF\xBB\xBF[General]\na=x\n"_ba
                                        << "[General]\na=1\nb=2\n"_ba;
     QTest::newRow("no last line feed") << "[General]\nc=3"_ba
                                        << "[General]\na=1\nb=2\nc=3"_ba;
     QTest::newRow("a backslash at the end") << "[General]\nc=3\\"_ba
                                             << "[General]\na=1\nb=2\nc=3\\"_ba;
+    QTest::newRow("a comment behind a value")
+        << "[General] ; ours\na=x ; old\nc=3 ; a=4\n"_ba
+        << "[General] \na=1\nb=2; ours\n; old\nc=3 ; a=4\n"_ba;
+    QTest::newRow("something behind a header") << "[ General ]=x\na=y\n"_ba
+                                               << "[ General ]=x\na=1\nb=2\n"_ba;
+    QTest::newRow("an unclosed quote in a header") << "[General]\"\na=x\n"_ba
+                                                   << "[General]\na=1\nb=2\n[General]\"\na=x\n"_ba;
+    QTest::newRow("a quoted key") << "[General]\n\"=\"a=x\n"_ba
+                                  << "[General]\na=1\nb=2\n\"=\"a=x\n"_ba;
     QTest::newRow("no key at all") << "[General]\n=x\na\n"_ba
                                    << "[General]\na=1\nb=2\n=x\na\n"_ba;
 }
@@ -101,6 +148,21 @@ void TestSettingsText::keysAreThoseOutsideOfSections()
     QCOMPARE(SettingsText::topLevelKeys("x=1\n[Other]\na=1\n[General]\n b =2\n;c=3\nd\n"_ba),
              QSet<QByteArray>({"x"_ba, "b"_ba}));
     QCOMPARE(SettingsText::topLevelKeys(""_ba), QSet<QByteArray>());
+}
+
+void TestSettingsText::qSettingsFindsTheSameOfOthersInAnyText()
+{
+    QRandomGenerator random(1);
+    for (int round = 0; round < 3000; ++round) {
+        const QByteArray text = randomText(&random);
+        QVariantMap expected = readByQSettings(text);
+        expected.insert(u"a"_s, u"1"_s);
+        expected.insert(u"b"_s, u"2"_s);
+        const QByteArray merged = SettingsText::merged(text, "[General]\na=1\nb=2\n"_ba);
+        const QByteArray both = text + "\nbecame\n"_ba + merged;
+        QVERIFY2(readByQSettings(merged) == expected,
+                 both.toPercentEncoding(" \n=[];").constData());
+    }
 }
 
 } // namespace tarn::console
