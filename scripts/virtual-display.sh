@@ -39,8 +39,9 @@ start_virtual_display() {
     local server_log=$virtual_display_directory/server.log
 
     # The server writes its number when it is ready; the end of the pipe says that it is not.
+    # Keys do not repeat: on a busy machine one that was just pressed would count as held.
     mkfifo "$virtual_display_directory/number"
-    Xvfb -displayfd 3 -screen 0 "${virtual_display_size:-1280x900}x24" -dpi 96 -noreset -nolisten tcp \
+    Xvfb -displayfd 3 -screen 0 "${virtual_display_size:-1280x900}x24" -dpi 96 -r -noreset -nolisten tcp \
         3>"$virtual_display_directory/number" >"$server_log" 2>&1 &
     virtual_display_server=$!
     if ! read -r -t 60 number <"$virtual_display_directory/number"; then

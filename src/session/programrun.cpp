@@ -69,21 +69,16 @@ void ProgramRun::start()
     const auto self = shared_from_this();
     if (m_completed)
         return;
-    startProcess();
+    {
+        // Where Qt forks, this thread goes on before the child has restored its signals.
+        const HeldSignals held;
+        m_process->start(QIODevice::ReadWrite);
+    }
     if (m_completed || m_process->processId() <= 0)
         return;
     deferEndUntilCollectable(*m_process);
     m_group = static_cast<pid_t>(m_process->processId());
     m_watchdog = std::make_unique<GroupWatchdog>(m_group);
-}
-
-/// Where Qt forks, this thread goes on before the child has a group, or has restored its signals.
-void ProgramRun::startProcess()
-{
-    const HeldSignals held;
-    m_isStarting = true;
-    m_process->start(QIODevice::ReadWrite);
-    m_isStarting = false;
 }
 
 void ProgramRun::handleStarted()
@@ -136,7 +131,7 @@ void ProgramRun::handleStartFailure()
                                  .message = m_process->errorString()};
     // Newer versions of Qt find a missing folder before they return from the start. Whoever asked
     // for the run is ready for its end only afterwards.
-    if (!m_isStarting) {
+    if (m_group > 0) {
         complete(outcome);
         return;
     }

@@ -92,7 +92,6 @@ private:
     enum class Termination { Graceful, Forced };
 
     void connectProcess();
-    void startProcess();
     void handleStarted();
     void handleError(QProcess::ProcessError error);
     void handleStartFailure();
@@ -117,7 +116,6 @@ private:
     QByteArray m_pendingInput;                 ///< what is still to be written of the line
     QByteArray m_currentLine;                  ///< the line in flight, without its line feed
     QString m_errorMessage;                    ///< last process error that only the outcome reports
-    bool m_isStarting = false;                 ///< while the process is being asked to
     bool m_inputClosed = false;
     bool m_stopRequested = false;
     bool m_unkillable = false;
