@@ -29,7 +29,8 @@ TITLES = {"ar": "طرفية TARN", "en": "TARN Console"}
 # Qt says that the console's own locale is not UTF-8 and which one it takes instead, and the keyboard
 # library that there is no such locale. What the console starts still has the user's.
 QT_ON_LOCALES = ("Detected locale ", "Qt depends on a UTF-8 locale", "If this causes problems",
-                 "reconfigure your locale", "qt.xkb.compose: failed to create compose table")
+                 "reconfigure your locale", "for more information.",
+                 "qt.xkb.compose: failed to create compose table")
 INTERPRETER = """#!/bin/sh
 printf 'locale %s\\n' "$LC_ALL"
 printf 'name: '
