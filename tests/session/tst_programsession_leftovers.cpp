@@ -208,6 +208,8 @@ void TestProgramSessionLeftovers::sparesTheGroupOfAProgramThatEndedByItself()
     QVERIFY(processIsAlive(grandchild));
     QCOMPARE(::kill(grandchild, SIGKILL), 0);
     QTRY_VERIFY(!processIsAlive(grandchild));
+    // The watchdog ends by itself, in its own time.
+    QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
 }
 
 void TestProgramSessionLeftovers::theWatchdogInheritsNothing()
