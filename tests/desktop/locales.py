@@ -26,9 +26,9 @@ LOCALES = {
     "no_home": ("C", None, None, "ar"),
 }
 TITLES = {"ar": "طرفية TARN", "en": "TARN Console"}
-# What others say and we cannot help. Qt says that the console's own locale is not UTF-8 and which one it takes instead, and the keyboard
-# library that there is no such locale; what the console starts still has the user's. The font
-# library misses a home for its cache.
+# What others say and we cannot help. Qt says that the console's own locale is not UTF-8 and which one
+# it takes instead, and the keyboard library that there is no such locale; what the console starts
+# still has the user's. The font library misses a home for its cache.
 NOT_OURS = ("Detected locale ", "Qt depends on a UTF-8 locale", "If this causes problems",
             "reconfigure your locale", "for more information.",
             "qt.xkb.compose: failed to create compose table",
