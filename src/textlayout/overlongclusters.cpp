@@ -20,9 +20,11 @@ char32_t characterAt(const QString &text, qsizetype position)
 /// Whether a character does not stand for itself, but is a part of the one before.
 bool continuesCluster(char32_t character, char32_t before)
 {
-    // A virama stacks the next letter on the one before.
+    // A virama stacks the next letter on the one before, and a joiner makes one sign of two.
     constexpr int virama = 9;
-    return QChar::isMark(character) || QChar::combiningClass(before) == virama;
+    constexpr char32_t joiner = 0x200D;
+    return QChar::isMark(character) || QChar::combiningClass(before) == virama
+           || character == joiner || before == joiner;
 }
 
 /// The parts of long clusters.

@@ -49,6 +49,8 @@ void TestOverlongClusters::clustersAreShapedApart_data()
         << QString(u'a' + musicalStem.repeated(100)) << QList<Piece>{{0, 129}};
     QTest::newRow("stacked letters")
         << QString(u"\u1780\u17D2"_s.repeated(40) + u'\u1780') << QList<Piece>{{0, 65}};
+    QTest::newRow("joined emoji") << QString(u"\U0001F468\u200D"_s.repeated(40))
+                                  << QList<Piece>{{0, 98}};
     QTest::newRow("words of stacked letters")
         << QString(u"\u0915\u094D\u0937"_s.repeated(200)) << QList<Piece>();
     QTest::newRow("half a pair") << QString(QChar(0xD800) + acute.repeated(64))
