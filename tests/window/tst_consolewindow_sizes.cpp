@@ -373,8 +373,7 @@ void TestConsoleWindowSizes::framesHaveAllEdgesAtFractionalScales()
 void TestConsoleWindowSizes::framesHaveAllEdgesUnderAnotherStyle()
 {
     const QString style = u"adwaita"_s;
-    if (!QStyleFactory::keys().contains(style, Qt::CaseInsensitive))
-        QSKIP("The style is not installed");
+    QVERIFY2(QStyleFactory::keys().contains(style, Qt::CaseInsensitive), "scripts/setup.sh test");
     QCOMPARE(framesInAProcessWith(u"QT_STYLE_OVERRIDE"_s, style), QString());
 }
 

@@ -4,6 +4,7 @@
 #include <QAccessible>
 #include <QAccessibleEvent>
 #include <QLabel>
+#include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextEdit>
@@ -34,20 +35,19 @@ void TestVoice::newTextPasses()
 
 void TestVoice::aTextThatNobodyCanReadDoesNot()
 {
-    // As Qt does when a label that can be selected is drawn.
-    QLabel label(u"text"_s);
-    label.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    if (QAccessible::queryAccessibleInterface(&label)->textInterface())
-        QSKIP("this version of Qt lets the text of a label be read");
-    QAccessibleTextInsertEvent inserted(&label, 0, u"text"_s);
+    // Qt sends such news of labels that can be selected, which have no readable text in most
+    // versions. A button has none in any.
+    QPushButton button(u"text"_s);
+    QVERIFY(!QAccessible::queryAccessibleInterface(&button)->textInterface());
+    QAccessibleTextInsertEvent inserted(&button, 0, u"text"_s);
     QVERIFY(!Voice::isWorthPassing(&inserted));
-    QAccessibleTextRemoveEvent removed(&label, 0, u"text"_s);
+    QAccessibleTextRemoveEvent removed(&button, 0, u"text"_s);
     QVERIFY(!Voice::isWorthPassing(&removed));
-    QAccessibleTextUpdateEvent updated(&label, 0, u"text"_s, u"another"_s);
+    QAccessibleTextUpdateEvent updated(&button, 0, u"text"_s, u"another"_s);
     QVERIFY(!Voice::isWorthPassing(&updated));
-    QAccessibleTextSelectionEvent selected(&label, 0, 1);
+    QAccessibleTextSelectionEvent selected(&button, 0, 1);
     QVERIFY(!Voice::isWorthPassing(&selected));
-    QAccessibleTextCursorEvent moved(&label, 1);
+    QAccessibleTextCursorEvent moved(&button, 1);
     QVERIFY(!Voice::isWorthPassing(&moved));
 }
 
