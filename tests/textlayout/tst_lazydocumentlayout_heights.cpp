@@ -1,7 +1,7 @@
 #include "textlayout/blockheight.h"
 #include "textlayout/lazydocumentlayout.h"
 
-#include "support/patience.h"
+#include "support/settling.h"
 #include "support/testregistry.h"
 #include "textlayout/heightshape.h"
 
@@ -45,7 +45,7 @@ public:
     /// Waits until no height is a guess.
     bool settle() const
     {
-        return QTest::qWaitFor([this] { return layout().isExact(); }, patience);
+        return waitWhileBusy(&layout(), [this] { return layout().isExact(); });
     }
 
     int rowHeight() const

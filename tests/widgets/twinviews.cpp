@@ -1,7 +1,7 @@
 #include "widgets/twinviews.h"
 
 #include "support/meanthit.h"
-#include "support/patience.h"
+#include "support/settling.h"
 #include "support/transcripttesting.h"
 #include "textlayout/lazydocumentlayout.h"
 
@@ -233,7 +233,7 @@ bool TwinViews::isSettled() const
 
 bool TwinViews::settle()
 {
-    return QTest::qWaitFor([this] { return isSettled(); }, patience);
+    return waitWhileBusy(m_real.view->document()->documentLayout(), [this] { return isSettled(); });
 }
 
 template<typename View>
