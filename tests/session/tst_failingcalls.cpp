@@ -4,6 +4,7 @@
 #include "support/testregistry.h"
 #include "support/watchdogs.h"
 
+#include <QDir>
 #include <QTest>
 
 #include <algorithm>
@@ -18,9 +19,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool refuseKill = false;
+bool refuseFork = false;
 bool refuseMoveToThree = false;
 bool refuseStatus = false;
 bool refuseToWait = false;
@@ -40,6 +44,12 @@ extern "C" int kill(pid_t process, int number) noexcept
 {
     return refuseKill && number != 0 ? refuse(EPERM)
                                      : static_cast<int>(::syscall(SYS_kill, process, number));
+}
+
+/// The watchdog's way to a process; Qt has another.
+extern "C" pid_t fork() noexcept
+{
+    return refuseFork ? refuse(EAGAIN) : static_cast<pid_t>(::syscall(SYS_fork));
 }
 
 extern "C" int dup2(int from, int to) noexcept
@@ -79,12 +89,14 @@ private Q_SLOTS:
 
     void whatMayNotBeKilledIsLeftToTheWatchdog();
     void aWatchdogWithoutItsInputKillsNobody();
+    void aProgramRunsWithoutAWatchdogAndLosesNoDescriptor();
     void nobodyWaitsForAStatusThatCannotBeHad();
 };
 
 void TestFailingCalls::cleanup()
 {
     refuseKill = false;
+    refuseFork = false;
     refuseMoveToThree = false;
     refuseStatus = false;
     refuseToWait = false;
@@ -116,6 +128,24 @@ void TestFailingCalls::aWatchdogWithoutItsInputKillsNobody()
     QVERIFY(run.waitForOutcome());
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
     QCOMPARE(run.outcome().exitCode, 3);
+}
+
+void TestFailingCalls::aProgramRunsWithoutAWatchdogAndLosesNoDescriptor()
+{
+    const auto descriptors = [] { return QDir(u"/proc/self/fd"_s).entryList().size(); };
+    QVERIFY(SessionRun<>("exit 0\n").runToEnd());
+    const qsizetype before = descriptors();
+    refuseFork = true;
+    {
+        SessionRun<> run("ready\nread-line\nexit 3\n");
+        QVERIFY(run.startUntilReady());
+        const auto group = static_cast<pid_t>(run.process()->processId());
+        QCOMPARE(livingWatchdogsOf(group), QList<pid_t>());
+        run.session.sendInput("go on");
+        QVERIFY(run.waitForOutcome());
+        QCOMPARE(run.outcome().exitCode, 3);
+    }
+    QTRY_COMPARE(descriptors(), before);
 }
 
 /// Where nothing tells of the end either, because descriptors of processes were not to be had.

@@ -1,3 +1,4 @@
+#include "session/filename.h"
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
@@ -8,12 +9,14 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
 #include <csignal>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -45,6 +48,7 @@ private Q_SLOTS:
 
     void passesExactlyFourArguments_data();
     void passesExactlyFourArguments();
+    void passesNamesThatAreNotUtf8AsTheyAre();
     void makesRelativeInterpretersAbsolute();
     void runsInTheDirectoryOfTheSource();
     void passesTheEnvironmentOn();
@@ -242,6 +246,28 @@ void TestProgramSessionLaunch::passesExactlyFourArguments()
                                      QByteArray("--diagnostic-language=" + language.toUtf8()),
                                      "--color=never"_ba};
     QCOMPARE(run.reports("argument"_ba), expected);
+}
+
+void TestProgramSessionLaunch::passesNamesThatAreNotUtf8AsTheyAre()
+{
+    const QTemporaryDir place;
+    const QByteArray folder = QFile::encodeName(QDir(place.path()).canonicalPath()) + "/r\xE9p";
+    const QByteArray source = folder + "/caf\xE9.tarn";
+    QCOMPARE(::mkdir(folder.constData(), 0700), 0);
+    const QByteArray script = "show-arguments\nshow-directory\n";
+    const int file = ::open(source.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    QCOMPARE(::write(file, script.constData(), size_t(script.size())), script.size());
+    ::close(file);
+
+    SessionRun run("");
+    QVERIFY(run.session.start({scriptedChild(), FileName::fromBytes(source), u"en"_s}));
+    QVERIFY(run.waitForOutcome());
+    ::unlink(source.constData());
+    ::rmdir(folder.constData());
+
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
+    QCOMPARE(run.reports("argument"_ba).value(1), source);
+    QCOMPARE(run.report("directory"_ba), folder);
 }
 
 void TestProgramSessionLaunch::makesRelativeInterpretersAbsolute()
