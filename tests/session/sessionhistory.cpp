@@ -384,7 +384,11 @@ void History::finish()
         m_contract.checkSettled();
         m_contract.checkEnded();
     }
+    // What was destroyed between two signals has left nothing to be deleted later.
+    const bool atRest = m_contract.session() != nullptr;
     m_contract.destroy();
+    if (atRest)
+        m_contract.checkDestroyed();
     m_clock.advance(4000);
     m_contract.checkDestroyed();
 }

@@ -301,6 +301,9 @@ GroupWatchdog::~GroupWatchdog()
 void GroupWatchdog::letLoose()
 {
     SimulatedGroup *group = SimulatedSystem::current().groupOf(m_lifeline);
+    // It takes its time; the number may be another's by then.
+    if (!group->refusesSignals)
+        SimulatedSystem::current().onFault("a watchdog was let loose without need");
     group->receive(SIGKILL);
     group->watched = false;
     m_lifeline = -1;

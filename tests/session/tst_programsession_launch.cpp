@@ -11,12 +11,14 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <algorithm>
 #include <csignal>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -57,6 +59,7 @@ private Q_SLOTS:
     void inheritsNoneOnAnOlderKernelEither();
     void startsWithOrdinarySignals();
     void usesOneSeparateChannelsProcess();
+    void leavesNoDeadChildAndNobodyWhoLooksForOne();
 };
 
 QList<QByteArray> TestProgramSessionLaunch::sortedLines(const QByteArray &text)
@@ -384,6 +387,18 @@ void TestProgramSessionLaunch::usesOneSeparateChannelsProcess()
     QCOMPARE(run.process()->parent(), &run.session);
     QCOMPARE(run.process()->processChannelMode(), QProcess::SeparateChannels);
     QCOMPARE(run.process()->openMode() & ~QIODevice::Unbuffered, QIODevice::ReadWrite);
+}
+
+void TestProgramSessionLaunch::leavesNoDeadChildAndNobodyWhoLooksForOne()
+{
+    QVERIFY(SessionRun<>("exit 0\n").runToEnd());
+    const auto hasChildren = [] {
+        siginfo_t status{};
+        return ::waitid(P_ALL, 0, &status, WEXITED | WNOHANG | WNOWAIT) == 0;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(!hasChildren(), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(QCoreApplication::instance()->findChildren<QTimer *>().isEmpty(),
+                             patience);
 }
 
 } // namespace tarn::console
