@@ -310,7 +310,7 @@ void History::bear()
 void History::suspend()
 {
     if (process() && process()->group()->leaderLives)
-        process()->group()->suspended = true;
+        process()->group()->suspended = process()->group()->membersSuspended = true;
 }
 
 /// The debugger lets go of the program.

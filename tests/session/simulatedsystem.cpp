@@ -62,7 +62,10 @@ void SimulatedGroup::receiveAlone(int signalNumber)
 void SimulatedGroup::receive(int signalNumber)
 {
     receiveAlone(signalNumber);
-    if (signalNumber == SIGKILL || (signalNumber == SIGTERM && !membersIgnoreTerm))
+    if (signalNumber == SIGCONT)
+        membersSuspended = false;
+    membersTermPending |= signalNumber == SIGTERM && !membersIgnoreTerm;
+    if (signalNumber == SIGKILL || (membersTermPending && !membersSuspended))
         members = 0;
 }
 

@@ -36,6 +36,8 @@ struct SimulatedGroup
     bool reaped = false; ///< the number of the leader may be anybody's, unless there are members
     bool suspended = false;
     bool termPending = false; ///< until it is continued
+    bool membersSuspended = false;
+    bool membersTermPending = false;
     int members = 0;
     bool watched = false;     ///< by a watchdog
     bool endFiltered = false; ///< deferEndUntilCollectable() was called

@@ -24,6 +24,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 bool refuseKill = false;
+bool refuseGroups = false; ///< signals to groups; what is sent to one process arrives
 bool refuseFork = false;
 bool refuseMoveToThree = false;
 bool refuseStatus = false;
@@ -42,8 +43,9 @@ int refuse(int error)
 
 extern "C" int kill(pid_t process, int number) noexcept
 {
-    return refuseKill && number != 0 ? refuse(EPERM)
-                                     : static_cast<int>(::syscall(SYS_kill, process, number));
+    const bool refused = refuseKill || (refuseGroups && process < 0);
+    return refused && number != 0 ? refuse(EPERM)
+                                  : static_cast<int>(::syscall(SYS_kill, process, number));
 }
 
 /// The watchdog's way to a process; Qt has another.
@@ -88,6 +90,9 @@ private Q_SLOTS:
     void cleanup();
 
     void whatMayNotBeKilledIsLeftToTheWatchdog();
+    void aProgramWhoseGroupMayNotBeSignalledIsAskedAlone();
+    void aProgramWhoseGroupMayNotBeSignalledIsKilledAlone();
+    void aProgramWithoutAWatchdogIsKilledAlone();
     void aWatchdogWithoutItsInputKillsNobody();
     void aProgramRunsWithoutAWatchdogAndLosesNoDescriptor();
     void nobodyWaitsForAStatusThatCannotBeHad();
@@ -96,6 +101,7 @@ private Q_SLOTS:
 void TestFailingCalls::cleanup()
 {
     refuseKill = false;
+    refuseGroups = false;
     refuseFork = false;
     refuseMoveToThree = false;
     refuseStatus = false;
@@ -115,6 +121,38 @@ void TestFailingCalls::whatMayNotBeKilledIsLeftToTheWatchdog()
     run.reset();
     QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
     QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group), QList<pid_t>(), patience);
+}
+
+void TestFailingCalls::aProgramWhoseGroupMayNotBeSignalledIsAskedAlone()
+{
+    SessionRun<> run("handle-term 7 asked\nready\nwait-forever\n");
+    QVERIFY(run.startUntilReady());
+    refuseGroups = true;
+    run.session.stop();
+    QVERIFY(run.waitForOutcome());
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
+    QCOMPARE(run.outcome().exitCode, 7);
+}
+
+void TestFailingCalls::aProgramWhoseGroupMayNotBeSignalledIsKilledAlone()
+{
+    SessionRun<> run("ignore-term\nready\nwait-forever\n");
+    QVERIFY(run.startUntilReady());
+    refuseGroups = true;
+    run.session.stop();
+    QVERIFY(run.waitForOutcome());
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
+    QCOMPARE(run.outcome().exitCode, SIGKILL);
+}
+
+void TestFailingCalls::aProgramWithoutAWatchdogIsKilledAlone()
+{
+    refuseFork = true;
+    auto run = std::make_unique<SessionRun<>>("ignore-term\nready\nwait-forever\n");
+    QVERIFY(run->startUntilReady());
+    refuseGroups = true;
+    run.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
 }
 
 void TestFailingCalls::aWatchdogWithoutItsInputKillsNobody()
