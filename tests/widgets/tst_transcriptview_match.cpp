@@ -57,6 +57,7 @@ private Q_SLOTS:
     void matchStaysInSight();
     void followingGoesOnWithNewOutput();
     void readersMatchStaysWithNewOutput();
+    void matchOfTwoLinesComesIntoSightWhole();
     void matchOnTheLastPageStaysInSight();
     void endStaysInSightBesideAMatchThatIsGone_data();
     void endStaysInSightBesideAMatchThatIsGone();
@@ -130,6 +131,23 @@ void TestTranscriptViewMatch::readersMatchStaysWithNewOutput()
     shown.print(numberedLines(1, 50));
     QCOMPARE(shown.scrollValue(), value);
     shown.setPointSize(20);
+    drain();
+    QVERIFY(shown.isMatchInSight());
+}
+
+void TestTranscriptViewMatch::matchOfTwoLinesComesIntoSightWhole()
+{
+    SearchedView shown;
+    QVERIFY(shown.find(u"words wrapping words wrapping words needle and more and more and more"_s));
+    QTextCursor start = shown.view.textCursor();
+    start.setPosition(start.selectionStart());
+    const int firstLine = shown.view.cursorRect(start).bottom() + 1;
+    QVERIFY(shown.view.cursorRect().top() >= firstLine);
+    // Its first line leaves by scrolling, which is the reader's wish; a change brings all of it
+    // back.
+    shown.scrollTo(shown.scrollValue() + firstLine);
+    QVERIFY(!shown.isMatchInSight());
+    shown.draft.setPlainText(u"a long answer "_s.repeated(20));
     drain();
     QVERIFY(shown.isMatchInSight());
 }
