@@ -134,8 +134,8 @@ const History::Step History::ofProgram[] = {
     {"started", 4, &History::begin},   {"print", 10, &History::print},
     {"report", 10, &History::report},  {"error", 2, &History::fail},
     {"drain", 8, &History::drain},     {"exit", 3, &History::exit},
-    {"end", 8, &History::end},         {"bear", 4, &History::bear},
-    {"suspend", 1, &History::suspend}, {"release", 1, &History::release},
+    {"end", 8, &History::end},         {"bear", 6, &History::bear},
+    {"suspend", 3, &History::suspend}, {"release", 1, &History::release},
 };
 
 const History::Step History::ofListeners[] = {
