@@ -5,6 +5,7 @@
 #include "support/watchdogs.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTest>
 
 #include <algorithm>
@@ -94,6 +95,7 @@ private Q_SLOTS:
     void aProgramWhoseGroupMayNotBeSignalledIsKilledAlone();
     void aProgramWithoutAWatchdogIsKilledAlone();
     void aWatchdogWithoutItsInputKillsNobody();
+    void aWatchdogIgnoresWhatAsksItToEnd();
     void aProgramRunsWithoutAWatchdogAndLosesNoDescriptor();
     void nobodyWaitsForAStatusThatCannotBeHad();
 };
@@ -166,6 +168,28 @@ void TestFailingCalls::aWatchdogWithoutItsInputKillsNobody()
     QVERIFY(run.waitForOutcome());
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
     QCOMPARE(run.outcome().exitCode, 3);
+}
+
+void TestFailingCalls::aWatchdogIgnoresWhatAsksItToEnd()
+{
+    SessionRun<> run("ready\nwait-forever\n");
+    QVERIFY(run.startUntilReady());
+    const auto group = static_cast<pid_t>(run.process()->processId());
+    // Before its exec it is a copy of ours, which ignores less.
+    quint64 ignored = 0;
+    const auto ignores = [&ignored](int number) { return (ignored >> (number - 1) & 1) != 0; };
+    const auto look = [&] {
+        const QList<pid_t> watchdogs = livingWatchdogsOf(group);
+        QFile status(u"/proc/%1/status"_s.arg(watchdogs.value(0)));
+        if (watchdogs.size() == 1 && status.open(QIODevice::ReadOnly)) {
+            const QByteArray text = status.readAll();
+            const qsizetype mask = text.indexOf("SigIgn:\t") + 8;
+            ignored = text.mid(mask, 16).toULongLong(nullptr, 16);
+        }
+        return ignores(SIGTERM) && ignores(SIGHUP) && ignores(SIGINT) && ignores(SIGUSR1);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(look(), patience);
+    QVERIFY(!ignores(SIGCHLD));
 }
 
 void TestFailingCalls::aProgramRunsWithoutAWatchdogAndLosesNoDescriptor()
