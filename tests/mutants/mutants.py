@@ -34,7 +34,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 APART = ["unshare", "--pid", "--fork", "--kill-child", "--mount-proc", "--",
          "/bin/sh", "-c", '"$@"; exit $?', "sh"]
 # A failure that waits for what never comes need not take a minute here.
-PATIENCE = 8000
+PATIENCE = 14000
 
 
 class Work:
