@@ -76,7 +76,9 @@ private:
     void takeHeights();
     void takeScrolling();
 
-    std::optional<Rows> matchRows() const;
+    bool isMatchSelected() const;
+    Rows matchRows() const;
+    void measureMatch();
     void noteMatch();
     void bringMatchIntoSight();
 
