@@ -12,6 +12,7 @@
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -75,6 +76,28 @@ int meantPosition(const QTextEdit &view, QPoint point)
 {
     const QPoint scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
     return MeantHits(*view.document()).at(point + scrolled, Qt::FuzzyHit);
+}
+
+/// What a mouse event at a position makes of the cursor.
+QTextCursor answerTo(QEvent::Type type, Qt::KeyboardModifiers modifiers, QTextCursor cursor,
+                     int position)
+{
+    const bool isDoubleClick = type == QEvent::MouseButtonDblClick;
+    const bool isClick = type == QEvent::MouseButtonPress && modifiers == Qt::NoModifier;
+    cursor.setPosition(position, isClick || isDoubleClick ? QTextCursor::MoveAnchor
+                                                          : QTextCursor::KeepAnchor);
+    if (isDoubleClick)
+        cursor.select(QTextCursor::WordUnderCursor);
+    return cursor;
+}
+
+/// Changes the cursor, and shows what was shown before.
+void putCursor(QTextEdit &view, const QTextCursor &cursor)
+{
+    const QSignalBlocker nothingIsScrolled(view.verticalScrollBar());
+    const int value = view.verticalScrollBar()->value();
+    view.setTextCursor(cursor);
+    view.verticalScrollBar()->setValue(value);
 }
 
 /// Wrapped text has nothing to scroll sideways but a pixel of rounding; where a view stands in it
@@ -200,10 +223,7 @@ void TwinViews::sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton butto
         QCoreApplication::sendEvent(view.viewport(), &event);
         if (hit || type == QEvent::MouseButtonRelease)
             return;
-        const bool isClick = type == QEvent::MouseButtonPress && modifiers == Qt::NoModifier;
-        QTextCursor cursor = view.textCursor();
-        cursor.setPosition(meant, isClick ? QTextCursor::MoveAnchor : QTextCursor::KeepAnchor);
-        view.setTextCursor(cursor);
+        putCursor(view, answerTo(type, modifiers, view.textCursor(), meant));
     });
 }
 
@@ -214,6 +234,16 @@ void TwinViews::pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
         // A key shows the caret, although the focus is elsewhere; hide it again.
         QFocusEvent focusOut(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
         QCoreApplication::sendEvent(&view, &focusOut);
+    });
+}
+
+void TwinViews::forgetColumn()
+{
+    both([](Transcript &, QTextEdit &view, QTextEdit &) {
+        QTextCursor cursor = view.textCursor();
+        cursor.setPosition(view.textCursor().anchor());
+        cursor.setPosition(view.textCursor().position(), QTextCursor::KeepAnchor);
+        putCursor(view, cursor);
     });
 }
 
