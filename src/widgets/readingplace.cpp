@@ -132,18 +132,42 @@ void ReadingPlace::settle()
         m_place.anchor = anchor();
 }
 
-/// Measures what is in view at the place, or will be. Returns whether that changed a height.
-bool ReadingPlace::measureSight()
+/// Measures what is in view at the place, or will be, and some pixels above and below. Returns
+/// whether that changed a height.
+bool ReadingPlace::measureSight(int beside)
 {
     if (m_layout->isExact() && bar()->maximum() == range().maximum)
         return false;
-    return m_layout->measure([this] {
+    return m_layout->measure([this, beside] {
         const auto top = m_place.atEnd ? std::nullopt : topOf(m_place.anchor.blockNumber);
         const int value = range().valueFor(top, m_place.anchor.offset);
         // With a height that is guessed too low, the place would be below the anchor's block.
-        return LazyDocumentLayout::Sight{std::min(value, top.value_or(value)),
-                                         value + m_view->viewport()->height()};
+        return LazyDocumentLayout::Sight{std::min(value, top.value_or(value)) - beside,
+                                         value + m_view->viewport()->height() + beside};
     });
+}
+
+void ReadingPlace::measurePagesBeside()
+{
+    if (m_isSettling || m_layout->isExact())
+        return;
+    const QScopedValueRollback guard(m_isSettling, true);
+    measureSight(m_view->viewport()->height());
+    settle();
+}
+
+void ReadingPlace::measureAround(int position)
+{
+    if (m_isSettling || m_layout->isExact())
+        return;
+    const QScopedValueRollback guard(m_isSettling, true);
+    m_layout->measure([this, position] {
+        const QTextBlock block = m_view->document()->findBlock(position);
+        const int page = m_view->viewport()->height();
+        const int top = m_layout->topOf(block);
+        return LazyDocumentLayout::Sight{top - page, top + block.lineCount() + page};
+    });
+    settle();
 }
 
 /// Heights that turn out to be others move nothing in view. The layout asks for the painting.
