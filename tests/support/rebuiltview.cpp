@@ -77,9 +77,12 @@ void RebuiltView::rebuild()
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
 
+    // One layout of it all is enough.
+    document()->setLayoutEnabled(false);
     setPlainText(m_transcript->documentText());
     formatBlocks();
     colourBlocks();
+    document()->setLayoutEnabled(true);
     completeLayout();
 
     QTextCursor cursor(document());
@@ -229,8 +232,6 @@ void RebuiltView::colourBlocks()
         format.setForeground(paragraphColour(m_transcript->paragraphs().at(index), palette()));
         block.layout()->setFormats({{.start = 0, .length = block.length(), .format = format}});
     }
-    // All at once: to lay out every block of its own takes the square of their number.
-    document()->markContentsDirty(0, document()->characterCount());
 }
 
 TranscriptFindResult RebuiltView::findLiteral(const QString &text, bool backward)

@@ -307,6 +307,11 @@ QString TwinViews::difference() const
     const QString draft = firstDifference(*m_real.draft->document(), *m_plain.draft->document());
     if (!draft.isEmpty())
         return u"draft: "_s + draft;
+    return differenceInState();
+}
+
+QString TwinViews::differenceInState() const
+{
     const QString state = firstDifference(stateOf(m_real), stateOf(m_plain));
     return state.isEmpty() ? state : state + firstMisplaced(*m_real.view, *m_plain.view);
 }

@@ -53,6 +53,8 @@ public:
     /// The first thing in which the real view differs from the plain one, as "this instead of
     /// that"; an empty text when they are the same.
     QString difference() const;
+    /// The same, without the documents.
+    QString differenceInState() const;
     bool samePixels();
 
     const Transcript &transcript() const { return m_real.transcript; }
