@@ -77,9 +77,13 @@ void RebuiltView::rebuild()
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
 
+    // A scroll bar that other text needed may make the present one need it.
+    const QString text = m_transcript->documentText();
+    if (text.size() < document()->characterCount() - 1)
+        clear();
     // One layout of it all is enough.
     document()->setLayoutEnabled(false);
-    setPlainText(m_transcript->documentText());
+    setPlainText(text);
     formatBlocks();
     colourBlocks();
     document()->setLayoutEnabled(true);
