@@ -62,7 +62,6 @@ class TestTranscriptViewScroll : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aCharacterWiderThanTheViewCanBeSeenToItsEnd();
     void followsTheEndAtFirst();
     void scrollingAwayStopsFollowing();
     void scrollingToTheBottomFollowsAgain_data();
@@ -582,22 +581,6 @@ void TestTranscriptViewScroll::aWrongGuessBringsNoScrollBar()
     QCOMPARE(shown.scrollMaximum(), 0);
     for (const QList<QVariant> &range : ranges)
         QCOMPARE(range[1].toInt(), 0);
-}
-
-void TestTranscriptViewScroll::aCharacterWiderThanTheViewCanBeSeenToItsEnd()
-{
-    ShownView shown(QSize(200, 400));
-    QFont font = shown.view.font();
-    font.setPointSize(250);
-    shown.view.setFont(font);
-    shown.print("W");
-    drain();
-    QScrollBar *sideways = shown.view.horizontalScrollBar();
-    QTextCursor end(shown.view.document());
-    end.movePosition(QTextCursor::End);
-    QVERIFY(shown.view.cursorRect(end).right() > shown.view.viewport()->width());
-    sideways->setValue(sideways->maximum());
-    QVERIFY(shown.view.cursorRect(end).right() < shown.view.viewport()->width());
 }
 
 } // namespace tarn::console
