@@ -119,10 +119,8 @@ class Sway:
     mouse = None
     # The keyboard of wtype is new each time, and what comes with it may cost the first keys.
     settle = ["-s", "300", "-d", "20"]
-    # What Qt says of a keyboard that goes while the window has it, as that of wtype does; and, from
-    # 6.8 on, of itself where the screen has a scale that is no whole number.
-    noise = ("qt.qpa.wayland: Ignoring unexpected wl_keyboard.leave event.",
-             "The cached device pixel ratio value was stale on window ")
+    # What Qt says of a keyboard that goes while the window has it, as that of wtype does.
+    noise = ("qt.qpa.wayland: Ignoring unexpected wl_keyboard.leave event.",)
 
     @classmethod
     def press(cls, *keys):
