@@ -201,9 +201,17 @@ void TwinViews::sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton butto
         if (hit || type == QEvent::MouseButtonRelease)
             return;
         const bool isClick = type == QEvent::MouseButtonPress && modifiers == Qt::NoModifier;
+        const bool isDoubleClick = type == QEvent::MouseButtonDblClick;
+        const bool keepsAnchor = !isClick && !isDoubleClick;
         QTextCursor cursor = view.textCursor();
-        cursor.setPosition(meant, isClick ? QTextCursor::MoveAnchor : QTextCursor::KeepAnchor);
+        cursor.setPosition(meant, keepsAnchor ? QTextCursor::KeepAnchor : QTextCursor::MoveAnchor);
+        if (isDoubleClick)
+            cursor.select(QTextCursor::WordUnderCursor);
+        // Only a drag scrolls to where it leads.
+        const int scrolled = view.verticalScrollBar()->value();
         view.setTextCursor(cursor);
+        if (!keepsAnchor)
+            view.verticalScrollBar()->setValue(scrolled);
     });
 }
 
