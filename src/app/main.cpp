@@ -1,5 +1,6 @@
 #include "app/cleanstart.h"
 #include "app/commandline.h"
+#include "app/qtremarks.h"
 #include "app/terminationsignals.h"
 #include "session/filename.h"
 #include "window/consolewindow.h"
@@ -56,6 +57,7 @@ int endApplication(int status)
 int main(int argc, char *argv[])
 {
     tarn::console::startClean();
+    tarn::console::muteQtsRemarksOnItself();
     // Takes its own arguments out of the list.
     const QApplication application(argc, argv);
     QCoreApplication::setOrganizationName(u"TARN"_s);

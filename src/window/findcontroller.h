@@ -1,5 +1,7 @@
 #pragma once
 
+#include "window/statusmessage.h"
+
 #include <QObject>
 
 class QLabel;
@@ -7,7 +9,6 @@ class QLineEdit;
 
 namespace tarn::console {
 
-struct StatusMessage;
 class TranscriptView;
 
 /// The search in the output: a field for the text, the match in the view, and a status.

@@ -12,6 +12,7 @@
 #include <QScopedValueRollback>
 
 #include <algorithm>
+#include <cmath>
 
 namespace tarn::console {
 
@@ -37,25 +38,27 @@ int thicknessWithin(const QWidget *widget)
     return qobject_cast<const QLabel *>(widget) ? 1 : thickness;
 }
 
-/// The rest of the ring, where the parent draws.
-QRegion ringAround(const QWidget *widget, const QRect &geometry)
+/// Where the parent draws the rest of the ring.
+QRegion placeAround(const QWidget *widget, const QRect &geometry)
 {
     const int rest = thickness - thicknessWithin(widget);
     return QRegion(geometry.adjusted(-rest, -rest, rest, rest)).subtracted(geometry);
 }
 
-QRegion ringWithin(const QWidget *widget)
+/// A whole ring has no less than its thickness on every side also where the scale of the screen is
+/// no whole number; what is around or within something else keeps its place.
+qreal drawnThickness(int width, qreal scale)
 {
-    const int width = thicknessWithin(widget);
-    return QRegion(widget->rect())
-        .subtracted(widget->rect().adjusted(width, width, -width, -width));
+    return width == thickness ? std::ceil(width * scale) / scale : width;
 }
 
-void fill(QWidget *painted, const QRegion &ring, const QColor &colour)
+void drawRing(QPainter *painter, const QRectF &outer, qreal width, const QColor &colour)
 {
-    QPainter painter(painted);
-    for (const QRect &side : ring)
-        painter.fillRect(side, colour);
+    const QRectF inner = outer.adjusted(width, width, -width, -width);
+    painter->fillRect(QRectF(outer.topLeft(), inner.topRight() + QPointF(width, 0)), colour);
+    painter->fillRect(QRectF(inner.bottomLeft() - QPointF(width, 0), outer.bottomRight()), colour);
+    painter->fillRect(QRectF(outer.topLeft(), inner.bottomLeft()), colour);
+    painter->fillRect(QRectF(inner.topRight(), outer.bottomRight()), colour);
 }
 
 } // namespace
@@ -100,9 +103,15 @@ void FocusRing::paintOver(QWidget *painted, QEvent *event)
     const QScopedValueRollback guard(m_isPainting, true);
     QCoreApplication::sendEvent(painted, event);
     const QWidget *focused = QApplication::focusWidget();
-    const QRegion ring =
-        painted == focused ? ringWithin(focused) : ringAround(focused, focused->geometry());
-    fill(painted, ring, colourFor(focused));
+    QPainter painter(painted);
+    const int within = thicknessWithin(focused);
+    const QColor colour = colourFor(focused);
+    if (painted == focused) {
+        const qreal width = drawnThickness(within, focused->devicePixelRatioF());
+        drawRing(&painter, focused->rect(), width, colour);
+    } else if (const int rest = thickness - within; rest > 0) {
+        drawRing(&painter, focused->geometry().adjusted(-rest, -rest, rest, rest), rest, colour);
+    }
 }
 
 /// Has the ring drawn anew, where it was and where it is; not every widget does that by itself.
@@ -111,9 +120,9 @@ void FocusRing::update(QWidget *widget)
     if (!isOurs(widget))
         return;
     widget->update();
-    widget->parentWidget()->update(ringAround(widget, m_lastGeometry));
+    widget->parentWidget()->update(placeAround(widget, m_lastGeometry));
     m_lastGeometry = widget->geometry();
-    widget->parentWidget()->update(ringAround(widget, m_lastGeometry));
+    widget->parentWidget()->update(placeAround(widget, m_lastGeometry));
 }
 
 bool FocusRing::eventFilter(QObject *watched, QEvent *event)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "window/statusmessage.h"
+
 #include <QObject>
 #include <QString>
 
@@ -11,7 +13,6 @@ class AnswerFocus;
 class FocusKeeper;
 class InputEditor;
 class ProgramSession;
-struct StatusMessage;
 
 /// The program's input as the user sees it: the draft of the next line, and a status that says what
 /// became of the last one. The rules of the input are the session's.

@@ -30,15 +30,20 @@ class X11:
     noise = ()
     # What Qt enlarges windows by, because an X server does not.
     scale = 1.0
+    # As xdotool is to be told of them: with the key map of Debian's next it takes F1 for Alt+F1.
+    function_keys = {f"F{number}": str(66 + number) for number in range(1, 11)} | {
+        "F11": "95", "F12": "96"}
 
     @staticmethod
     def tool(*arguments):
         """The output of an xdotool command, or nothing when it fails."""
         return (output_of("xdotool", *arguments) or b"").decode().strip()
 
-    @staticmethod
-    def press(*keys):
-        subprocess.run(["xdotool", "key", "--delay", "20", *keys], check=True)
+    @classmethod
+    def press(cls, *keys):
+        names = ["+".join(cls.function_keys.get(name, name) for name in key.split("+"))
+                 for key in keys]
+        subprocess.run(["xdotool", "key", "--delay", "20", *names], check=True)
 
     @staticmethod
     def type_text(text):
@@ -119,10 +124,8 @@ class Sway:
     mouse = None
     # The keyboard of wtype is new each time, and what comes with it may cost the first keys.
     settle = ["-s", "300", "-d", "20"]
-    # What Qt says of a keyboard that goes while the window has it, as that of wtype does; and, from
-    # 6.8 on, of itself where the screen has a scale that is no whole number.
-    noise = ("qt.qpa.wayland: Ignoring unexpected wl_keyboard.leave event.",
-             "The cached device pixel ratio value was stale on window ")
+    # What Qt says of a keyboard that goes while the window has it, as that of wtype does.
+    noise = ("qt.qpa.wayland: Ignoring unexpected wl_keyboard.leave event.",)
 
     @classmethod
     def press(cls, *keys):

@@ -35,6 +35,21 @@ class Speech:
         return f"{'announced' if self.is_announced else 'read'} {self.text!r}"
 
 
+def switch_accessibility_on():
+    """As a desktop does that has a screen reader switched on."""
+    bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+
+    def call(method, kind, *arguments):
+        return bus.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties",
+                             method, GLib.Variant(kind, ("org.a11y.Status", *arguments)), None,
+                             Gio.DBusCallFlags.NONE, -1).unpack()
+
+    there, = call("GetAll", "(s)")
+    # The second went with at-spi 2.62.
+    for name in {"IsEnabled", "ScreenReaderEnabled"} & there.keys():
+        call("Set", "(ssv)", name, GLib.Variant("b", True))
+
+
 class Ears:
     """What Orca speaks."""
 
@@ -50,12 +65,7 @@ class Ears:
 
     def open(self):
         """Starts Orca and waits until it listens."""
-        bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-        for name in ["IsEnabled", "ScreenReaderEnabled"]:
-            bus.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Set",
-                          GLib.Variant("(ssv)", ("org.a11y.Status", name,
-                                                 GLib.Variant("b", True))),
-                          None, Gio.DBusCallFlags.NONE, -1)
+        switch_accessibility_on()
         home = pathlib.Path(self._directory.name)
         # Orca looks for others of its kind, and ends them or itself: it must find none.
         others = home / "others/pgrep"

@@ -8,12 +8,19 @@ import sys
 
 from gi.repository import Gio, GLib
 
-INTERFACE = """<node><interface name='org.freedesktop.portal.FileChooser'>
+INTERFACES = """<node><interface name='org.freedesktop.portal.FileChooser'>
 <method name='OpenFile'>
 <arg type='s' name='parent_window' direction='in'/>
 <arg type='s' name='title' direction='in'/>
 <arg type='a{sv}' name='options' direction='in'/>
 <arg type='o' name='handle' direction='out'/>
+</method>
+<property name='version' type='u' access='read'/>
+</interface>
+<interface name='org.freedesktop.portal.Settings'>
+<method name='ReadAll'>
+<arg type='as' name='namespaces' direction='in'/>
+<arg type='a{sa{sv}}' name='value' direction='out'/>
 </method>
 <property name='version' type='u' access='read'/>
 </interface></node>"""
@@ -26,8 +33,10 @@ class Portal:
         self._note = pathlib.Path(note)
         self._loop = GLib.MainLoop()
         self._bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-        self._bus.register_object(PATH, Gio.DBusNodeInfo.new_for_xml(INTERFACE).interfaces[0],
-                                  self._open_file, lambda *_: GLib.Variant("u", 3), None)
+        interfaces = Gio.DBusNodeInfo.new_for_xml(INTERFACES).interfaces
+        for interface, method in zip(interfaces, [self._open_file, self._read_all]):
+            self._bus.register_object(PATH, interface, method, lambda *_: GLib.Variant("u", 3),
+                                      None)
         Gio.bus_own_name_on_connection(self._bus, "org.freedesktop.portal.Desktop",
                                        Gio.BusNameOwnerFlags.NONE, self._ready, None)
 
@@ -47,6 +56,12 @@ class Portal:
         GLib.timeout_add(100, lambda: self._bus.emit_signal(
             sender, handle, "org.freedesktop.portal.Request", "Response",
             GLib.Variant("(ua{sv})", (0, results))))
+
+    @staticmethod
+    def _read_all(*arguments):
+        """The user has no settings."""
+        invocation = arguments[-1]
+        invocation.return_value(GLib.Variant("(a{sa{sv}})", ({},)))
 
     def run(self):
         self._loop.run()

@@ -189,7 +189,8 @@ void addPlace(Way *way, void *address)
     }
 }
 
-void trace(Way *way)
+/// Not within answer(), which a child calls on a stack of few thousand bytes, in our own memory.
+[[gnu::noinline]] void trace(Way *way)
 {
     std::array<void *, mostFrames> frames{};
     const int count = ::backtrace(frames.data(), mostFrames);

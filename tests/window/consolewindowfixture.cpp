@@ -113,8 +113,15 @@ ConsoleWindowFixture::~ConsoleWindowFixture() = default;
 bool ConsoleWindowFixture::show() const
 {
     window->show();
-    window->activateWindow();
-    return QTest::qWaitForWindowActive(window.get(), patience);
+    // On a very busy machine a window manager may give the focus to nobody when the window before
+    // goes while this one comes. A user would click on it.
+    constexpr int askAgainAfter = 5'000;
+    for (int waited = 0; waited < patience; waited += askAgainAfter) {
+        window->activateWindow();
+        if (QTest::qWaitForWindowActive(window.get(), askAgainAfter))
+            return true;
+    }
+    return false;
 }
 
 bool ConsoleWindowFixture::resizeTo(const QSize &size) const
