@@ -10,7 +10,7 @@ usage='Usage: scripts/benchmark.sh [--quick] [--compare COMMIT] [NAME...]
 root=$(cd "$(dirname "$0")/.." && pwd)
 results=$root/build/benchmark/results
 other=$root/build/compare
-all=(textcore fill operations growingline slowtexts memory refreshcost window startup)
+all=(textcore fill operations growingline slowtexts memory refreshcost window startup latency)
 
 fail_usage() {
     echo "$usage${all[*]}" >&2

@@ -2,6 +2,7 @@
 #include "app/commandline.h"
 #include "app/terminationsignals.h"
 #include "session/filename.h"
+#include "window/caretrest.h"
 #include "window/consolewindow.h"
 
 #include <QApplication>
@@ -11,6 +12,7 @@
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;
+using tarn::console::CaretRest;
 using tarn::console::CommandLine;
 using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
@@ -34,6 +36,7 @@ int runWindow(const ConsoleStartupOptions &options)
 {
     ConsoleWindow window(options);
     window.show();
+    const CaretRest caretRest;
     const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
     return QApplication::exec();
 }
