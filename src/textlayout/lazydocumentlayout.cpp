@@ -93,9 +93,9 @@ QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColo
 } // namespace
 
 LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device,
-                                       TextColour textColour)
+                                       TextColour textColour, KnownText knownText)
     : QAbstractTextDocumentLayout(document)
-    , m_textColour(std::move(textColour))
+    , m_texts{.colour = std::move(textColour), .known = std::move(knownText)}
     , m_shaper(document)
 {
     setPaintDevice(device);
@@ -208,7 +208,7 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             break;
-        painter->setPen(colourOf(block, context.palette, m_textColour));
+        painter->setPen(colourOf(block, context.palette, m_texts.colour));
         if (drawSegments(painter, context, block))
             continue;
         shapeOnDemand(block);
