@@ -31,9 +31,7 @@ public:
     const TranscriptLimits &limits() const { return m_limits; }
     /// Takes much memory from then on: there is one for every chunk of output.
     const QList<TranscriptRecord> &records() const { return m_records.all(); }
-    qint64 recordCount() const { return m_records.size(); }
-    /// Those from one on; the index is not checked.
-    QList<TranscriptRecord> recordsFrom(qint64 first) const { return m_records.from(first); }
+    const PackedRecords &packedRecords() const { return m_records; }
     const QList<TranscriptParagraph> &paragraphs() const { return m_paragraphs.all(); }
     /// Whether a line break ended the paragraph; the index is not checked.
     bool isParagraphTerminated(qint64 index) const { return m_paragraphs.isTerminated(index); }

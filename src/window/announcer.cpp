@@ -64,14 +64,14 @@ Announcer::Announcer(const Transcript *transcript, QWidget *window)
 
 void Announcer::followTranscript()
 {
-    const qint64 count = m_transcript->recordCount();
+    const qint64 count = m_transcript->packedRecords().size();
     // Somebody has cleared the transcript.
     if (count < m_knownRecords)
         m_knownRecords = 0;
     const qint64 first = std::exchange(m_knownRecords, count);
     if (!Voice::isHeard())
         return;
-    const QList<TranscriptRecord> records = m_transcript->recordsFrom(first);
+    const QList<TranscriptRecord> records = m_transcript->packedRecords().from(first);
     for (const TranscriptRecord &record : records) {
         if (record.kind == TranscriptRecordKind::StreamOutput && record.stream)
             m_narration.addOutput(*record.stream, record.text, now());
