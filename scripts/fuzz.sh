@@ -3,7 +3,8 @@
 # problem in build/fuzz/findings.
 set -euo pipefail
 
-usage='Usage: scripts/fuzz.sh [--seconds N] [TARGET...]   builds and runs fuzz targets, each for N seconds
+usage='Usage: scripts/fuzz.sh [--seconds N] [TARGET...]   builds fuzz targets, sees that the kept inputs reach
+       as much as they did (scripts/fuzz-edges.sh), and runs each target for N seconds
        (arguments, decoder, direction, settings, transcript, view; default: all of them,
        60 seconds each),
        as many at a time as there are processors'
@@ -40,6 +41,7 @@ cmake --build --preset fuzz --parallel "$(nproc)" --target "${targets[@]/#/fuzz-
 # Font libraries keep what they read until the end.
 export LSAN_OPTIONS=suppressions=$PWD/tests/support/leaks.supp:print_suppressions=0
 mkdir -p build/fuzz/findings build/fuzz/logs
+./scripts/fuzz-edges.sh "${targets[@]}"
 
 # Runs one target; its output appears in one piece when it ends.
 fuzz() {

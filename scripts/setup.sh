@@ -4,7 +4,7 @@ set -euo pipefail
 
 usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packages of the groups
        (build, clang, wayland, display, test, speech, check, lint, coverage, valgrind, package,
-       package-check, package-test, fresh-root, icons, screenshots, themes, benchmark, fuzz;
+       package-check, package-test, fresh-root, icons, screenshots, themes, benchmark, mutants, fuzz;
        default: build display test)'
 
 # Prints the packages of one group.
@@ -70,6 +70,9 @@ packages_of() {
         ;;
     benchmark) # Watching windows from outside, and the terminals to compare with.
         printf '%s\n' konsole libxcb-damage0-dev libxcb-xtest0-dev libxcb1-dev xterm
+        ;;
+    mutants) # Planting faults: how the sources are read.
+        printf '%s\n' python3 python3-clang util-linux
         ;;
     fuzz) # The fuzz targets: clang and the library that drives them.
         printf '%s\n' clang libclang-rt-dev

@@ -105,4 +105,37 @@ QProcess *createProgramProcess(const ProgramLaunch &launch, QObject *parent)
     return process;
 }
 
+void startProgram(QProcess &process)
+{
+    // Where Qt forks, this thread goes on before the child has restored its signals.
+    const HeldSignals held;
+    process.start(QIODevice::ReadWrite);
+}
+
+pid_t programId(const QProcess &process)
+{
+    return static_cast<pid_t>(process.processId());
+}
+
+QByteArray takeOutput(QProcess &process, TranscriptStream stream)
+{
+    return stream == TranscriptStream::StandardOutput ? process.readAllStandardOutput()
+                                                      : process.readAllStandardError();
+}
+
+void closeProgramInput(QProcess &process)
+{
+    process.closeWriteChannel();
+}
+
+void terminateProgram(QProcess &process)
+{
+    process.terminate();
+}
+
+void killProgram(QProcess &process)
+{
+    process.kill();
+}
+
 } // namespace tarn::console

@@ -2,7 +2,6 @@
 
 #include "session/programrun.h"
 
-#include "session/childsetup.h"
 #include "session/deadchild.h"
 #include "session/groupwatchdog.h"
 #include "session/processsession.h"
@@ -11,7 +10,6 @@
 
 #include <QTimer>
 
-#include <algorithm>
 #include <csignal>
 #include <utility>
 
@@ -69,15 +67,11 @@ void ProgramRun::start()
     const auto self = shared_from_this();
     if (m_completed)
         return;
-    {
-        // Where Qt forks, this thread goes on before the child has restored its signals.
-        const HeldSignals held;
-        m_process->start(QIODevice::ReadWrite);
-    }
-    if (m_completed || m_process->processId() <= 0)
+    startProgram(*m_process);
+    if (m_completed || programId(*m_process) <= 0)
         return;
     deferEndUntilCollectable(*m_process);
-    m_group = static_cast<pid_t>(m_process->processId());
+    m_group = programId(*m_process);
     m_watchdog = std::make_unique<GroupWatchdog>(m_group);
 }
 
@@ -98,10 +92,12 @@ void ProgramRun::readOutput()
     const auto self = shared_from_this();
     if (m_completed)
         return;
-    Q_EMIT outputRead(TranscriptStream::StandardOutput, m_process->readAllStandardOutput());
+    Q_EMIT outputRead(TranscriptStream::StandardOutput,
+                      takeOutput(*m_process, TranscriptStream::StandardOutput));
     if (m_completed)
         return;
-    Q_EMIT outputRead(TranscriptStream::StandardError, m_process->readAllStandardError());
+    Q_EMIT outputRead(TranscriptStream::StandardError,
+                      takeOutput(*m_process, TranscriptStream::StandardError));
 }
 
 void ProgramRun::handleError(QProcess::ProcessError error)
@@ -165,6 +161,15 @@ void ProgramRun::handleFinished(int exitCode, QProcess::ExitStatus exitStatus)
     complete(outcome);
 }
 
+std::chrono::milliseconds ProgramRun::graceLeft() const
+{
+    if (m_killTimer->isActive())
+        return m_killTimer->remainingTimeAsDuration();
+    // Its time is up, or has not begun: a listener of the stop has waited for the end.
+    const bool killed = m_killPatience->isActive() || m_unkillable;
+    return killed ? 0ms : killDelay;
+}
+
 void ProgramRun::complete(const ProgramOutcome &outcome)
 {
     if (m_completed)
@@ -174,8 +179,7 @@ void ProgramRun::complete(const ProgramOutcome &outcome)
     m_currentLine.clear();
     if (outcome.kind == ProgramOutcomeKind::Stopped && orphanedSessionExists(m_group)) {
         // The leader is gone, but members that ignore SIGTERM have only what is left of the grace.
-        new SessionReaper(m_group, std::max(m_killTimer->remainingTimeAsDuration(), 0ms),
-                          m_process->parent(), std::move(m_watchdog));
+        new SessionReaper(m_group, graceLeft(), m_process->parent(), std::move(m_watchdog));
     }
     m_watchdog.reset();
     m_process->deleteLater();
@@ -220,7 +224,7 @@ void ProgramRun::requestTermination(Termination termination)
 {
     const bool force = termination == Termination::Forced;
     const int signalNumber = force ? SIGKILL : SIGTERM;
-    const auto leader = static_cast<pid_t>(m_process->processId());
+    const auto leader = programId(*m_process);
     if (leader > 0) {
         const SignalDelivery delivery = signalSession(leader, signalNumber);
         // What is stopped can only clean up when it goes on.
@@ -236,9 +240,9 @@ void ProgramRun::requestTermination(Termination termination)
         return;
     }
     if (force)
-        m_process->kill();
+        killProgram(*m_process);
     else
-        m_process->terminate();
+        terminateProgram(*m_process);
 }
 
 void ProgramRun::abandon()
@@ -248,11 +252,11 @@ void ProgramRun::abandon()
         return;
     if (m_process->state() != QProcess::NotRunning) {
         // QProcess's own destructor would warn and kill the leader only.
-        const auto leader = static_cast<pid_t>(m_process->processId());
+        const auto leader = programId(*m_process);
         // What we are refused, as by a filter of system calls, the watchdog may be allowed.
         if (signalSession(leader, SIGKILL) == SignalDelivery::Failed && m_watchdog)
             m_watchdog->letLoose();
-        m_process->kill();
+        killProgram(*m_process);
         collectOrLetGo(*m_process, !m_unkillable);
     } else if (m_stopRequested) {
         // The leader has just ended, and its last output is being reported.

@@ -102,6 +102,8 @@ private:
     void readOutput();
     void requestTermination(Termination termination);
     void complete(const ProgramOutcome &outcome);
+    /// What members that outlive their leader have left of the time of a stopped program.
+    std::chrono::milliseconds graceLeft() const;
 
     void writePendingInput();
 

@@ -2,6 +2,8 @@
 
 #include "session/programrun.h"
 
+#include "session/programprocess.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -31,7 +33,7 @@ void ProgramRun::writePendingInput()
 
     Q_EMIT inputAccepted(std::exchange(m_currentLine, {}));
     if (m_inputClosed && m_pendingInput.isEmpty() && !m_completed)
-        m_process->closeWriteChannel();
+        closeProgramInput(*m_process);
     if (!m_abandoned)
         Q_EMIT inputStateChanged();
 }
@@ -40,7 +42,7 @@ void ProgramRun::closeInput()
 {
     m_inputClosed = true;
     if (m_pendingInput.isEmpty())
-        m_process->closeWriteChannel();
+        closeProgramInput(*m_process);
     Q_EMIT inputStateChanged();
 }
 

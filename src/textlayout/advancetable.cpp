@@ -113,6 +113,25 @@ bool isAlef(QChar character)
     return std::find(alefs.begin(), alefs.end(), character.unicode()) != alefs.end();
 }
 
+bool runsLeft(std::size_t script)
+{
+    const QChar::Script name = simpleScripts[script].script;
+    return name == QChar::Script_Hebrew || name == QChar::Script_Arabic;
+}
+
+/// Whether the width of a character among others of a script is that between its carets.
+bool canBeKerned(QChar character, std::size_t script)
+{
+    // Digits among letters that run to the left run to the right.
+    return isPredictable(character) && !character.isMark() && character != u'\t'
+           && !(runsLeft(script) && character.isDigit());
+}
+
+quint32 inUnits(qreal pixels)
+{
+    return static_cast<quint32>(std::ceil(pixels * unitsPerPixel));
+}
+
 int lineHeight(qreal ascent, qreal descent, qreal leading)
 {
     return static_cast<int>(std::ceil(ascent + descent + leading));
@@ -165,8 +184,53 @@ const AdvanceTable::Unit &AdvanceTable::unit(char16_t code, std::size_t script) 
         page = std::make_unique<Page>();
     Unit &unit = (*page)[code & 0xFF];
     if (unit.classes == 0)
-        unit = measure(code, script);
+        meet(code, script, &unit);
     return unit;
+}
+
+void AdvanceTable::meet(char16_t code, std::size_t script, Unit *unit) const
+{
+    *unit = measure(code, script);
+    if (!canBeKerned(QChar(code), script))
+        return;
+    if (m_kerned[script].size() < maximumKerned)
+        learnKerning(code, script);
+    else
+        unit->classes |= uncertain;
+}
+
+/// Sets a character and each of those that were there before side by side, and sees how far they
+/// are moved apart.
+void AdvanceTable::learnKerning(char16_t code, std::size_t script) const
+{
+    m_kerned[script] += code;
+    // Between letters, characters without a direction of their own run as these do.
+    const QString frame =
+        script == common ? QString() : QString(QChar(simpleScripts[script].letter));
+    QString text = frame + QChar(code);
+    for (const char16_t other : m_kerned[script]) {
+        text += QChar(other);
+        text += QChar(code);
+        // How letters join depends on both neighbours.
+        if (runsLeft(script))
+            text += QString(QChar(other)) + QChar(code);
+    }
+    text += frame;
+    QTextOption option = m_option;
+    option.setWrapMode(QTextOption::NoWrap);
+    option.setTextDirection(runsLeft(script) ? Qt::RightToLeft : Qt::LeftToRight);
+    QTextLayout layout(text, m_font, m_device);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    qreal x = line.cursorToX(static_cast<int>(frame.size()));
+    for (qsizetype i = frame.size(); i < text.size() - frame.size(); ++i) {
+        const qreal next = line.cursorToX(static_cast<int>(i) + 1);
+        Unit &moved = (*m_tables[script][text[i].unicode() >> 8])[text[i].unicode() & 0xFF];
+        moved.advance = std::max(moved.advance, inUnits(std::abs(next - x)));
+        x = next;
+    }
 }
 
 AdvanceTable::Unit AdvanceTable::measure(char16_t code, std::size_t script) const
@@ -178,7 +242,7 @@ AdvanceTable::Unit AdvanceTable::measure(char16_t code, std::size_t script) cons
     const bool isLetter = findScript(character) == script;
     const QString before = isLetter ? QString() : QString(QChar(simpleScripts[script].letter));
     const qreal width = code == u'\t' ? m_option.tabStopDistance() : widestForm(character, before);
-    Unit unit{.advance = static_cast<quint32>(std::ceil(width * unitsPerPixel)),
+    Unit unit{.advance = inUnits(width),
               .classes = classBits(followsInk() ? measureInk(before + character)
                                                 : measureLine(before + character))};
     // How high a vowel sign stands depends on what it stands on.

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 class QPaintDevice;
@@ -20,7 +21,8 @@ namespace tarn::console {
 
 /// How much room characters take in a line, known without shaping the text: tables with one entry
 /// per UTF-16 code unit, filled as units turn up. The widths are upper bounds (the widest of the
-/// four joining forms of an Arabic letter); ligatures only make a text narrower. Blanks, digits and
+/// four joining forms of an Arabic letter, moved apart by any other character there was so far as
+/// far as kerning does); ligatures only make a text narrower. Blanks, digits and
 /// punctuation have no script of their own and take that of the letters before them (UAX #24,
 /// section 5.1), and often its font; so there is a table for each script.
 class AdvanceTable
@@ -79,10 +81,14 @@ private:
 
     static constexpr std::size_t scriptCount = 7; ///< Latin to Arabic, and none
     static constexpr int maximumClasses = 31;
+    /// Each is tried beside each: more than most texts have, and a few milliseconds.
+    static constexpr std::size_t maximumKerned = 112;
     static constexpr quint32 uncertain = quint32(1) << maximumClasses;
 
     Sum sumOf(QStringView text) const;
     const Unit &unit(char16_t code, std::size_t script) const;
+    void meet(char16_t code, std::size_t script, Unit *unit) const;
+    void learnKerning(char16_t code, std::size_t script) const;
     Unit measure(char16_t code, std::size_t script) const;
     qreal widestForm(QChar character, const QString &before) const;
     LineClass measureLine(const QString &text) const;
@@ -99,6 +105,7 @@ private:
     int m_caretExcess = 0;
     int m_emptyHeight;
     mutable std::array<Table, scriptCount> m_tables;
+    mutable std::array<std::u16string, scriptCount> m_kerned; ///< what is in a table so far
     mutable std::vector<LineClass> m_classes;
     mutable quint32 m_lastClasses = 0;
     mutable int m_lastHeight = 0;

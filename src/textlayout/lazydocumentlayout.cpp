@@ -90,6 +90,15 @@ QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColo
     return textColour ? textColour(block, palette) : palette.color(QPalette::Text);
 }
 
+/// What is to be painted, without the margins beside it: a selected line end reaches into them.
+QRectF clipOf(const QAbstractTextDocumentLayout &layout, const QRectF &clip)
+{
+    const QSizeF size = layout.documentSize();
+    const qreal margin = marginOf(layout.document());
+    const QRectF text(margin, 0, size.width() - 2 * margin, size.height());
+    return clip.isValid() ? text & clip : text;
+}
+
 } // namespace
 
 LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device,
@@ -229,7 +238,7 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
     const auto selections = selectedRanges(block, context.selections);
     noteMoved(block, height);
     const QPointF position(marginOf(document()), topOf(block));
-    paragraph->draw(painter, position, selections, context.clip);
+    paragraph->draw(painter, position, selections, clipOf(*this, context.clip));
     painter->setPen(context.palette.color(QPalette::Text));
     if (block.contains(context.cursorPosition))
         paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
@@ -242,10 +251,7 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
 {
     const BrokenText text = brokenText(block, m_setting);
     const QTextLayout &layout = text.layout;
-    QRectF clip(marginOf(document()), 0, documentSize().width() - 2 * marginOf(document()),
-                documentSize().height());
-    if (context.clip.isValid())
-        clip &= context.clip;
+    const QRectF clip = clipOf(*this, context.clip);
     painter->save();
     const auto selections = selectedRanges(block, context.selections);
     drawLines(painter, text, QPointF(), selections, clip);

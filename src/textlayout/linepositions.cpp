@@ -1,5 +1,8 @@
 #include "textlayout/linepositions.h"
 
+#include <QGlyphRun>
+#include <QList>
+
 #include <algorithm>
 #include <cmath>
 
@@ -46,6 +49,47 @@ int nearestCaret(const QTextLayout &layout, const QTextLine &line, LinePositions
     return nearest;
 }
 
+/// Whether the characters between two positions run from right to left.
+bool runLeftwards(const QTextLine &line, int from, int to)
+{
+    const QList<QGlyphRun> runs = line.glyphRuns(from, to - from);
+    return !runs.isEmpty() && std::all_of(runs.begin(), runs.end(), [](const QGlyphRun &run) {
+        return run.isRightToLeft();
+    });
+}
+
+/// Whether a caret has text on both sides that runs from right to left. At the border of two
+/// directions, it is drawn where the text around it goes on.
+bool isAmongLeftwards(const QTextLayout &layout, const QTextLine &line, int position)
+{
+    const int begin = line.textStart();
+    const int end = begin + line.textLength();
+    const int before = layout.previousCursorPosition(position);
+    const int after = layout.nextCursorPosition(position);
+    return (position == begin || runLeftwards(line, before, position))
+           && (position == end || runLeftwards(line, position, after));
+}
+
+/// The nearest caret around a position, in text that runs from right to left. There, Qt's answer
+/// may be some characters off among those without a script of their own: it looks for them as if
+/// they ran from left to right.
+int nearestLeftwards(const QTextLayout &layout, const QTextLine &line, int position, qreal x)
+{
+    const auto isNearer = [&](int other) {
+        return std::abs(line.cursorToX(other) - x) < std::abs(line.cursorToX(position) - x)
+               && isAmongLeftwards(layout, line, other);
+    };
+    for (int next = layout.nextCursorPosition(position);
+         line.cursorToX(next) < line.cursorToX(position) && isNearer(next);
+         next = layout.nextCursorPosition(position))
+        position = next;
+    for (int before = layout.previousCursorPosition(position);
+         line.cursorToX(before) > line.cursorToX(position) && isNearer(before);
+         before = layout.previousCursorPosition(position))
+        position = before;
+    return position;
+}
+
 } // namespace
 
 int LinePositions::nearest(int position) const
@@ -69,14 +113,20 @@ int positionAt(const QTextLayout &layout, const QTextLine &line, QStringView tex
     const int blanks = trailingBlanks(line, text);
     const qreal hanging = text.isEmpty() ? 0 : hangingWidth(layout, line, blanks);
     const QRectF rect = line.naturalTextRect();
+    const auto answer = [&](qreal asked) {
+        const int found = positions.nearest(line.xToCursor(asked, where));
+        return where == QTextLine::CursorBetweenCharacters
+                   ? positions.nearest(nearestLeftwards(layout, line, found, x))
+                   : found;
+    };
     if (hanging == 0 || x >= rect.right())
-        return positions.nearest(line.xToCursor(x, where));
+        return answer(x);
     if (x <= rect.left())
         return nearestCaret(layout, line, {positions.nearest(blanks), positions.last}, x);
     // The last bit at the right edge is out of reach for Qt then.
     if (x + hanging >= rect.right())
         return nearestCaret(layout, line, positions, x);
-    return positions.nearest(line.xToCursor(x + hanging, where));
+    return answer(x + hanging);
 }
 
 } // namespace tarn::console

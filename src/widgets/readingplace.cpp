@@ -78,7 +78,7 @@ void ReadingPlace::keep(const std::function<void()> &change)
 void ReadingPlace::rearrange(const std::function<void()> &change)
 {
     settleAround(change, m_followsEnd && m_place.atEnd);
-    if (m_isMatchInSight && !m_isSettling)
+    if (m_isMatchInSight && isMatchSelected() && !m_isSettling)
         bringMatchIntoSight();
 }
 
@@ -132,18 +132,42 @@ void ReadingPlace::settle()
         m_place.anchor = anchor();
 }
 
-/// Measures what is in view at the place, or will be. Returns whether that changed a height.
-bool ReadingPlace::measureSight()
+/// Measures what is in view at the place, or will be, and some pixels above and below. Returns
+/// whether that changed a height.
+bool ReadingPlace::measureSight(int beside)
 {
     if (m_layout->isExact() && bar()->maximum() == range().maximum)
         return false;
-    return m_layout->measure([this] {
+    return m_layout->measure([this, beside] {
         const auto top = m_place.atEnd ? std::nullopt : topOf(m_place.anchor.blockNumber);
         const int value = range().valueFor(top, m_place.anchor.offset);
         // With a height that is guessed too low, the place would be below the anchor's block.
-        return LazyDocumentLayout::Sight{std::min(value, top.value_or(value)),
-                                         value + m_view->viewport()->height()};
+        return LazyDocumentLayout::Sight{std::min(value, top.value_or(value)) - beside,
+                                         value + m_view->viewport()->height() + beside};
     });
+}
+
+void ReadingPlace::measurePagesBeside()
+{
+    if (m_isSettling || m_layout->isExact())
+        return;
+    const QScopedValueRollback guard(m_isSettling, true);
+    measureSight(m_view->viewport()->height());
+    settle();
+}
+
+void ReadingPlace::measureAround(int position)
+{
+    if (m_isSettling || m_layout->isExact())
+        return;
+    const QScopedValueRollback guard(m_isSettling, true);
+    m_layout->measure([this, position] {
+        const QTextBlock block = m_view->document()->findBlock(position);
+        const int page = m_view->viewport()->height();
+        const int top = m_layout->topOf(block);
+        return LazyDocumentLayout::Sight{top - page, top + block.lineCount() + page};
+    });
+    settle();
 }
 
 /// Heights that turn out to be others move nothing in view. The layout asks for the painting.
@@ -154,7 +178,11 @@ void ReadingPlace::takeHeights()
         return;
     }
     const QScopedValueRollback guard(m_isSettling, true);
+    const QSize size = m_view->viewport()->size();
     settle();
+    // A scroll bar came or went.
+    if (m_view->viewport()->size() != size && m_isMatchInSight && isMatchSelected())
+        bringMatchIntoSight();
 }
 
 /// What comes into view by scrolling is measured; what was in its place there stays.
@@ -173,41 +201,62 @@ void ReadingPlace::takeScrolling()
     noteMatch();
 }
 
-/// Where the match is; nothing when there is none any more.
-std::optional<ReadingPlace::Rows> ReadingPlace::matchRows() const
+/// Whether there still is one.
+bool ReadingPlace::isMatchSelected() const
 {
-    QTextCursor cursor = m_view->textCursor();
-    if (!cursor.hasSelection() || cursor.selectionStart() != m_matchStart
-        || cursor.selectionEnd() != m_matchEnd)
-        return std::nullopt;
-    const QRect end = m_view->cursorRect(cursor);
+    const QTextCursor cursor = m_view->textCursor();
+    return cursor.hasSelection() && cursor.selectionStart() == m_matchStart
+           && cursor.selectionEnd() == m_matchEnd;
+}
+
+ReadingPlace::Rows ReadingPlace::matchRows() const
+{
+    const QTextCursor match = m_view->textCursor();
+    QTextCursor cursor = match;
+    // The end may be in a paragraph that asking for the start moves.
     cursor.setPosition(m_matchStart);
-    return Rows{.top = std::min(m_view->cursorRect(cursor).top(), end.top()),
-                .bottom = end.bottom() + 1};
+    const QRect start = m_view->cursorRect(cursor);
+    const QRect end = m_view->cursorRect(match);
+    return {.top = std::min(start.top(), end.top()), .bottom = end.bottom() + 1};
 }
 
 void ReadingPlace::noteMatch()
 {
-    const QTextBlock block = m_view->document()->findBlock(m_matchEnd);
+    // A match may hold a line end.
+    const QTextBlock first = m_view->document()->findBlock(m_matchStart);
+    const QTextBlock last = m_view->document()->findBlock(m_matchEnd);
     const int height = m_view->viewport()->height();
     // Asking where a cursor is shapes its block, which takes a while for one that is long.
-    const bool isBlockInSight =
-        block.isValid() && offsetOf(block) < height && offsetOf(block) + block.lineCount() > 0;
-    const auto rows = isBlockInSight ? matchRows() : std::nullopt;
-    m_isMatchInSight = rows && rows->bottom > 0 && rows->top < height;
+    const bool mayBeInSight =
+        isMatchSelected() && offsetOf(first) < height && offsetOf(last) + last.lineCount() > 0;
+    const Rows rows = mayBeInSight ? matchRows() : Rows();
+    m_isMatchInSight = mayBeInSight && rows.bottom > 0 && rows.top < height;
+}
+
+/// Nothing from the top of the viewport to the match moves it any more. It was in sight, so that is
+/// not much.
+void ReadingPlace::measureMatch()
+{
+    m_layout->measure([this] {
+        const int top = bar()->value();
+        const QTextDocument *text = m_view->document();
+        const int matchTop = topOf(text->findBlock(m_matchStart).blockNumber()).value_or(top);
+        const int lastTop = topOf(text->findBlock(m_matchEnd).blockNumber()).value_or(top);
+        return LazyDocumentLayout::Sight{std::min(top, matchTop), lastTop + 1};
+    });
+    settle();
 }
 
 /// Scrolls no further than it has to.
 void ReadingPlace::bringMatchIntoSight()
 {
     const QScopedValueRollback guard(m_isSettling, true);
+    measureMatch();
     constexpr int maximumRounds = 4;
     for (int round = 0; round < maximumRounds; ++round) {
-        const auto rows = matchRows();
-        if (!rows)
-            return;
-        const int below = std::max(0, rows->bottom - m_view->viewport()->height());
-        const int shift = std::min(rows->top, below);
+        const Rows rows = matchRows();
+        const int below = std::max(0, rows.bottom - m_view->viewport()->height());
+        const int shift = std::min(rows.top, below);
         if (shift == 0)
             return;
         bar()->setValue(bar()->value() + shift);

@@ -50,6 +50,12 @@ public:
     /// The same, to a match, which the function selects.
     void visitMatch(const std::function<void()> &scroll);
 
+    /// A page to each side of what is in sight, so that to turn one goes where it should; what is
+    /// in sight stays.
+    void measurePagesBeside();
+    /// The same of what would be in sight around a position of the text.
+    void measureAround(int position);
+
 private:
     struct Place
     {
@@ -72,11 +78,13 @@ private:
 
     void settleAround(const std::function<void()> &change, bool atEnd);
     void settle();
-    bool measureSight();
+    bool measureSight(int beside = 0);
     void takeHeights();
     void takeScrolling();
 
-    std::optional<Rows> matchRows() const;
+    bool isMatchSelected() const;
+    Rows matchRows() const;
+    void measureMatch();
     void noteMatch();
     void bringMatchIntoSight();
 

@@ -197,6 +197,7 @@ TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backw
         cursor.setPosition(static_cast<int>(result.position));
         cursor.setPosition(static_cast<int>(result.position + result.length),
                            QTextCursor::KeepAnchor);
+        m_readingPlace.measureAround(cursor.position());
         m_readingPlace.visitMatch([this, &cursor] {
             setTextCursor(cursor);
             scrollToCursor();
@@ -231,8 +232,10 @@ void TranscriptView::keyPressEvent(QKeyEvent *event)
         return;
     }
     const bool movesCaret = CaretKeys::isCaretKey(*event);
-    if (movesCaret)
+    if (movesCaret) {
         bringCaretIntoSight();
+        m_readingPlace.measurePagesBeside();
+    }
     ConsoleTextEdit::keyPressEvent(event);
     if (movesCaret)
         showEndsAtTheCaret();

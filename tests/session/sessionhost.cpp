@@ -5,7 +5,7 @@
 //
 // With a third argument it reports "completed" and stays when the run has ended; with "stop" it
 // stops the program that says "ready"; with "without-close-range" it is on a kernel that does not
-// have that call, and has forgotten to close a descriptor at an exec.
+// have that call, and has forgotten to close two descriptors at an exec.
 
 #include "session/programsession.h"
 
@@ -55,7 +55,8 @@ int main(int argc, char **argv)
     const bool stops = arguments.value(3) == QStringLiteral("stop");
 
     if (arguments.value(3) == QStringLiteral("without-close-range")
-        && (!forgetCloseRange() || ::dup2(STDOUT_FILENO, 700) < 0))
+        && (!forgetCloseRange() || ::dup2(STDOUT_FILENO, 700) < 0
+            || ::dup2(STDOUT_FILENO, 799) < 0))
         return 69;
 
     ProgramSession session;

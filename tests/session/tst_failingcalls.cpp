@@ -4,6 +4,8 @@
 #include "support/testregistry.h"
 #include "support/watchdogs.h"
 
+#include <QDir>
+#include <QFile>
 #include <QTest>
 
 #include <algorithm>
@@ -18,9 +20,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool refuseKill = false;
+bool refuseGroups = false; ///< signals to groups; what is sent to one process arrives
+bool refuseFork = false;
 bool refuseMoveToThree = false;
 bool refuseStatus = false;
 bool refuseToWait = false;
@@ -38,8 +44,15 @@ int refuse(int error)
 
 extern "C" int kill(pid_t process, int number) noexcept
 {
-    return refuseKill && number != 0 ? refuse(EPERM)
-                                     : static_cast<int>(::syscall(SYS_kill, process, number));
+    const bool refused = refuseKill || (refuseGroups && process < 0);
+    return refused && number != 0 ? refuse(EPERM)
+                                  : static_cast<int>(::syscall(SYS_kill, process, number));
+}
+
+/// The watchdog's way to a process; Qt has another.
+extern "C" pid_t fork() noexcept
+{
+    return refuseFork ? refuse(EAGAIN) : static_cast<pid_t>(::syscall(SYS_fork));
 }
 
 extern "C" int dup2(int from, int to) noexcept
@@ -78,13 +91,20 @@ private Q_SLOTS:
     void cleanup();
 
     void whatMayNotBeKilledIsLeftToTheWatchdog();
+    void aProgramWhoseGroupMayNotBeSignalledIsAskedAlone();
+    void aProgramWhoseGroupMayNotBeSignalledIsKilledAlone();
+    void aProgramWithoutAWatchdogIsKilledAlone();
     void aWatchdogWithoutItsInputKillsNobody();
+    void aWatchdogIgnoresWhatAsksItToEnd();
+    void aProgramRunsWithoutAWatchdogAndLosesNoDescriptor();
     void nobodyWaitsForAStatusThatCannotBeHad();
 };
 
 void TestFailingCalls::cleanup()
 {
     refuseKill = false;
+    refuseGroups = false;
+    refuseFork = false;
     refuseMoveToThree = false;
     refuseStatus = false;
     refuseToWait = false;
@@ -105,6 +125,38 @@ void TestFailingCalls::whatMayNotBeKilledIsLeftToTheWatchdog()
     QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group), QList<pid_t>(), patience);
 }
 
+void TestFailingCalls::aProgramWhoseGroupMayNotBeSignalledIsAskedAlone()
+{
+    SessionRun<> run("handle-term 7 asked\nready\nwait-forever\n");
+    QVERIFY(run.startUntilReady());
+    refuseGroups = true;
+    run.session.stop();
+    QVERIFY(run.waitForOutcome());
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
+    QCOMPARE(run.outcome().exitCode, 7);
+}
+
+void TestFailingCalls::aProgramWhoseGroupMayNotBeSignalledIsKilledAlone()
+{
+    SessionRun<> run("ignore-term\nready\nwait-forever\n");
+    QVERIFY(run.startUntilReady());
+    refuseGroups = true;
+    run.session.stop();
+    QVERIFY(run.waitForOutcome());
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
+    QCOMPARE(run.outcome().exitCode, SIGKILL);
+}
+
+void TestFailingCalls::aProgramWithoutAWatchdogIsKilledAlone()
+{
+    refuseFork = true;
+    auto run = std::make_unique<SessionRun<>>("ignore-term\nready\nwait-forever\n");
+    QVERIFY(run->startUntilReady());
+    refuseGroups = true;
+    run.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);
+}
+
 void TestFailingCalls::aWatchdogWithoutItsInputKillsNobody()
 {
     refuseMoveToThree = true;
@@ -116,6 +168,46 @@ void TestFailingCalls::aWatchdogWithoutItsInputKillsNobody()
     QVERIFY(run.waitForOutcome());
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
     QCOMPARE(run.outcome().exitCode, 3);
+}
+
+void TestFailingCalls::aWatchdogIgnoresWhatAsksItToEnd()
+{
+    SessionRun<> run("ready\nwait-forever\n");
+    QVERIFY(run.startUntilReady());
+    const auto group = static_cast<pid_t>(run.process()->processId());
+    // Before its exec it is a copy of ours, which ignores less.
+    quint64 ignored = 0;
+    const auto ignores = [&ignored](int number) { return (ignored >> (number - 1) & 1) != 0; };
+    const auto look = [&] {
+        const QList<pid_t> watchdogs = livingWatchdogsOf(group);
+        QFile status(u"/proc/%1/status"_s.arg(watchdogs.value(0)));
+        if (watchdogs.size() == 1 && status.open(QIODevice::ReadOnly)) {
+            const QByteArray text = status.readAll();
+            const qsizetype mask = text.indexOf("SigIgn:\t") + 8;
+            ignored = text.mid(mask, 16).toULongLong(nullptr, 16);
+        }
+        return ignores(SIGTERM) && ignores(SIGHUP) && ignores(SIGINT) && ignores(SIGUSR1);
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(look(), patience);
+    QVERIFY(!ignores(SIGCHLD));
+}
+
+void TestFailingCalls::aProgramRunsWithoutAWatchdogAndLosesNoDescriptor()
+{
+    const auto descriptors = [] { return QDir(u"/proc/self/fd"_s).entryList().size(); };
+    QVERIFY(SessionRun<>("exit 0\n").runToEnd());
+    const qsizetype before = descriptors();
+    refuseFork = true;
+    {
+        SessionRun<> run("ready\nread-line\nexit 3\n");
+        QVERIFY(run.startUntilReady());
+        const auto group = static_cast<pid_t>(run.process()->processId());
+        QCOMPARE(livingWatchdogsOf(group), QList<pid_t>());
+        run.session.sendInput("go on");
+        QVERIFY(run.waitForOutcome());
+        QCOMPARE(run.outcome().exitCode, 3);
+    }
+    QTRY_COMPARE(descriptors(), before);
 }
 
 /// Where nothing tells of the end either, because descriptors of processes were not to be had.

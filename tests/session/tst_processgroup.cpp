@@ -1,4 +1,5 @@
 #include "session/processgroup.h"
+#include "session/processsession.h"
 #include "session/sessionreaper.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
@@ -33,6 +34,7 @@ private Q_SLOTS:
     void neverSignalsItselfOrEverybody();
     void aGroupThatIsGoneNeedsNoSignal();
     void signalsALivingGroup();
+    void theSessionOfALivingLeaderIsNoOrphan();
     void theReaperKillsAfterTheGrace();
     void theReaperKillsWhenItIsDestroyed();
 };
@@ -77,6 +79,23 @@ void TestProcessGroup::signalsALivingGroup()
     QVERIFY(run.waitForOutput("asked\n"));
     QVERIFY(run.session.closeInput());
     QVERIFY(run.waitForOutcome());
+}
+
+void TestProcessGroup::theSessionOfALivingLeaderIsNoOrphan()
+{
+    SessionRun run("show-ids\n"
+                   "report-term asked\\n\n"
+                   "ready\n"
+                   "read-line\n");
+    QVERIFY(run.startUntilReady());
+    const pid_t leader = run.report("group"_ba).toInt();
+    QVERIFY(!orphanedSessionExists(leader));
+    signalOrphanedSession(leader, SIGKILL);
+    QCOMPARE(signalSession(leader, SIGTERM), SignalDelivery::Delivered);
+    QVERIFY(run.waitForOutput("asked\n"));
+    QVERIFY(run.session.closeInput());
+    QVERIFY(run.waitForOutcome());
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
 }
 
 void TestProcessGroup::theReaperKillsAfterTheGrace()

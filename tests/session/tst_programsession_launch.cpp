@@ -1,3 +1,4 @@
+#include "session/filename.h"
 #include "session/programsession.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
@@ -8,12 +9,16 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <algorithm>
 #include <csignal>
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -45,6 +50,7 @@ private Q_SLOTS:
 
     void passesExactlyFourArguments_data();
     void passesExactlyFourArguments();
+    void passesNamesThatAreNotUtf8AsTheyAre();
     void makesRelativeInterpretersAbsolute();
     void runsInTheDirectoryOfTheSource();
     void passesTheEnvironmentOn();
@@ -53,6 +59,7 @@ private Q_SLOTS:
     void inheritsNoneOnAnOlderKernelEither();
     void startsWithOrdinarySignals();
     void usesOneSeparateChannelsProcess();
+    void leavesNoDeadChildAndNobodyWhoLooksForOne();
 };
 
 QList<QByteArray> TestProgramSessionLaunch::sortedLines(const QByteArray &text)
@@ -244,6 +251,28 @@ void TestProgramSessionLaunch::passesExactlyFourArguments()
     QCOMPARE(run.reports("argument"_ba), expected);
 }
 
+void TestProgramSessionLaunch::passesNamesThatAreNotUtf8AsTheyAre()
+{
+    const QTemporaryDir place;
+    const QByteArray folder = QFile::encodeName(QDir(place.path()).canonicalPath()) + "/r\xE9p";
+    const QByteArray source = folder + "/caf\xE9.tarn";
+    QCOMPARE(::mkdir(folder.constData(), 0700), 0);
+    const QByteArray script = "show-arguments\nshow-directory\n";
+    const int file = ::open(source.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    QCOMPARE(::write(file, script.constData(), size_t(script.size())), script.size());
+    ::close(file);
+
+    SessionRun run("");
+    QVERIFY(run.session.start({scriptedChild(), FileName::fromBytes(source), u"en"_s}));
+    QVERIFY(run.waitForOutcome());
+    ::unlink(source.constData());
+    ::rmdir(folder.constData());
+
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
+    QCOMPARE(run.reports("argument"_ba).value(1), source);
+    QCOMPARE(run.report("directory"_ba), folder);
+}
+
 void TestProgramSessionLaunch::makesRelativeInterpretersAbsolute()
 {
     SessionRun run("show-arguments\n");
@@ -358,6 +387,18 @@ void TestProgramSessionLaunch::usesOneSeparateChannelsProcess()
     QCOMPARE(run.process()->parent(), &run.session);
     QCOMPARE(run.process()->processChannelMode(), QProcess::SeparateChannels);
     QCOMPARE(run.process()->openMode() & ~QIODevice::Unbuffered, QIODevice::ReadWrite);
+}
+
+void TestProgramSessionLaunch::leavesNoDeadChildAndNobodyWhoLooksForOne()
+{
+    QVERIFY(SessionRun<>("exit 0\n").runToEnd());
+    const auto hasChildren = [] {
+        siginfo_t status{};
+        return ::waitid(P_ALL, 0, &status, WEXITED | WNOHANG | WNOWAIT) == 0;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(!hasChildren(), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(QCoreApplication::instance()->findChildren<QTimer *>().isEmpty(),
+                             patience);
 }
 
 } // namespace tarn::console

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QAbstractTextDocumentLayout>
+#include <QGlyphRun>
+#include <QList>
 #include <QPointF>
 #include <QTextBlock>
 #include <QTextDocument>
@@ -13,8 +15,8 @@
 namespace tarn::console {
 
 /// Hit tests of a document in Qt's own layout, without its errors: in a line of right-to-left text,
-/// it is off by the blanks at the line's end, and at the edges of wrapped lines its answer may be
-/// in the line above or below.
+/// it is off by the blanks at the line's end, and by some characters among dots and the like; at
+/// the edges of wrapped lines its answer may be in the line above or below.
 class MeantHits
 {
 public:
@@ -74,7 +76,39 @@ private:
             answer = line.xToCursor(x + width, accuracy == Qt::ExactHit
                                                    ? QTextLine::CursorOnCharacter
                                                    : QTextLine::CursorBetweenCharacters);
+        answer = std::clamp(answer, line.textStart(), last);
+        if (accuracy == Qt::FuzzyHit)
+            answer = nearestInRun(layout, line, answer, x);
         return std::clamp(answer, line.textStart(), last);
+    }
+
+    /// Whether the character at a position runs from right to left, or is in another line.
+    static bool runsLeft(const QTextLine &line, int position)
+    {
+        const QList<QGlyphRun> runs = line.glyphRuns(position, 1);
+        return position < line.textStart() || position >= line.textStart() + line.textLength()
+               || (!runs.isEmpty() && runs.front().isRightToLeft());
+    }
+
+    /// Qt finds its way about characters without a script of their own, dots say, as if they ran
+    /// from left to right. At the border of two directions, carets are drawn elsewhere.
+    static int nearestInRun(const QTextLayout &layout, const QTextLine &line, int answer, qreal x)
+    {
+        const auto distance = [&](int position) { return std::abs(line.cursorToX(position) - x); };
+        const auto isBetter = [&](int position, int than) {
+            return distance(position) < distance(than) && runsLeft(line, position)
+                   && runsLeft(line, layout.previousCursorPosition(position));
+        };
+        int nearest = answer;
+        for (int next = layout.nextCursorPosition(nearest);
+             line.cursorToX(next) < line.cursorToX(nearest) && isBetter(next, nearest);
+             next = layout.nextCursorPosition(nearest))
+            nearest = next;
+        for (int before = layout.previousCursorPosition(nearest);
+             line.cursorToX(before) > line.cursorToX(nearest) && isBetter(before, nearest);
+             before = layout.previousCursorPosition(nearest))
+            nearest = before;
+        return nearest;
     }
 
     static int trailingBlanks(const QTextBlock &block, const QTextLine &line)

@@ -77,9 +77,16 @@ void RebuiltView::rebuild()
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
 
-    setPlainText(m_transcript->documentText());
+    // A scroll bar that other text needed may make the present one need it.
+    const QString text = m_transcript->documentText();
+    if (text.size() < document()->characterCount() - 1)
+        clear();
+    // One layout of it all is enough.
+    document()->setLayoutEnabled(false);
+    setPlainText(text);
     formatBlocks();
     colourBlocks();
+    document()->setLayoutEnabled(true);
     completeLayout();
 
     QTextCursor cursor(document());
@@ -229,8 +236,6 @@ void RebuiltView::colourBlocks()
         format.setForeground(paragraphColour(m_transcript->paragraphs().at(index), palette()));
         block.layout()->setFormats({{.start = 0, .length = block.length(), .format = format}});
     }
-    // All at once: to lay out every block of its own takes the square of their number.
-    document()->markContentsDirty(0, document()->characterCount());
 }
 
 TranscriptFindResult RebuiltView::findLiteral(const QString &text, bool backward)

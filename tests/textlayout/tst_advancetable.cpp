@@ -2,6 +2,7 @@
 
 #include "support/testregistry.h"
 
+#include <QFontMetricsF>
 #include <QRandomGenerator>
 #include <QTest>
 #include <QTextLayout>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -61,6 +63,9 @@ class TestAdvanceTable : public QObject
 private Q_SLOTS:
     void aCertainLineIsAsHighAndNotWider_data();
     void aCertainLineIsAsHighAndNotWider();
+    void noPairOfCharactersIsWider_data();
+    void noPairOfCharactersIsWider();
+    void whatComesAfterVeryManyOthersIsNotCertain();
     void whatShapesOtherTextIsNotCertain();
     void anEmptyTextIsAsHighAsAnEmptyLine();
     void theWidthGrowsWithTheText();
@@ -108,6 +113,68 @@ void TestAdvanceTable::aCertainLineIsAsHighAndNotWider()
             qPrintable(u"'%1': %2 instead of %3"_s.arg(text).arg(line.height).arg(real.height)));
         QVERIFY2(line.width + line.height >= real.width, qPrintable(text));
     }
+}
+
+void TestAdvanceTable::noPairOfCharactersIsWider_data()
+{
+    QTest::addColumn<QString>("family");
+    QTest::addColumn<QString>("characters");
+    QString ascii;
+    for (char16_t code = u'!'; code <= u'~'; ++code)
+        ascii += QChar(code);
+    QString arabic = u"،؛؟.-()"_s;
+    for (char16_t code = 0x0621; code <= 0x064A; ++code) {
+        if (QChar(code).isLetter())
+            arabic += QChar(code);
+    }
+    const QString scripts[] = {ascii, arabic, u"אבגדהוזחטיכלמנסעפצקרשתםןץףך.,-"_s,
+                               u"ΑΓΔΛΤΥΦΨΩαγδλρτυφψω.,"_s, u"АБГДЖРТУФЬЭЯабгджртуфьэя.,"_s};
+    QStringList families{QFont().family(), u"Noto Sans"_s, u"Noto Sans Arabic"_s,
+                         u"Noto Naskh Arabic"_s, u"DejaVu Serif"_s};
+    families.removeDuplicates();
+    for (const QString &family : std::as_const(families)) {
+        for (const QString &characters : scripts)
+            QTest::addRow("%s, %s", qPrintable(family), qPrintable(characters.left(3)))
+                << family << characters;
+    }
+}
+
+/// However dense they stand: kerning moves some apart.
+void TestAdvanceTable::noPairOfCharactersIsWider()
+{
+    QFETCH(QString, family);
+    QFETCH(QString, characters);
+    const QFont font(family, 11);
+    const AdvanceTable extents(font, nullptr, QTextOption());
+    const QFontMetricsF metrics(font);
+    for (const QChar first : characters) {
+        for (const QChar second : characters) {
+            const QChar pair[] = {first, second};
+            const QString text = QString(pair, 2).repeated(60);
+            const AdvanceTable::Line line = extents.lineOf(text);
+            const qreal real = metrics.horizontalAdvance(text);
+            QVERIFY2(!line.certain || real <= line.width + line.height,
+                     qPrintable(u"'%1': %2, and %3 is drawn"_s.arg(text.left(2))
+                                    .arg(line.width + line.height)
+                                    .arg(real)));
+        }
+    }
+}
+
+/// A program may print all letters there are.
+void TestAdvanceTable::whatComesAfterVeryManyOthersIsNotCertain()
+{
+    const AdvanceTable extents(QFont(u"Noto Sans"_s, 11), nullptr, QTextOption());
+    QString usual;
+    for (char16_t code = u' '; code <= u'~'; ++code)
+        usual += QChar(code);
+    QString others;
+    for (char16_t code = 0x00C0; code < 0x0250; ++code)
+        others += QChar(code);
+    QVERIFY(extents.lineOf(usual).certain);
+    QVERIFY(extents.lineOf(others.left(4)).certain);
+    QVERIFY(!extents.lineOf(others).certain);
+    QVERIFY(extents.lineOf(usual).certain);
 }
 
 void TestAdvanceTable::whatShapesOtherTextIsNotCertain()

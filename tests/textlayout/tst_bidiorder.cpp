@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -92,6 +93,37 @@ QString orderOf(const QTextLine &line, const OrderedText &text)
     return {};
 }
 
+/// The positions of a part of a line, from left to right; blanks at its end are left out.
+QList<int> seenOrder(const QTextLine &line, int start, int length)
+{
+    QList<std::pair<qreal, int>> places;
+    for (int i = 0; i < length; ++i) {
+        if (const auto place = placeOf(line, start + i))
+            places.append({*place, i});
+    }
+    std::stable_sort(places.begin(), places.end(),
+                     [](const auto &a, const auto &b) { return a.first < b.first; });
+    QList<int> order;
+    for (const auto &place : std::as_const(places))
+        order << place.second;
+    return order;
+}
+
+/// The same of a text between others, laid out at once.
+QList<int> orderBetween(const QString &before, const OrderedText &text, const QString &after,
+                        const QFont &font)
+{
+    QTextLayout layout(before + text.text + after, font);
+    QTextOption option;
+    option.setTextDirection(text.rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+    option.setWrapMode(QTextOption::NoWrap);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    const QTextLine line = layout.createLine();
+    layout.endLayout();
+    return seenOrder(line, int(before.size()), int(text.text.size()));
+}
+
 } // namespace
 
 /// The order of what is drawn, by Unicode's own account of it.
@@ -101,10 +133,11 @@ class TestBidiOrder : public QObject
 
 private Q_SLOTS:
     void isThatOfUnicode();
+    void isTheSameAtEachBorderOfALongText();
 
 private:
     static void show(QTextEdit &edit, const QList<OrderedText> &texts);
-    static QString walk(const QTextBlock &block);
+    static QString walk(const QTextBlock &block, int from, int to);
 };
 
 void TestBidiOrder::show(QTextEdit &edit, const QList<OrderedText> &texts)
@@ -126,12 +159,13 @@ void TestBidiOrder::show(QTextEdit &edit, const QList<OrderedText> &texts)
 }
 
 /// Whether the arrow keys visit each place once and in order.
-QString TestBidiOrder::walk(const QTextBlock &block)
+QString TestBidiOrder::walk(const QTextBlock &block, int from, int to)
 {
     QTextCursor cursor(block);
+    cursor.setPosition(block.position() + from);
     const auto onwards =
         block.textDirection() == Qt::RightToLeft ? QTextCursor::Left : QTextCursor::Right;
-    for (int position = 0; position < block.length() - 1;) {
+    for (int position = from; position < to;) {
         const bool isPair = block.text().at(position).isHighSurrogate();
         position += isPair ? 2 : 1;
         cursor.movePosition(onwards);
@@ -162,10 +196,43 @@ void TestBidiOrder::isThatOfUnicode()
             layout->blockBoundingRect(block);
             QCOMPARE(block.layout()->lineCount(), 1);
             QCOMPARE(orderOf(block.layout()->lineAt(0), text), QString());
-            QCOMPARE(walk(block), QString());
+            QCOMPARE(walk(block, 0, block.length() - 1), QString());
             block = block.next();
         }
     }
+}
+
+/// A long text is shaped in pieces, which end after blanks.
+void TestBidiOrder::isTheSameAtEachBorderOfALongText()
+{
+    QTextEdit edit;
+    auto *layout = new LazyDocumentLayout(edit.document(), edit.viewport());
+    edit.document()->setDocumentLayout(layout);
+    edit.setLineWrapMode(QTextEdit::NoWrap);
+    edit.resize(600, 300);
+    edit.show();
+    constexpr qsizetype eachSo = 499;
+    constexpr int pieceLength = 2048;
+    int seen = 0;
+    const QList<OrderedText> texts = orderedTexts();
+    for (qsizetype i = 0; i < texts.size(); i += eachSo) {
+        const OrderedText &text = texts.at(i);
+        const QString word = text.rightToLeft ? u"\u0627 "_s : u"a "_s;
+        const auto expected = orderBetween(word, text, u' ' + word, edit.document()->defaultFont());
+        for (int border = 0; border <= text.text.size() + 1; ++border) {
+            const QString before = word.repeated((pieceLength - border) / 2);
+            show(edit, {{before + text.text + u' ' + word.repeated(100), text.rightToLeft, {}}});
+            const QTextBlock block = edit.document()->firstBlock();
+            layout->blockBoundingRect(block);
+            QVERIFY(!block.layout()->formats().isEmpty());
+            const QTextLine line = block.layout()->lineForTextPosition(int(before.size()));
+            QCOMPARE(seenOrder(line, int(before.size()), int(text.text.size())), expected);
+            const int end = int(before.size() + text.text.size()) + 3;
+            QCOMPARE(walk(block, int(before.size()) - 2, end), QString());
+            ++seen;
+        }
+    }
+    QVERIFY(seen > 500);
 }
 
 } // namespace tarn::console

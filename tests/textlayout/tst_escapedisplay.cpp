@@ -149,6 +149,7 @@ void TestEscapeDisplay::readsFromLeftToRight()
 void TestEscapeDisplay::looksAsIfMarked_data()
 {
     readsFromLeftToRight_data();
+    QTest::newRow("after a backslash") << u"نص \\"_s << byteEscape(0x80) << u" آخر"_s;
 }
 
 void TestEscapeDisplay::looksAsIfMarked()

@@ -1,7 +1,7 @@
 #include "textlayout/blockheight.h"
 #include "textlayout/lazydocumentlayout.h"
 
-#include "support/patience.h"
+#include "support/settling.h"
 #include "support/testregistry.h"
 #include "textlayout/heightshape.h"
 
@@ -45,7 +45,7 @@ public:
     /// Waits until no height is a guess.
     bool settle() const
     {
-        return QTest::qWaitFor([this] { return layout().isExact(); }, patience);
+        return waitWhileBusy(&layout(), [this] { return layout().isExact(); });
     }
 
     int rowHeight() const
@@ -74,6 +74,7 @@ private Q_SLOTS:
     void newGuessesAreAnnouncedBeforeTheSize();
     void onlyWhatMayWrapIsGuessedAtAnotherWidth();
     void anInsertionLeavesTheOtherHeights();
+    void bothEdgesOfTheFirstBlockAreItsOwn();
 };
 
 void TestLazyDocumentLayoutHeights::shortLinesAreSureAtOnce()
@@ -178,6 +179,22 @@ void TestLazyDocumentLayoutHeights::anInsertionLeavesTheOtherHeights()
     QCOMPARE(heightShape(document),
              before.chopped(document.line(1).size()) + u"3*"_s + document.line(1));
     QCOMPARE(sizes.size(), 1);
+}
+
+void TestLazyDocumentLayoutHeights::bothEdgesOfTheFirstBlockAreItsOwn()
+{
+    const LaidOutDocument document(u"short line\nanother"_s);
+    QVERIFY(document.settle());
+    const QRectF rect = document.layout().blockBoundingRect(document.firstBlock());
+    const auto hit = [&document](qreal y) {
+        return document.layout().hitTest(QPointF(20, y), Qt::FuzzyHit);
+    };
+    const int within = hit(rect.center().y());
+    QVERIFY(within > 0 && within < 10);
+    QCOMPARE(hit(rect.top()), within);
+    QCOMPARE(hit(rect.top() - 1), 0);
+    QCOMPARE(document.findBlock(hit(rect.bottom())), document.firstBlock());
+    QCOMPARE(document.findBlock(hit(rect.bottom() + 1)), document.lastBlock());
 }
 
 } // namespace tarn::console

@@ -1,7 +1,7 @@
 #include "textlayout/fontink.h"
 #include "textlayout/lazydocumentlayout.h"
 
-#include "support/patience.h"
+#include "support/settling.h"
 #include "support/testregistry.h"
 
 #include <QFontInfo>
@@ -80,7 +80,7 @@ public:
         setPlainText(lines.join(u'\n'));
         setDocumentLayout(new LazyDocumentLayout(this, nullptr));
         setTextWidth(pageWidth);
-        if (!QTest::qWaitFor([this] { return layout().isExact(); }, patience))
+        if (!waitWhileBusy(&layout(), [this] { return layout().isExact(); }))
             qFatal("heights stay guesses");
     }
 

@@ -102,6 +102,7 @@ private Q_SLOTS:
     void aSelectionOutOfSightChangesNothingInSight();
     void aSelectionCoversItsCharacters_data();
     void aSelectionCoversItsCharacters();
+    void aSelectedLineEndLeavesTheMarginAlone();
     void doubleClicksSelectTheWordThatIsSeen_data();
     void doubleClicksSelectTheWordThatIsSeen();
     void theHeightIsThatOfTheLines_data();
@@ -205,6 +206,24 @@ void TestLongLines::aSelectionCoversItsCharacters()
                                           .arg(painted.right())
                                           .arg(carets.left())
                                           .arg(carets.right())));
+    }
+}
+
+/// Whatever room its last line leaves.
+void TestLongLines::aSelectedLineEndLeavesTheMarginAlone()
+{
+    QTextEdit &edit = m_twins->lazy();
+    const QString text = u"words "_s.repeated(350);
+    for (int more = 0; more < 80; ++more) {
+        edit.setPlainText(text + QString(more, u'.') + u'\n');
+        QVERIFY(m_twins->settle());
+        edit.verticalScrollBar()->setValue(edit.verticalScrollBar()->maximum());
+        const QImage before = picture(edit);
+        edit.selectAll();
+        edit.verticalScrollBar()->setValue(edit.verticalScrollBar()->maximum());
+        const QRect painted = changed(before, picture(edit), 0, before.height());
+        QVERIFY(painted.isValid());
+        QVERIFY(painted.right() < before.width() - edit.document()->documentMargin());
     }
 }
 

@@ -63,6 +63,7 @@ class TestSegmentedParagraph : public QObject
 private Q_SLOTS:
     void aGrowingTextLooksAsInOnePiece_data();
     void aGrowingTextLooksAsInOnePiece();
+    void aNumberKeepsTheOrderThatTheLetterBeforeItGives();
     void aTextThatIsNotAContinuationStartsAnew();
     void anotherSettingStartsAnew();
     void refusesWhatCannotBeSegmented_data();
@@ -104,6 +105,20 @@ void TestSegmentedParagraph::aGrowingTextLooksAsInOnePiece()
         const QString text = all.first(length);
         QVERIFY(paragraph.shape(text, setting(direction)));
         QCOMPARE(difference(paragraph, text, setting(direction)), QString());
+    }
+}
+
+/// After an Arabic letter, 12-34 is drawn with the 12 on the right; at the start of a text, it is
+/// not.
+void TestSegmentedParagraph::aNumberKeepsTheOrderThatTheLetterBeforeItGives()
+{
+    for (int more = 0; more < 12; ++more) {
+        const QString text =
+            u"ا "_s.repeated(more) + u"سطر 12-34 56-78 90-12 34-56 "_s.repeated(120);
+        SegmentedParagraph paragraph;
+        QVERIFY(paragraph.shape(text, setting(Qt::RightToLeft)));
+        QVERIFY(!paragraph.pieces().isEmpty());
+        QCOMPARE(difference(paragraph, text, setting(Qt::RightToLeft)), QString());
     }
 }
 

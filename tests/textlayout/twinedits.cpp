@@ -1,7 +1,7 @@
 #include "textlayout/twinedits.h"
 
 #include "support/meanthit.h"
-#include "support/patience.h"
+#include "support/settling.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -159,7 +159,7 @@ void TwinEdits::cutStockBlocks()
 bool TwinEdits::settle()
 {
     QCoreApplication::processEvents();
-    const auto &layout = static_cast<LazyDocumentLayout &>(layoutOf(lazy()));
+    auto &layout = static_cast<LazyDocumentLayout &>(layoutOf(lazy()));
     cutStockBlocks();
     // Qt's layout misses blocks and never gets to them after several changes in a row.
     QTextDocument *document = stock().document();
@@ -170,7 +170,7 @@ bool TwinEdits::settle()
                && (!m_lazy.window.isVisible()
                    || lazy().verticalScrollBar()->maximum() == expectedMaximum(lazy()));
     };
-    return QTest::qWaitFor(isSettled, patience);
+    return waitWhileBusy(&layout, isSettled);
 }
 
 QString TwinEdits::difference()

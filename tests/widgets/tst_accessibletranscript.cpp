@@ -199,6 +199,7 @@ void TestAccessibleTranscript::neighboursAreTheNearestPieces()
             QCOMPARE(std::pair(start, end), std::pair(expectedStart, expectedEnd));
         } else {
             QCOMPARE(ours()->textAfterOffset(offset, boundary, &start, &end), QString());
+            QCOMPARE(std::pair(start, end), std::pair(length(), length()));
         }
     }
 }

@@ -33,6 +33,7 @@ class TestTranscriptView : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void aCharacterWiderThanTheViewCanBeSeenToItsEnd();
     void isAReadOnlyPlainTextWidget();
     void hasNoMetaObjectOfItsOwn();
     void doesNotRefreshItselfAtConstruction();
@@ -450,6 +451,23 @@ void TestTranscriptView::refreshAloneChangesNothing()
     QCOMPARE(changes.size(), 0);
     QCOMPARE(selections.size(), 0);
     QCOMPARE(shown.view.textCursor().selectedText(), u"bc"_s);
+}
+
+void TestTranscriptView::aCharacterWiderThanTheViewCanBeSeenToItsEnd()
+{
+    ShownView shown(QSize(200, 400));
+    QFont font = shown.view.font();
+    font.setPointSize(250);
+    shown.view.setFont(font);
+    shown.print("W");
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+    QScrollBar *sideways = shown.view.horizontalScrollBar();
+    QTextCursor end(shown.view.document());
+    end.movePosition(QTextCursor::End);
+    QVERIFY(shown.view.cursorRect(end).right() > shown.view.viewport()->width());
+    sideways->setValue(sideways->maximum());
+    QVERIFY(shown.view.cursorRect(end).right() < shown.view.viewport()->width());
 }
 
 } // namespace tarn::console

@@ -1,4 +1,5 @@
 #include "support/testregistry.h"
+#include "textlayout/lazydocumentlayout.h"
 #include "widgets/shownview.h"
 
 #include <QScrollBar>
@@ -55,8 +56,11 @@ class TestTranscriptViewMatch : public QObject
 private Q_SLOTS:
     void matchStaysInSight_data();
     void matchStaysInSight();
+    void lineEndStaysInSight();
+    void lineEndStaysInSightWhileHeightsAreGuessed();
     void followingGoesOnWithNewOutput();
     void readersMatchStaysWithNewOutput();
+    void matchOfTwoLinesComesIntoSightWhole();
     void matchOnTheLastPageStaysInSight();
     void endStaysInSightBesideAMatchThatIsGone_data();
     void endStaysInSightBesideAMatchThatIsGone();
@@ -105,6 +109,47 @@ void TestTranscriptViewMatch::matchStaysInSight()
     make("draft", [&] { shown.draft.setPlainText(u"a long answer "_s.repeated(20)); });
 }
 
+/// What is in sight of it may be in its first line only.
+void TestTranscriptViewMatch::lineEndStaysInSight()
+{
+    SearchedView shown;
+    shown.scrollTo(0);
+    shown.select(500, 500);
+    QVERIFY(shown.find(u"\n"_s));
+    QTextCursor start = shown.view.textCursor();
+    start.setPosition(start.selectionStart());
+    shown.scrollTo(shown.scrollValue() + shown.view.cursorRect(start).top()
+                   - shown.view.viewport()->height() + 4);
+    QVERIFY(shown.view.cursorRect().top() >= shown.view.viewport()->height());
+    shown.setPointSize(20);
+    drain();
+    QVERIFY(shown.isMatchInSight());
+}
+
+/// In words of which a narrow line holds one, where two would have room.
+void TestTranscriptViewMatch::lineEndStaysInSightWhileHeightsAreGuessed()
+{
+    ShownView shown;
+    shown.window.resize(700, 260);
+    drain();
+    const QByteArray line = QByteArray("aaaaaaaaaaaaaaaaaaaaaaaa ").repeated(4) + '\n';
+    shown.print(line.repeated(400));
+    shown.scrollTo(0);
+    shown.select(20'000, 20'000);
+    QVERIFY(shown.view.findLiteral(u"\n"_s, false).found);
+    shown.scrollTo(shown.scrollValue() + shown.view.cursorRect().top());
+    shown.window.resize(330, 260);
+    drain();
+    QTextCursor start = shown.view.textCursor();
+    start.setPosition(start.selectionStart());
+    QCOMPARE(shown.view.cursorRect(start).top(), 0);
+    const auto *layout =
+        qobject_cast<const LazyDocumentLayout *>(shown.view.document()->documentLayout());
+    QTRY_VERIFY(layout->isExact());
+    drain();
+    QCOMPARE(shown.view.cursorRect(start).top(), 0);
+}
+
 void TestTranscriptViewMatch::followingGoesOnWithNewOutput()
 {
     SearchedView shown;
@@ -130,6 +175,23 @@ void TestTranscriptViewMatch::readersMatchStaysWithNewOutput()
     shown.print(numberedLines(1, 50));
     QCOMPARE(shown.scrollValue(), value);
     shown.setPointSize(20);
+    drain();
+    QVERIFY(shown.isMatchInSight());
+}
+
+void TestTranscriptViewMatch::matchOfTwoLinesComesIntoSightWhole()
+{
+    SearchedView shown;
+    QVERIFY(shown.find(u"words wrapping words wrapping words needle and more and more and more"_s));
+    QTextCursor start = shown.view.textCursor();
+    start.setPosition(start.selectionStart());
+    const int firstLine = shown.view.cursorRect(start).bottom() + 1;
+    QVERIFY(shown.view.cursorRect().top() >= firstLine);
+    // Its first line leaves by scrolling, which is the reader's wish; a change brings all of it
+    // back.
+    shown.scrollTo(shown.scrollValue() + firstLine);
+    QVERIFY(!shown.isMatchInSight());
+    shown.draft.setPlainText(u"a long answer "_s.repeated(20));
     drain();
     QVERIFY(shown.isMatchInSight());
 }

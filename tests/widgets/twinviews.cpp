@@ -1,7 +1,7 @@
 #include "widgets/twinviews.h"
 
 #include "support/meanthit.h"
-#include "support/patience.h"
+#include "support/settling.h"
 #include "support/transcripttesting.h"
 #include "textlayout/lazydocumentlayout.h"
 
@@ -12,6 +12,7 @@
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -77,6 +78,28 @@ int meantPosition(const QTextEdit &view, QPoint point)
     return MeantHits(*view.document()).at(point + scrolled, Qt::FuzzyHit);
 }
 
+/// What a mouse event at a position makes of the cursor.
+QTextCursor answerTo(QEvent::Type type, Qt::KeyboardModifiers modifiers, QTextCursor cursor,
+                     int position)
+{
+    const bool isDoubleClick = type == QEvent::MouseButtonDblClick;
+    const bool isClick = type == QEvent::MouseButtonPress && modifiers == Qt::NoModifier;
+    cursor.setPosition(position, isClick || isDoubleClick ? QTextCursor::MoveAnchor
+                                                          : QTextCursor::KeepAnchor);
+    if (isDoubleClick)
+        cursor.select(QTextCursor::WordUnderCursor);
+    return cursor;
+}
+
+/// Changes the cursor, and shows what was shown before.
+void putCursor(QTextEdit &view, const QTextCursor &cursor)
+{
+    const QSignalBlocker nothingIsScrolled(view.verticalScrollBar());
+    const int value = view.verticalScrollBar()->value();
+    view.setTextCursor(cursor);
+    view.verticalScrollBar()->setValue(value);
+}
+
 /// Wrapped text has nothing to scroll sideways but a pixel of rounding; where a view stands in it
 /// is left open.
 void leaveSidewaysAlone(QTextEdit &view)
@@ -91,6 +114,15 @@ QStringList describe(const QTextEdit &edit)
     return {u"cursor %1 to %2"_s.arg(cursor.anchor()).arg(cursor.position()),
             u"viewport %1 x %2"_s.arg(edit.viewport()->width()).arg(edit.viewport()->height()),
             describe(edit.verticalScrollBar()), describe(edit.horizontalScrollBar())};
+}
+
+/// In how many rows two pictures of a size differ.
+int otherRows(const QImage &a, const QImage &b)
+{
+    int rows = 0;
+    for (int y = 0; y < a.height(); ++y)
+        rows += a.copy(0, y, a.width(), 1) == b.copy(0, y, b.width(), 1) ? 0 : 1;
+    return rows;
 }
 
 QString insteadOf(const QString &actual, const QString &expected)
@@ -200,10 +232,7 @@ void TwinViews::sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton butto
         QCoreApplication::sendEvent(view.viewport(), &event);
         if (hit || type == QEvent::MouseButtonRelease)
             return;
-        const bool isClick = type == QEvent::MouseButtonPress && modifiers == Qt::NoModifier;
-        QTextCursor cursor = view.textCursor();
-        cursor.setPosition(meant, isClick ? QTextCursor::MoveAnchor : QTextCursor::KeepAnchor);
-        view.setTextCursor(cursor);
+        putCursor(view, answerTo(type, modifiers, view.textCursor(), meant));
     });
 }
 
@@ -214,6 +243,16 @@ void TwinViews::pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
         // A key shows the caret, although the focus is elsewhere; hide it again.
         QFocusEvent focusOut(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
         QCoreApplication::sendEvent(&view, &focusOut);
+    });
+}
+
+void TwinViews::forgetColumn()
+{
+    both([](Transcript &, QTextEdit &view, QTextEdit &) {
+        QTextCursor cursor = view.textCursor();
+        cursor.setPosition(view.textCursor().anchor());
+        cursor.setPosition(view.textCursor().position(), QTextCursor::KeepAnchor);
+        putCursor(view, cursor);
     });
 }
 
@@ -233,7 +272,7 @@ bool TwinViews::isSettled() const
 
 bool TwinViews::settle()
 {
-    return QTest::qWaitFor([this] { return isSettled(); }, patience);
+    return waitWhileBusy(m_real.view->document()->documentLayout(), [this] { return isSettled(); });
 }
 
 template<typename View>
@@ -268,6 +307,11 @@ QString TwinViews::difference() const
     const QString draft = firstDifference(*m_real.draft->document(), *m_plain.draft->document());
     if (!draft.isEmpty())
         return u"draft: "_s + draft;
+    return differenceInState();
+}
+
+QString TwinViews::differenceInState() const
+{
     const QString state = firstDifference(stateOf(m_real), stateOf(m_plain));
     return state.isEmpty() ? state : state + firstMisplaced(*m_real.view, *m_plain.view);
 }
@@ -275,7 +319,13 @@ QString TwinViews::difference() const
 bool TwinViews::samePixels()
 {
     both([](Transcript &, QTextEdit &view, QTextEdit &) { leaveSidewaysAlone(view); });
-    return m_real.view->viewport()->grab().toImage() == m_plain.view->viewport()->grab().toImage();
+    const QImage real = m_real.view->viewport()->grab().toImage();
+    const QImage plain = m_plain.view->viewport()->grab().toImage();
+    // Where two parts of a long line meet, the selection of the lower one covers what leans into
+    // it, as between paragraphs.
+    constexpr int borders = 2;
+    return real == plain
+           || (m_real.view->textCursor().hasSelection() && otherRows(real, plain) <= borders);
 }
 
 } // namespace tarn::console

@@ -38,6 +38,10 @@ public:
                    Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers);
     void pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
 
+    /// Up and Down look for the column where the cursor was when it was put there: in a smaller
+    /// font, or, where Qt asked later, in the present one. From now on, the latter.
+    void forgetColumn();
+
     /// Lets timers and posted events have their turn.
     static void drain();
 
@@ -49,6 +53,8 @@ public:
     /// The first thing in which the real view differs from the plain one, as "this instead of
     /// that"; an empty text when they are the same.
     QString difference() const;
+    /// The same, without the documents.
+    QString differenceInState() const;
     bool samePixels();
 
     const Transcript &transcript() const { return m_real.transcript; }

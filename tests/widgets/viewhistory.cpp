@@ -61,6 +61,28 @@ const char *const progress[] = {
     "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D 1, ",               // Hebrew
 };
 
+bool isUnusual(QChar character)
+{
+    return character > u'~';
+}
+
+bool hasUnusual(const QString &text)
+{
+    return std::any_of(text.begin(), text.end(), isUnusual);
+}
+
+/// How much of a text there is at most without a letter or an unusual character.
+qsizetype longestWithoutLetters(const QString &text)
+{
+    qsizetype longest = 0;
+    qsizetype length = 0;
+    for (const QChar character : text) {
+        length = character.isLetter() || isUnusual(character) ? 0 : length + 1;
+        longest = std::max(longest, length);
+    }
+    return longest;
+}
+
 const char *const searched[] = {"word", "x", "\xD9\x85\xD8\xB1", "\n", "\xE2\x80\xA9", "no such"};
 
 const Qt::Key keys[] = {Qt::Key_Left, Qt::Key_Right, Qt::Key_Up,       Qt::Key_Down,
@@ -145,9 +167,6 @@ TranscriptStream ViewHistory::anyStream()
 bool ViewHistory::needsWordBefore(const QByteArray &bytes) const
 {
     constexpr qsizetype longWord = 300;
-    const auto isUnusual = [](const auto &text) {
-        return std::any_of(text.begin(), text.end(), [](auto unit) { return QChar(unit) > u'~'; });
-    };
     const QList<TranscriptParagraph> &paragraphs = m_views.transcript().paragraphs();
     // Each stream may have an open one, with lines of the other after it.
     constexpr qsizetype last = 200;
@@ -155,10 +174,26 @@ bool ViewHistory::needsWordBefore(const QByteArray &bytes) const
         const QString text = paragraph.text.trimmed();
         const QString word = text.sliced(text.lastIndexOf(u' ') + 1);
         if (word.size() + bytes.size() > longWord
-            && (isUnusual(word) || isUnusual(QString::fromUtf8(bytes))))
+            && (hasUnusual(word) || hasUnusual(QString::fromUtf8(bytes))))
             return true;
     }
     return false;
+}
+
+/// Qt makes all of a line of one script, up to 4,096 characters, as high as the highest character
+/// in it, the real view up to 2,048: dots beside a letter that another font draws. There are no
+/// such letters far from their line's dots.
+bool ViewHistory::needsLineBefore(const QByteArray &bytes) const
+{
+    constexpr qsizetype longLine = 2048;
+    constexpr qsizetype manyDots = 1024;
+    const QString added = QString::fromUtf8(bytes);
+    const auto &paragraphs = m_views.transcript().paragraphs();
+    const auto last = paragraphs.last(std::min<qsizetype>(200, paragraphs.size()));
+    return std::any_of(last.begin(), last.end(), [&added](const TranscriptParagraph &paragraph) {
+        const QString text = paragraph.text + added;
+        return text.size() > longLine && hasUnusual(text) && longestWithoutLetters(text) > manyDots;
+    });
 }
 
 void ViewHistory::append(QByteArray bytes)
@@ -166,6 +201,8 @@ void ViewHistory::append(QByteArray bytes)
     const TranscriptStream stream = anyStream();
     if (needsWordBefore(bytes))
         bytes.prepend(" x ");
+    if (needsLineBefore(bytes))
+        bytes.prepend("\n");
     m_views.both(
         [&](Transcript &transcript, auto &, auto &) { transcript.appendStream(stream, bytes); });
     m_stale = true;
@@ -416,6 +453,7 @@ void ViewHistory::scroll()
 void ViewHistory::resize()
 {
     m_views.resize(QSize(between(200, 600), between(120, 420)));
+    m_views.forgetColumn();
 }
 
 void ViewHistory::changeFont()
@@ -427,6 +465,7 @@ void ViewHistory::changeFont()
     if (plainInk(font, m_views.real().viewport()))
         return;
     m_views.both([&](auto &, QTextEdit &view, auto &) { view.setFont(font); });
+    m_views.forgetColumn();
 }
 
 void ViewHistory::find()

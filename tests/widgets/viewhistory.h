@@ -28,6 +28,7 @@ private:
     QPoint anyPoint();
     int anyPosition();
     bool needsWordBefore(const QByteArray &bytes) const;
+    bool needsLineBefore(const QByteArray &bytes) const;
     void append(QByteArray bytes);
     void press(QPoint point, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void move(QPoint point);

@@ -87,6 +87,7 @@ private Q_SLOTS:
     void programThatCannotBeExecuted();
     void limitReachedByOutput();
     void limitReachedByAnEcho();
+    void limitsAtTheEndAreNotedInTheOrderOfTheStreams();
     void stopAfterALimitIsForgottenByTheNextRun();
     void writtenLineIsEchoed();
     void newsOfOtherRunsIsDropped();
@@ -179,6 +180,26 @@ void TestRunController::limitReachedByAnEcho()
                           u"controls"_s, u"transcript"_s}));
     QVERIFY(run.waitForEnd());
     QCOMPARE(run.statuses().last(), u"status: Program stopped by user"_s);
+}
+
+void TestRunController::limitsAtTheEndAreNotedInTheOrderOfTheStreams()
+{
+    // Only the end tells that the line of one is too long, and shows the half character of the
+    // other, for which there is no room.
+    TranscriptLimits limits = roomyLimits;
+    limits.maxParagraphBytes = 8;
+    limits.maxPendingUpdateBytes = 10;
+    ControlledRun run("print 12345678\\r\nerror \\xC3\nexit 0", limits);
+    run.start();
+    QVERIFY(run.waitForEnd());
+
+    QStringList notices;
+    for (const TranscriptRecord &record : run.transcript.records()) {
+        if (record.kind == TranscriptRecordKind::LimitNotice)
+            notices.append(record.detail);
+    }
+    QCOMPARE(notices, QStringList({u"paragraph-length limit"_s, u"pending-update limit"_s}));
+    QCOMPARE(run.statuses().last(), u"status: Returned status 0"_s);
 }
 
 void TestRunController::stopAfterALimitIsForgottenByTheNextRun()

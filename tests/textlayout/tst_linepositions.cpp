@@ -1,0 +1,88 @@
+#include "textlayout/linepositions.h"
+
+#include "support/testregistry.h"
+
+#include <QFont>
+#include <QTest>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace tarn::console {
+
+namespace {
+
+/// A text that runs from right to left, in lines of a width.
+std::unique_ptr<QTextLayout> brokenText(const QString &text, qreal width)
+{
+    auto layout = std::make_unique<QTextLayout>(text, QFont(u"Noto Sans"_s, 12));
+    QTextOption option(Qt::AlignRight | Qt::AlignAbsolute);
+    option.setTextDirection(Qt::RightToLeft);
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout->setTextOption(option);
+    layout->beginLayout();
+    for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine())
+        line.setLineWidth(width);
+    layout->endLayout();
+    return layout;
+}
+
+} // namespace
+
+/// Where a caret is put by a click into a line.
+class TestLinePositions : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aClickFindsTheNearestCaret_data();
+    void aClickFindsTheNearestCaret();
+};
+
+void TestLinePositions::aClickFindsTheNearestCaret_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("a spinner") << u"[\\|/-] "_s.repeated(12);
+    QTest::newRow("dots") << u"...-->"_s.repeated(12);
+    QTest::newRow("wide and narrow") << u"@.|@@''@ |||@ %.%.' "_s.repeated(4);
+    QTest::newRow("Arabic") << u"مرحبا بالعالم في سطر طويل "_s.repeated(3);
+    QTest::newRow("Hebrew") << u"שלום עולם, (שורה) ארוכה! "_s.repeated(3);
+}
+
+void TestLinePositions::aClickFindsTheNearestCaret()
+{
+    QFETCH(QString, text);
+    const auto layout = brokenText(text, 150);
+    for (int i = 0; i < layout->lineCount(); ++i) {
+        const QTextLine line = layout->lineAt(i);
+        const auto content = QStringView(text).sliced(line.textStart(), line.textLength());
+        const LinePositions positions = positionsIn(*layout, line);
+        for (qreal x = -10; x < 160; x += 0.5) {
+            const int found =
+                positionAt(*layout, line, content, x, QTextLine::CursorBetweenCharacters);
+            qreal nearest = 1000;
+            for (int position = positions.first; position <= positions.last;
+                 position = layout->nextCursorPosition(position)) {
+                nearest = std::min(nearest, std::abs(line.cursorToX(position) - x));
+                if (position == text.size())
+                    break;
+            }
+            const qreal off = std::abs(line.cursorToX(found) - x) - nearest;
+            QVERIFY2(
+                off < 0.1,
+                qPrintable(
+                    u"at %1 in line %2: %3, %4 too far away"_s.arg(x).arg(i).arg(found).arg(off)));
+        }
+    }
+}
+
+} // namespace tarn::console
+
+TARN_TEST(QTEST_MAIN(tarn::console::TestLinePositions))
+
+#include "tst_linepositions.moc"
