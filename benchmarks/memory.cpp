@@ -52,7 +52,22 @@ void printPeaks(const QString &fileName)
     std::printf("%f %f\n", empty, peakMemory());
 }
 
-/// Runs this program again as one of the two subjects.
+/// The model alone, which keeps a record of every byte.
+void printPeaksOfBytes()
+{
+    const QByteArray line = asciiLine(0);
+    Transcript transcript(consoleLimits);
+    const double empty = peakMemory();
+    for (qint64 i = 0; i < consoleLimits.maxRetainedBytes; ++i) {
+        transcript.appendStream(TranscriptStream::StandardOutput,
+                                QByteArrayView(line).sliced(i % line.size(), 1));
+        if (i % sliceBytes == 0)
+            transcript.acknowledgePendingUpdates();
+    }
+    std::printf("%f %f\n", empty, peakMemory());
+}
+
+/// Runs this program again as one of the subjects.
 Peaks measureSubject(const QString &subject, const QString &textFile)
 {
     const std::vector<double> peaks = runAgain({subject, textFile});
@@ -83,6 +98,11 @@ int compare(const Options &options)
                    u"MB"_s);
     report.compare(u"growth over an empty view, against QPlainTextEdit"_s, ours.growth(),
                    theirs.growth(), 2.5, u"MB"_s);
+    constexpr double bytes = 1024 * kilobytesPerMegabyte;
+    report.limit(u"memory above an empty view, for each line of 80"_s,
+                 ours.growth() * bytes / double(lineCount), 550, u"B"_s);
+    report.limit(u"8 MiB written byte by byte"_s, measureSubject(u"bytes"_s, {}).growth(), 400,
+                 u"MB"_s);
     return report.finish(options.jsonFile);
 }
 
@@ -98,6 +118,10 @@ int main(int argc, char **argv)
     }
     if (arguments.value(1) == "theirs"_L1) {
         printPeaks<PlainTextSubject>(arguments.value(2));
+        return 0;
+    }
+    if (arguments.value(1) == "bytes"_L1) {
+        printPeaksOfBytes();
         return 0;
     }
     return compare(parseOptions(u"Compares peak memory with that of a QPlainTextEdit."_s, 3));

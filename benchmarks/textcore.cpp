@@ -3,6 +3,7 @@
 // of the same slices, split at line ends into a list. A figure is the ratio of the two medians; a
 // bar says how large it may get. Exit code 1 says that a bar was missed.
 
+#include "measuring.h"
 #include "transcript/transcript.h"
 
 #include <QByteArray>
@@ -12,21 +13,15 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <memory>
-#include <vector>
 
 #include <malloc.h>
 
-using namespace Qt::StringLiterals;
+using namespace tarn::benchmark;
 using namespace tarn::console;
 
 namespace {
-
-using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr qsizetype kilobyte = 1 << 10;
 constexpr qsizetype megabyte = 1 << 20;
@@ -118,39 +113,6 @@ Milliseconds timeBaseline(const QByteArray &input, qsizetype sliceSize)
     });
 }
 
-Milliseconds median(std::vector<Milliseconds> times)
-{
-    const auto middle = times.begin() + qsizetype(times.size() / 2);
-    std::nth_element(times.begin(), middle, times.end());
-    return *middle;
-}
-
-struct Medians
-{
-    Milliseconds first;
-    Milliseconds second;
-};
-
-/// Runs the two in turns, so that a busy machine slows both.
-template<typename First, typename Second>
-Medians alternate(int repetitions, First first, Second second)
-{
-    std::vector<Milliseconds> firstTimes;
-    std::vector<Milliseconds> secondTimes;
-    for (int i = 0; i < repetitions; ++i) {
-        firstTimes.push_back(first());
-        secondTimes.push_back(second());
-    }
-    return {median(firstTimes), median(secondTimes)};
-}
-
-bool isMet(double figure, double bar)
-{
-    std::printf("%6.2f %6.1f  %s\n", figure, bar, figure <= bar ? "met" : "missed");
-    std::fflush(stdout);
-    return figure <= bar;
-}
-
 using MakeInput = QByteArray (*)(qsizetype size);
 
 struct Case
@@ -166,28 +128,35 @@ constexpr Case cases[] = {
     {"ASCII, lines of 65536", longLines, 4},
 };
 
-bool compareWithBaseline(const Case &benchmark, qsizetype sliceSize, int repetitions)
+QString rowOf(const Case &benchmark, qsizetype sliceSize)
+{
+    const QString slice =
+        sliceSize >= kilobyte ? u"%1 KiB"_s.arg(sliceSize / kilobyte) : u"%1 B"_s.arg(sliceSize);
+    return u"%1, slices of %2"_s.arg(QLatin1StringView(benchmark.name), slice);
+}
+
+void compareWithBaseline(Report &report, const Case &benchmark, qsizetype sliceSize,
+                         int repetitions)
 {
     const QByteArray input = benchmark.makeInput(8 * megabyte);
-    const Medians times = alternate(
+    const auto times = alternate(
         repetitions, [&] { return timeTranscript(input, sliceSize); },
         [&] { return timeBaseline(input, sliceSize); });
-    std::printf("%-22s %6lld %10.1f %10.1f ", benchmark.name, qlonglong(sliceSize),
-                times.first.count(), times.second.count());
-    return isMet(times.first / times.second, benchmark.bar);
+    report.compare(rowOf(benchmark, sliceSize) + u", against QString::fromUtf8"_s,
+                   median(times.first), median(times.second), benchmark.bar);
 }
 
 /// Four times the input may take at most five and a half times as long.
-bool compareSizes(const Case &benchmark, qsizetype sliceSize, qsizetype size, int repetitions)
+void compareSizes(Report &report, const Case &benchmark, qsizetype sliceSize, qsizetype size,
+                  int repetitions)
 {
     const QByteArray input = benchmark.makeInput(4 * size);
     const QByteArray quarter = benchmark.makeInput(size);
-    const Medians times = alternate(
+    const auto times = alternate(
         repetitions, [&] { return timeTranscript(input, sliceSize); },
         [&] { return timeTranscript(quarter, sliceSize); });
-    std::printf("%-22s %6lld %10.1f %10.1f ", benchmark.name, qlonglong(sliceSize),
-                times.first.count(), times.second.count());
-    return isMet(times.first / times.second, 5.5);
+    report.compare(rowOf(benchmark, sliceSize) + u", against a quarter"_s, median(times.first),
+                   median(times.second), 5.5);
 }
 
 size_t allocatedBytes()
@@ -196,51 +165,38 @@ size_t allocatedBytes()
     return state.uordblks + state.hblkhd;
 }
 
-void printMemory(const Case &benchmark, qsizetype sliceSize, qsizetype size)
+void noteMemory(Report &report, const Case &benchmark, qsizetype sliceSize, qsizetype size)
 {
     const QByteArray input = benchmark.makeInput(size);
     const size_t before = allocatedBytes();
     const auto transcript = std::make_unique<Transcript>(limits());
     fill(*transcript, input, sliceSize);
     const double bytes = double(allocatedBytes() - before);
-    std::printf("%-22s %6lld %10.1f %10.1f %10.0f %12.0f\n", benchmark.name, qlonglong(sliceSize),
-                bytes / megabyte, bytes / double(input.size()),
-                bytes / double(transcript->paragraphs().size()),
-                bytes / double(transcript->records().size()));
-}
-
-bool runAll(int repetitions)
-{
-    bool met = true;
-    std::printf("%-22s %6s %10s %10s %6s %6s\n", "8 MB of output", "slice", "ms", "baseline",
-                "ratio", "bar");
-    for (const qsizetype sliceSize : {64 * kilobyte, 4 * kilobyte}) {
-        for (const Case &benchmark : cases)
-            met &= compareWithBaseline(benchmark, sliceSize, repetitions);
-    }
-    std::printf("\n%-22s %6s %10s %10s %6s %6s\n", "four times the output", "slice", "ms",
-                "a quarter", "ratio", "bar");
-    for (const Case &benchmark : cases) {
-        met &= compareSizes(benchmark, 64 * kilobyte, 2 * megabyte, repetitions);
-        met &= compareSizes(benchmark, 1, 256 * kilobyte, repetitions);
-    }
-    std::printf("\n%-22s %6s %10s %10s %10s %12s\n", "memory of the model", "slice", "MB",
-                "per byte", "/paragraph", "/record");
-    for (const Case &benchmark : cases) {
-        printMemory(benchmark, 64 * kilobyte, 8'100'000);
-        printMemory(benchmark, 1, 256 * kilobyte);
-    }
-    return met;
+    const QString row = rowOf(benchmark, sliceSize) + u", memory "_s;
+    report.note(row + u"of a byte"_s, bytes / double(input.size()), u"B"_s);
+    report.note(row + u"of a paragraph"_s, bytes / double(transcript->paragraphs().size()), u"B"_s);
+    report.note(row + u"of a record"_s, bytes / double(transcript->packedRecords().size()), u"B"_s);
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const int repetitions = argc > 1 ? std::atoi(argv[1]) : 9;
-    if (repetitions < 1) {
-        std::puts("Usage: bench-textcore [REPETITIONS]   default: 9");
-        return 2;
+    QCoreApplication application(argc, argv);
+    const Options options =
+        parseOptions(u"Measures how fast output becomes paragraphs, and what these take."_s, 9);
+    Report report(u"textcore: 8 MB of output"_s);
+    for (const qsizetype sliceSize : {64 * kilobyte, 4 * kilobyte}) {
+        for (const Case &benchmark : cases)
+            compareWithBaseline(report, benchmark, sliceSize, options.repetitions);
     }
-    return runAll(repetitions) ? 0 : 1;
+    for (const Case &benchmark : cases) {
+        compareSizes(report, benchmark, 64 * kilobyte, 2 * megabyte, options.repetitions);
+        compareSizes(report, benchmark, 1, 256 * kilobyte, options.repetitions);
+    }
+    for (const Case &benchmark : cases) {
+        noteMemory(report, benchmark, 64 * kilobyte, 8'100'000);
+        noteMemory(report, benchmark, 1, 256 * kilobyte);
+    }
+    return report.finish(options.jsonFile);
 }

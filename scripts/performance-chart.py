@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Draws docs/performance.svg from what the benchmark "refreshcost" has measured."""
+"""Draws docs/performance.svg from what the benchmark "refreshcost" has measured, and docs/latency.svg
+from what "latency" has."""
 
 import argparse
 import json
@@ -19,6 +20,16 @@ WAYS = (("full rebuild", "write everything again", "rebuild"),
         ("stock layout", "append, Qt’s stock layout", "stock"),
         ("ours", "append, lazy layout", "ours"))
 
+# Of the picture of latencies.
+LATENCY_HEIGHT = 300
+LATENCY_LEFT, LATENCY_WIDTH = 250, 430
+LATENCIES = (0.5, 100)  # in milliseconds, the ends of the x axis
+FRAME = 16.7            # of a screen with 60 pictures a second
+SITUATIONS = ("idle", "with 100,000 lines", "while another stream floods")
+# Name in the measurement, in the picture, and its class.
+EVENTS = (("from a program's write to the pixel", "A line of output", "ours"),
+          ("from a key to the pixel", "A key in the program input", "stock"))
+
 STYLE = """
 text { font: 12px system-ui, sans-serif; fill: #52514e }
 .title { font-size: 15px; font-weight: 600; fill: #0b0b0b }
@@ -32,6 +43,7 @@ text { font: 12px system-ui, sans-serif; fill: #52514e }
 .stock { stroke: #1baf7a } .dot.stock { fill: #1baf7a }
 .ours { stroke: #2a78d6 } .dot.ours { fill: #2a78d6 }
 .dot.rebuild, .dot.stock, .dot.ours { stroke: #fcfcfb }
+.frame { stroke: #eb6834; stroke-width: 1.5; stroke-dasharray: 4 3 }
 @media (prefers-color-scheme: dark) {
   text { fill: #c3c2b7 }
   .title, .panel { fill: #ffffff }
@@ -139,18 +151,65 @@ def chart(figures):
                       'already there">', f"<style>{STYLE}</style>", *parts, "</svg>", ""])
 
 
+def latency_x(milliseconds):
+    return LATENCY_LEFT + share(milliseconds, LATENCIES) * LATENCY_WIDTH
+
+
+def latency_row(y, situation, kind, median, worst):
+    """A line from the median, a dot, to what 99 of 100 do not exceed, another dot."""
+    left, right = latency_x(median), latency_x(worst)
+    dots = "".join(f'<circle cx="{x:.1f}" cy="{y}" r="4.5" class="dot {kind}"><title>{what}: '
+                   f"{duration(value)}</title></circle>"
+                   for x, value, what in ((left, median, "half of them"),
+                                          (right, worst, "99 of 100")))
+    return [text(LATENCY_LEFT - 14, y + 4, situation, "end"),
+            line(left, y, right, y, f"line {kind}"), dots,
+            text(right + 10, y + 4, f"{duration(median)} … {duration(worst)}")]
+
+
+def latency_chart(figures):
+    values = {figure["name"]: figure["value"] for figure in figures}
+    top, bottom = 60, LATENCY_HEIGHT - 46
+    parts = [f'<rect width="{WIDTH}" height="{LATENCY_HEIGHT}" rx="6" class="surface"/>',
+             text(62, 26, "From a write or a key to the screen: half of them … 99 of 100",
+                  kind="title")]
+    for milliseconds in (0.5, 1, 2, 5, 10, 20, 50, 100):
+        x = latency_x(milliseconds)
+        parts.append(line(x, top, x, bottom, "grid"))
+        parts.append(text(x, bottom + 18, duration(milliseconds), "middle"))
+    parts.append(line(latency_x(FRAME), top - 6, latency_x(FRAME), bottom, "frame"))
+    parts.append(text(latency_x(FRAME), bottom + 36, "one picture of a screen at 60 Hz", "middle"))
+    y = top + 12
+    for name, heading, kind in EVENTS:
+        parts.append(text(62, y + 4, heading, kind="panel"))
+        for situation in SITUATIONS:
+            y += 24
+            parts += latency_row(y, situation, kind, values[f"{name}, {situation}, median"],
+                                 values[f"{name}, {situation}, 99 of 100"])
+        y += 26
+    return "\n".join([f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} '
+                      f'{LATENCY_HEIGHT}" width="{WIDTH}" height="{LATENCY_HEIGHT}" role="img" '
+                      'aria-label="Time from a write or a key to the screen">',
+                      f"<style>{STYLE}</style>", *parts, "</svg>", ""])
+
+
 def main():
     root = pathlib.Path(__file__).resolve().parent.parent
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("results", nargs="?", type=pathlib.Path,
-                        default=root / "build/benchmark/results/refreshcost.json",
-                        help="what the benchmark has written (default: %(default)s)")
-    parser.add_argument("picture", nargs="?", type=pathlib.Path,
-                        default=root / "docs/performance.svg",
-                        help="the picture to write (default: %(default)s)")
+                        default=root / "build/benchmark/results",
+                        help="where the benchmarks have written (default: %(default)s)")
+    parser.add_argument("pictures", nargs="?", type=pathlib.Path, default=root / "docs",
+                        help="where the pictures are written (default: %(default)s)")
     arguments = parser.parse_args()
-    figures = json.loads(arguments.results.read_text(encoding="utf-8"))["figures"]
-    arguments.picture.write_text(chart(figures), encoding="utf-8")
+    for benchmark, picture, draw in (("refreshcost", "performance", chart),
+                                     ("latency", "latency", latency_chart)):
+        results = arguments.results / f"{benchmark}.json"
+        if results.exists():
+            figures = json.loads(results.read_text(encoding="utf-8"))["figures"]
+            (arguments.pictures / f"{picture}.svg").write_text(draw(figures), encoding="utf-8")
+        else:
+            print(f"Not measured yet: {benchmark}")
 
 
 if __name__ == "__main__":

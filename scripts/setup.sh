@@ -69,7 +69,7 @@ packages_of() {
         printf '%s\n' qt6ct
         ;;
     benchmark) # Watching windows from outside, and the terminals to compare with.
-        printf '%s\n' konsole libxcb-damage0-dev libxcb1-dev xterm
+        printf '%s\n' konsole libxcb-damage0-dev libxcb-xtest0-dev libxcb1-dev xterm
         ;;
     mutants) # Planting faults: how the sources are read.
         printf '%s\n' python3 python3-clang util-linux

@@ -3,6 +3,7 @@
 #include "app/qtremarks.h"
 #include "app/terminationsignals.h"
 #include "session/filename.h"
+#include "window/caretrest.h"
 #include "window/consolewindow.h"
 
 #include <QApplication>
@@ -12,6 +13,7 @@
 #include <cstdlib>
 
 using namespace Qt::StringLiterals;
+using tarn::console::CaretRest;
 using tarn::console::CommandLine;
 using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
@@ -35,6 +37,7 @@ int runWindow(const ConsoleStartupOptions &options)
 {
     ConsoleWindow window(options);
     window.show();
+    const CaretRest caretRest;
     const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
     return QApplication::exec();
 }

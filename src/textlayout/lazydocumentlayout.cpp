@@ -102,9 +102,9 @@ QRectF clipOf(const QAbstractTextDocumentLayout &layout, const QRectF &clip)
 } // namespace
 
 LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device,
-                                       TextColour textColour)
+                                       TextColour textColour, KnownText knownText)
     : QAbstractTextDocumentLayout(document)
-    , m_textColour(std::move(textColour))
+    , m_texts{.colour = std::move(textColour), .known = std::move(knownText)}
     , m_shaper(document)
 {
     setPaintDevice(device);
@@ -217,7 +217,7 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             break;
-        painter->setPen(colourOf(block, context.palette, m_textColour));
+        painter->setPen(colourOf(block, context.palette, m_texts.colour));
         if (drawSegments(painter, context, block))
             continue;
         shapeOnDemand(block);

@@ -18,6 +18,10 @@ struct BlockHeight;
 /// for what is painted.
 using TextColour = std::function<QColor(const QTextBlock &block, const QPalette &palette)>;
 
+/// The text of a block where somebody has it at hand, null otherwise: to take it out of the
+/// document costs more than to measure it.
+using KnownText = std::function<QString(const QTextBlock &block)>;
+
 /// Lays out a plain-text document, and shapes a block only when somebody looks at it. The heights
 /// of all others come from the AdvanceTable: exact where a block surely stays on one line, guessed
 /// where it may wrap, and guesses are measured in the idle time after a change. Each block keeps
@@ -42,8 +46,9 @@ class LazyDocumentLayout : public QAbstractTextDocumentLayout
 public:
     /// The document is to get the layout by QTextDocument::setDocumentLayout(), which takes
     /// ownership. The paint device is what the document is shown on. Without a colour, all texts
-    /// have the palette's.
-    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device, TextColour textColour = {});
+    /// have the palette's. The known text is asked for when heights are estimated.
+    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device, TextColour textColour = {},
+                       KnownText knownText = {});
     ~LazyDocumentLayout() override;
 
     /// What somebody sees or is about to see: y coordinates of the document.
@@ -101,6 +106,13 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
+    /// What whoever writes the texts knows of them; each null when nobody does.
+    struct Texts
+    {
+        TextColour colour; ///< null for the palette's
+        KnownText known;
+    };
+
     bool isLaidOut() const;
     int topMargin() const;
     qreal lineWidth() const;
@@ -124,8 +136,8 @@ private:
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
 
     TextSetting m_setting;
-    TextColour m_textColour; ///< null for the palette's
-    qreal m_pageWidth = -1;  ///< of the heights; -1 before the first
+    Texts m_texts;
+    qreal m_pageWidth = -1; ///< of the heights; -1 before the first
     int m_blockCount = 1;
     int m_cursorWidth = 1;
     int m_lastGuess = -1; ///< guessed heights are in this block or before it

@@ -30,6 +30,12 @@ constexpr int promptCharacters = 16 * 1024;
 constexpr auto idleDelay = 100ms;
 constexpr auto idleSlice = 4ms;
 
+QString textOf(const QTextBlock &block, const KnownText &knownText)
+{
+    const QString known = knownText ? knownText(block) : QString();
+    return known.isNull() ? block.text() : known;
+}
+
 /// The position after a block's last character.
 int endOf(const QTextBlock &block)
 {
@@ -152,7 +158,7 @@ void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
 {
     BlockShaper::reset(block);
-    const QString text = block.text();
+    const QString text = textOf(block, m_texts.known);
     const AdvanceTable::Line line = m_setting.heights()->lineOf(text);
     // Wider than the characters: kerning, and glyphs that reach over their advance.
     BlockHeight height{.pixels = line.height,

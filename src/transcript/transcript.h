@@ -2,9 +2,9 @@
 
 #include "session/transcriptstream.h"
 #include "transcript/incrementaloutputdecoder.h"
+#include "transcript/packedrecords.h"
 #include "transcript/transcriptlimits.h"
 #include "transcript/transcriptparagraphs.h"
-#include "transcript/transcriptrecord.h"
 #include "transcript/transcriptresults.h"
 #include "widgets/paragraphpresentation.h"
 
@@ -29,7 +29,9 @@ public:
     explicit Transcript(const TranscriptLimits &limits);
 
     const TranscriptLimits &limits() const { return m_limits; }
-    const QList<TranscriptRecord> &records() const { return m_records; }
+    /// Takes much memory from then on: there is one for every chunk of output.
+    const QList<TranscriptRecord> &records() const { return m_records.all(); }
+    const PackedRecords &packedRecords() const { return m_records; }
     const QList<TranscriptParagraph> &paragraphs() const { return m_paragraphs.all(); }
     /// Whether a line break ended the paragraph; the index is not checked.
     bool isParagraphTerminated(qint64 index) const { return m_paragraphs.isTerminated(index); }
@@ -119,7 +121,7 @@ private:
 
     TranscriptLimits m_limits;
     ContentDirection m_direction = ContentDirection::Auto;
-    QList<TranscriptRecord> m_records;
+    PackedRecords m_records;
     TranscriptParagraphs m_paragraphs;
     std::array<StreamState, 2> m_streams;
     qint64 m_retainedByteCount = 0;

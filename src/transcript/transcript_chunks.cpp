@@ -5,7 +5,6 @@
 #include "transcript/visibleescape.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -17,33 +16,6 @@ namespace {
 constexpr qint64 maxDisplayBytesPerByte = codePointEscapeSize('\0');
 /// What a decoder may still hold from before: three bytes and a carriage return.
 constexpr qint64 maxDisplayBytesHeld = 3 * byteEscapeSize + codePointEscapeSize('\r');
-
-/// All strings of one character below a bound, each with its terminator.
-template<typename Character, size_t Bound>
-constexpr std::array<Character, 2 * Bound> singleCharacters = [] {
-    std::array<Character, 2 * Bound> all{};
-    for (size_t i = 0; i < Bound; ++i)
-        all[2 * i] = Character(i);
-    return all;
-}();
-
-/// A record's bytes. A program that writes byte by byte makes a record of each, so a single byte
-/// comes from a table and takes no memory of its own.
-QByteArray recordBytes(QByteArrayView bytes)
-{
-    if (bytes.size() != 1)
-        return bytes.toByteArray();
-    return QByteArray::fromRawData(&singleCharacters<char, 0x100>[2 * uchar(bytes.front())], 1);
-}
-
-/// A record's text, likewise.
-QString recordText(const QString &text)
-{
-    if (text.size() != 1 || text.front().unicode() >= 0x80)
-        return text;
-    const char16_t *single = &singleCharacters<char16_t, 0x80>[2 * text.front().unicode()];
-    return QString::fromRawData(reinterpret_cast<const QChar *>(single), 1);
-}
 
 } // namespace
 
@@ -109,7 +81,7 @@ void Transcript::ChunkIntake::run()
 
 QByteArray Transcript::ChunkIntake::acceptedBytes() const
 {
-    QByteArray accepted = recordBytes(m_bytes.first(m_position));
+    QByteArray accepted = m_bytes.first(m_position).toByteArray();
     if (m_withCarriageReturn)
         accepted.prepend('\r');
     return accepted;
@@ -120,7 +92,7 @@ QString Transcript::ChunkIntake::takeText()
     // Without reserve there may be a paragraph that shares it, from which squeeze() would part it.
     if (m_text.capacity() > m_text.size())
         m_text.squeeze();
-    return recordText(std::exchange(m_text, {}));
+    return std::exchange(m_text, {});
 }
 
 /// Bytes that can be taken together because no limit can be reached within them; none when the

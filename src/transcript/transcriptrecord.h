@@ -17,9 +17,8 @@ enum class TranscriptRecordKind : qint32 {
     LimitNotice = 4,
 };
 
-/// One thing that happened. There is one record per chunk of output, however small, so a record is
-/// what a program that writes byte by byte pays: 120 bytes, about 1 GB for the 8 MiB that the
-/// window keeps. Chunks of more than a byte also allocate their bytes and text.
+/// One thing that happened. There is one record per chunk of output, however small: see
+/// PackedRecords for how they are kept.
 struct TranscriptRecord
 {
     TranscriptRecordKind kind = TranscriptRecordKind::StreamOutput;

@@ -48,9 +48,10 @@ public:
 
 } // namespace
 
-ConsoleTextEdit::ConsoleTextEdit(QWidget *parent, const TextColour &textColour)
+ConsoleTextEdit::ConsoleTextEdit(QWidget *parent, const TextColour &textColour,
+                                 const KnownText &knownText)
     : QTextEdit(parent)
-    , m_lazyLayout(new LazyDocumentLayout(document(), viewport(), textColour))
+    , m_lazyLayout(new LazyDocumentLayout(document(), viewport(), textColour, knownText))
     , m_innerFrame(new InnerFrame(this))
 {
     document()->setDocumentLayout(m_lazyLayout);

@@ -16,7 +16,8 @@ public:
     ~ConsoleTextEdit() override;
 
 protected:
-    explicit ConsoleTextEdit(QWidget *parent, const TextColour &textColour = {});
+    explicit ConsoleTextEdit(QWidget *parent, const TextColour &textColour = {},
+                             const KnownText &knownText = {});
 
     LazyDocumentLayout *lazyLayout() const { return m_lazyLayout; }
 

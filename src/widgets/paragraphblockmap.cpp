@@ -9,18 +9,24 @@ namespace tarn::console {
 
 namespace {
 
+// What QTextCursor::insertText() breaks at, besides the line ends that no paragraph holds.
+bool isSeparator(QChar character)
+{
+    const char16_t code = character.unicode();
+    return code == QChar::ParagraphSeparator || code == 0xFDD0 || code == 0xFDD1;
+}
+
+// Within sight of the compiler, which takes many characters at once.
 qint64 countSeparators(QStringView text)
 {
-    return std::count_if(text.begin(), text.end(), ParagraphBlockMap::isBlockSeparator);
+    return std::count_if(text.begin(), text.end(), isSeparator);
 }
 
 } // namespace
 
 bool ParagraphBlockMap::isBlockSeparator(QChar character)
 {
-    // What QTextCursor::insertText() breaks at, besides the line ends that no paragraph holds.
-    return character == QChar::ParagraphSeparator || character == QChar(0xFDD0)
-           || character == QChar(0xFDD1);
+    return isSeparator(character);
 }
 
 void ParagraphBlockMap::clear()

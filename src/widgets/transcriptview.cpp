@@ -40,11 +40,16 @@ QAccessibleInterface *accessibleTranscript(const QString &, QObject *object)
 } // namespace
 
 TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
-    : ConsoleTextEdit(parent, [this](const QTextBlock &block,
-                                     const QPalette &palette) { return colourOf(block, palette); })
+    : ConsoleTextEdit(
+        parent,
+        [this](const QTextBlock &block, const QPalette &palette) {
+            return colourOf(block, palette);
+        },
+        [this](const QTextBlock &block) { return m_writer.textOfBlock(block); })
     , m_transcript(transcript)
     , m_writer(transcript, document())
     , m_readingPlace(this, lazyLayout())
+    , m_paintPace(viewport())
 {
     QAccessible::installFactory(accessibleTranscript);
     lazyLayout()->setRoomForCaret(true);
@@ -76,7 +81,7 @@ void TranscriptView::setCopyAction(QAction *action)
 
 void TranscriptView::refresh()
 {
-    showChanges(&ReadingPlace::keep, [this] { m_writer.update(); });
+    m_paintPace.change([this] { showChanges(&ReadingPlace::keep, [this] { m_writer.update(); }); });
 }
 
 void TranscriptView::setContentDirection(ContentDirection direction)
@@ -169,6 +174,18 @@ void TranscriptView::changeEvent(QEvent *event)
         m_readingPlace.rearrange([this, event] { ConsoleTextEdit::changeEvent(event); });
     else
         ConsoleTextEdit::changeEvent(event);
+}
+
+void TranscriptView::paintEvent(QPaintEvent *event)
+{
+    ConsoleTextEdit::paintEvent(event);
+    m_paintPace.notePainting(*event);
+}
+
+void TranscriptView::scrollContentsBy(int dx, int dy)
+{
+    if (!m_paintPace.paintsAnew())
+        ConsoleTextEdit::scrollContentsBy(dx, dy);
 }
 
 TranscriptFindResult TranscriptView::findLiteral(const QString &text, bool backward)

@@ -2,11 +2,13 @@
 
 #include "transcript/transcript.h"
 #include "widgets/consoletextedit.h"
+#include "widgets/paintpace.h"
 #include "widgets/readingplace.h"
 #include "widgets/transcriptwriter.h"
 
 #include <QPointer>
 
+#include <chrono>
 #include <functional>
 
 class QAction;
@@ -31,8 +33,10 @@ public:
     /// Shows the transcript as it is now. Keeps the cursor and selection as character positions,
     /// the focus, and either the end in view or the reader's place; then acknowledges the
     /// transcript's pending updates. To be called after every change to the transcript; the cost
-    /// is that of what changed.
+    /// is that of what changed. In a flood of changes the painting of some is left out.
     void refresh();
+    /// How long the painting of a change waits for more after another; for tests.
+    void setPaintPause(std::chrono::milliseconds pause) { m_paintPace.setPause(pause); }
 
     void setContentDirection(ContentDirection direction);
 
@@ -75,6 +79,8 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void scrollContentsBy(int dx, int dy) override;
     QMimeData *createMimeDataFromSelection() const override;
 
 private:
@@ -91,6 +97,7 @@ private:
     QPointer<QAction> m_copyAction;
     TranscriptWriter m_writer;
     ReadingPlace m_readingPlace;
+    PaintPace m_paintPace;
     bool m_applyingDraftPresentation = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "widgets/blockpresentation.h"
 
+#include <QScopedValueRollback>
 #include <QSignalBlocker>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -62,8 +63,9 @@ void TranscriptWriter::extendParagraph(const TranscriptChanges::Extension &exten
     cursor.beginEditBlock();
     cursor.setPosition(block.position() + block.length() - 1);
     cursor.insertText(added.toString());
-    cursor.endEditBlock();
+    // Before the end, at which the layout asks for the texts of blocks.
     m_blockMap.extendParagraph(extension.paragraph, added);
+    cursor.endEditBlock();
     presentParagraph(extension.paragraph);
 }
 
@@ -90,6 +92,7 @@ void TranscriptWriter::appendParagraphs(qint64 first, bool previousWasTerminated
     const bool terminated = m_transcript->isParagraphTerminated(count - 1);
     if (first == count && terminated == previousWasTerminated)
         return;
+    const QScopedValueRollback guard(m_isAppending, true);
 
     QTextCursor cursor(m_document);
     cursor.beginEditBlock();
@@ -178,6 +181,23 @@ const TranscriptParagraph *TranscriptWriter::paragraphOfBlock(int number) const
 {
     const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
     return shows(paragraph) ? &m_transcript->paragraphs().at(paragraph) : nullptr;
+}
+
+/// Whether the paragraphs that the document shows are in the transcript as they were.
+bool TranscriptWriter::isShownAsItWas() const
+{
+    const TranscriptChanges &changes = m_transcript->changes();
+    return m_isAppending
+           || (!changes.everything && changes.acknowledgement == m_shownAcknowledgement);
+}
+
+QString TranscriptWriter::textOfBlock(const QTextBlock &block) const
+{
+    if (!isShownAsItWas())
+        return {};
+    const TranscriptParagraph *paragraph = paragraphOfBlock(block.blockNumber());
+    // One that was split, or has grown meanwhile, has another length.
+    return paragraph && paragraph->text.size() == block.length() - 1 ? paragraph->text : QString();
 }
 
 /// After the last paragraph, and before anything is shown, there is an empty block.

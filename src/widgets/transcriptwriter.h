@@ -30,6 +30,9 @@ public:
     /// none, and for one whose paragraph the transcript has meanwhile dropped.
     const TranscriptParagraph *paragraphOfBlock(int number) const;
 
+    /// The text of a block, without asking the document; null when it may be another by now.
+    QString textOfBlock(const QTextBlock &block) const;
+
     /// Tells the transcript that its changes are shown.
     void acknowledge();
 
@@ -42,12 +45,14 @@ private:
     QTextBlock presentRun(QTextBlock block);
     ParagraphPresentation presentationOfBlock(int number) const;
     bool shows(qint64 paragraph) const;
+    bool isShownAsItWas() const;
 
     Transcript *m_transcript;
     QTextDocument *m_document;
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first.
     std::optional<quint64> m_shownAcknowledgement;
+    bool m_isAppending = false; ///< the document and the map are ahead of what is acknowledged
 };
 
 } // namespace tarn::console

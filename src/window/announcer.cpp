@@ -64,15 +64,15 @@ Announcer::Announcer(const Transcript *transcript, QWidget *window)
 
 void Announcer::followTranscript()
 {
-    const QList<TranscriptRecord> &records = m_transcript->records();
+    const qint64 count = m_transcript->packedRecords().size();
     // Somebody has cleared the transcript.
-    if (records.size() < m_knownRecords)
+    if (count < m_knownRecords)
         m_knownRecords = 0;
-    const qsizetype first = std::exchange(m_knownRecords, records.size());
+    const qint64 first = std::exchange(m_knownRecords, count);
     if (!Voice::isHeard())
         return;
-    for (qsizetype i = first; i < records.size(); ++i) {
-        const TranscriptRecord &record = records[i];
+    const QList<TranscriptRecord> records = m_transcript->packedRecords().from(first);
+    for (const TranscriptRecord &record : records) {
         if (record.kind == TranscriptRecordKind::StreamOutput && record.stream)
             m_narration.addOutput(*record.stream, record.text, now());
         else if (record.kind == TranscriptRecordKind::InputEcho)

@@ -47,7 +47,6 @@ private Q_SLOTS:
     void recordKeepsNoReserve_data() { pieceSizes(); }
     void recordKeepsNoReserve();
     void recordCutByALimitKeepsNoReserve();
-    void unfinishedLineSharesItsRecordsText();
     void echoKeepsOneText();
     void recordsOfTheSameByteShareIt();
 };
@@ -100,17 +99,6 @@ void TestTranscriptMemory::recordCutByALimitKeepsNoReserve()
     QCOMPARE(record.bytes.size(), 300);
     QCOMPARE(record.bytes.capacity(), 300);
     QCOMPARE(record.text.capacity(), 300);
-}
-
-void TestTranscriptMemory::unfinishedLineSharesItsRecordsText()
-{
-    Transcript transcript(wideLimits());
-    transcript.appendStream(Out, "Your name? "_ba);
-    QVERIFY(isOneBuffer(transcript.paragraphs().constFirst().text,
-                        transcript.records().constFirst().text));
-    transcript.appendStream(Out, "x"_ba);
-    QCOMPARE(transcript.records().constFirst().text, u"Your name? "_s);
-    QCOMPARE(transcript.paragraphs().constFirst().text, u"Your name? x"_s);
 }
 
 void TestTranscriptMemory::echoKeepsOneText()

@@ -1,0 +1,82 @@
+#include "support/testregistry.h"
+#include "window/caretrest.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTest>
+
+namespace tarn::console {
+
+using namespace std::chrono_literals;
+
+class TestCaretRest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup();
+    void theCaretStopsBlinkingAndBlinksAgainWithTheNextKey();
+    void aCaretThatRestsIsSeen();
+    void aCaretThatNeverBlinkedNeverWill();
+
+private:
+    static constexpr int usual = 40; ///< shorter than anybody's
+};
+
+void TestCaretRest::cleanup()
+{
+    QApplication::setCursorFlashTime(1000);
+}
+
+void TestCaretRest::theCaretStopsBlinkingAndBlinksAgainWithTheNextKey()
+{
+    QApplication::setCursorFlashTime(usual);
+    QLineEdit field;
+    field.show();
+    QVERIFY(QTest::qWaitForWindowActive(&field));
+    {
+        const CaretRest rest(1ms);
+        QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
+        QTest::keyClick(field.windowHandle(), Qt::Key_A);
+        QCOMPARE(QApplication::cursorFlashTime(), usual);
+        QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
+        QTest::mouseClick(field.windowHandle(), Qt::LeftButton);
+        QCOMPARE(QApplication::cursorFlashTime(), usual);
+        QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
+    }
+    QCOMPARE(QApplication::cursorFlashTime(), usual);
+}
+
+void TestCaretRest::aCaretThatRestsIsSeen()
+{
+    QApplication::setCursorFlashTime(usual);
+    QPlainTextEdit edit;
+    edit.show();
+    QVERIFY(QTest::qWaitForWindowActive(&edit));
+    const QRect caret(edit.cursorRect().topLeft(), QSize(1, edit.cursorRect().height()));
+    const auto isSeen = [&] {
+        const QImage picture = edit.viewport()->grab(caret).toImage();
+        return picture.pixelColor(0, picture.height() / 2).lightness() < 128;
+    };
+    QTRY_VERIFY(!isSeen());
+    const CaretRest rest(1ms);
+    QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
+    QVERIFY(isSeen());
+}
+
+void TestCaretRest::aCaretThatNeverBlinkedNeverWill()
+{
+    QApplication::setCursorFlashTime(0);
+    QLineEdit field;
+    field.show();
+    QVERIFY(QTest::qWaitForWindowActive(&field));
+    const CaretRest rest(1ms);
+    QTest::keyClick(field.windowHandle(), Qt::Key_A);
+    QCOMPARE(QApplication::cursorFlashTime(), 0);
+}
+
+} // namespace tarn::console
+
+TARN_TEST(QTEST_MAIN(tarn::console::TestCaretRest))
+#include "tst_caretrest.moc"
