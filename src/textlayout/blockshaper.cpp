@@ -43,6 +43,11 @@ bool BlockShaper::hasOnlyCaret(const QTextBlock &block)
     return block.length() == 1 && block.blockNumber() > 0 && !block.next().isValid();
 }
 
+bool BlockShaper::isShaped(const QTextBlock &block) const
+{
+    return block.layout()->lineCount() > 0 || m_segmented.has(block.blockNumber());
+}
+
 std::optional<ParagraphSize> BlockShaper::shape(const QTextBlock &block)
 {
     QTextLayout *layout = block.layout();

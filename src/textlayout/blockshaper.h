@@ -41,6 +41,9 @@ public:
     const QFont &font() const { return m_font; }
     const AdvanceTable *heights() const { return m_heights; }
 
+    /// Whether a block can be painted without being shaped.
+    bool isShaped(const QTextBlock &block) const;
+
     /// Makes sure that the block's own layout has lines. Returns its size if it had none.
     std::optional<ParagraphSize> shape(const QTextBlock &block);
 

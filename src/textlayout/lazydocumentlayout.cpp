@@ -13,10 +13,13 @@
 #include <QTextLayout>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
 namespace tarn::console {
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -85,6 +88,10 @@ qreal marginOf(const QTextDocument *document)
     return std::round(document->documentMargin());
 }
 
+/// Of a turn of the event loop. With one block more, which is begun within it, and with what else
+/// there is to do, two of them must not hold the window for as long as people notice: 100 ms.
+constexpr auto turnAllowance = 25ms;
+
 QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColour &textColour)
 {
     return textColour ? textColour(block, palette) : palette.color(QPalette::Text);
@@ -97,11 +104,20 @@ LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *de
     : QAbstractTextDocumentLayout(document)
     , m_textColour(std::move(textColour))
     , m_shaper(document)
+    , m_changeBudget(turnAllowance)
+    , m_paintBudget(turnAllowance)
 {
     setPaintDevice(device);
+    m_setting.setImpatience([this] { return m_changeBudget.isSpent(); });
 }
 
 LazyDocumentLayout::~LazyDocumentLayout() = default;
+
+void LazyDocumentLayout::setClock(const TurnBudget::Clock &clock)
+{
+    m_changeBudget.setClock(clock);
+    m_paintBudget.setClock(clock);
+}
 
 bool LazyDocumentLayout::isLaidOut() const
 {
@@ -202,12 +218,20 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
 {
     if (!isLaidOut())
         return;
+    const TurnBudget::Spending spending(&m_paintBudget);
+    bool hasShaped = false; // one at least, or there would be no end
     QTextBlock block =
         context.clip.isValid() ? blockAt(context.clip.top()) : document()->firstBlock();
     const QPen pen = painter->pen();
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             break;
+        const bool isNew = !m_shaper.isShaped(block);
+        if (isNew && hasShaped && m_paintBudget.isSpent()) {
+            goOnInNextTurn();
+            continue;
+        }
+        hasShaped = hasShaped || isNew;
         painter->setPen(colourOf(block, context.palette, m_textColour));
         if (drawSegments(painter, context, block))
             continue;
@@ -304,6 +328,11 @@ void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) co
 {
     if (block.lineCount() == heightBefore)
         return;
+    goOnInNextTurn();
+}
+
+void LazyDocumentLayout::goOnInNextTurn() const
+{
     m_moveTimer.start(0, const_cast<LazyDocumentLayout *>(this));
 }
 

@@ -2,6 +2,7 @@
 
 #include "textlayout/blockshaper.h"
 #include "textlayout/textsetting.h"
+#include "textlayout/turnbudget.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QBasicTimer>
@@ -72,6 +73,11 @@ public:
     /// without shaping, the rectangle may be empty or another.
     void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
 
+    /// How the time is read that shaping takes. In a turn of the event loop, what is changed and
+    /// what is painted have a share of it each; what is left then stays guessed, and unpainted,
+    /// until the next turn.
+    void setClock(const TurnBudget::Clock &clock);
+
     /// Whether there is so much room above the first line that what Qt takes for the caret is
     /// within the document there, and can be scrolled into view.
     void setRoomForCaret(bool room) { m_setting.setRoomForCaret(room); }
@@ -111,7 +117,7 @@ private:
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
     void guess(const QTextBlock &block, const BlockHeight &height);
-    bool measureOnce(Sight sight);
+    bool measureOnce(Sight sight, bool *hasShaped);
     bool measureGuesses();
 
     void shape(const QTextBlock &block) const;
@@ -119,6 +125,7 @@ private:
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
     void shapeOnDemand(const QTextBlock &block) const;
     void noteMoved(const QTextBlock &block, int heightBefore) const;
+    void goOnInNextTurn() const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
@@ -132,7 +139,10 @@ private:
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
-    mutable QBasicTimer m_moveTimer; ///< active when looking at a block gave it another height
+    TurnBudget m_changeBudget;
+    TurnBudget m_paintBudget;
+    /// Active when looking at a block gave it another height, or when there was no time to look.
+    mutable QBasicTimer m_moveTimer;
     QBasicTimer m_idleTimer;
 };
 

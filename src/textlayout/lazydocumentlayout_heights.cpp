@@ -49,6 +49,7 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
         m_pageWidth = -1;
         return;
     }
+    const TurnBudget::Spending spending(&m_changeBudget);
     const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
     const bool noHeights = m_pageWidth < 0;
     const bool newFont = m_setting.take(document(), paintDevice(), [this] { m_shaper.clear(); });
@@ -163,7 +164,7 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
     if (line.certain && height.oneLineWidth <= lineWidth()) {
         height.certainty = BlockHeight::Certainty::OneLine;
         height.keepIn(block);
-    } else if (text.size() <= *promptCharacters) {
+    } else if (text.size() <= *promptCharacters && !m_changeBudget.isSpent()) {
         *promptCharacters -= static_cast<int>(text.size());
         block.setUserState(height.toUserState());
         if (!shapeSegments(block))
@@ -189,16 +190,18 @@ bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)
 {
     if (!isLaidOut())
         return false;
+    const TurnBudget::Spending spending(&m_changeBudget);
     constexpr int maximumRounds = 8;
     int round = 0;
-    while (round < maximumRounds && measureOnce(sight()))
+    bool hasShaped = false; // one at least, or there would be no end
+    while (round < maximumRounds && measureOnce(sight(), &hasShaped))
         ++round;
     reportSize();
     return round > 0;
 }
 
 /// Returns whether that changed a height.
-bool LazyDocumentLayout::measureOnce(Sight sight)
+bool LazyDocumentLayout::measureOnce(Sight sight, bool *hasShaped)
 {
     if (isExact())
         return false;
@@ -208,6 +211,11 @@ bool LazyDocumentLayout::measureOnce(Sight sight)
          block = block.next()) {
         if (BlockHeight::of(block).isExact())
             continue;
+        if (*hasShaped && m_changeBudget.isSpent()) {
+            goOnInNextTurn();
+            break;
+        }
+        *hasShaped = true;
         const int height = block.lineCount();
         if (!shapeSegments(block))
             shape(block);
