@@ -100,23 +100,22 @@ QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColo
 } // namespace
 
 LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device,
-                                       TextColour textColour)
+                                       TextColour textColour, const TurnBudget::Clock &clock)
     : QAbstractTextDocumentLayout(document)
     , m_textColour(std::move(textColour))
     , m_shaper(document)
-    , m_changeBudget(turnAllowance)
-    , m_paintBudget(turnAllowance)
+    , m_turn(clock)
 {
     setPaintDevice(device);
-    m_setting.setImpatience([this] { return m_changeBudget.isSpent(); });
+    m_setting.setImpatience([this] { return m_turn.change.isSpent(); });
 }
 
 LazyDocumentLayout::~LazyDocumentLayout() = default;
 
-void LazyDocumentLayout::setClock(const TurnBudget::Clock &clock)
+LazyDocumentLayout::Turn::Turn(const TurnBudget::Clock &clock)
+    : change(turnAllowance, clock)
+    , paint(turnAllowance, clock)
 {
-    m_changeBudget.setClock(clock);
-    m_paintBudget.setClock(clock);
 }
 
 bool LazyDocumentLayout::isLaidOut() const
@@ -218,7 +217,7 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
 {
     if (!isLaidOut())
         return;
-    const TurnBudget::Spending spending(&m_paintBudget);
+    const TurnBudget::Spending spending(&m_turn.paint);
     bool hasShaped = false; // one at least, or there would be no end
     QTextBlock block =
         context.clip.isValid() ? blockAt(context.clip.top()) : document()->firstBlock();
@@ -227,8 +226,8 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             break;
         const bool isNew = !m_shaper.isShaped(block);
-        if (isNew && hasShaped && m_paintBudget.isSpent()) {
-            goOnInNextTurn();
+        if (isNew && hasShaped && m_turn.paint.isSpent()) {
+            m_turn.next.start(0, this);
             continue;
         }
         hasShaped = hasShaped || isNew;
@@ -328,12 +327,7 @@ void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) co
 {
     if (block.lineCount() == heightBefore)
         return;
-    goOnInNextTurn();
-}
-
-void LazyDocumentLayout::goOnInNextTurn() const
-{
-    m_moveTimer.start(0, const_cast<LazyDocumentLayout *>(this));
+    m_turn.next.start(0, const_cast<LazyDocumentLayout *>(this));
 }
 
 } // namespace tarn::console

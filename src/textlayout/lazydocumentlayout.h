@@ -44,7 +44,12 @@ public:
     /// The document is to get the layout by QTextDocument::setDocumentLayout(), which takes
     /// ownership. The paint device is what the document is shown on. Without a colour, all texts
     /// have the palette's.
-    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device, TextColour textColour = {});
+    ///
+    /// The clock tells how long shaping takes. In a turn of the event loop, what is changed and
+    /// what is painted have a share of time each; what is left then stays guessed, and unpainted,
+    /// until the next turn. Null for the time of the processor.
+    LazyDocumentLayout(QTextDocument *document, QPaintDevice *device, TextColour textColour = {},
+                       const TurnBudget::Clock &clock = {});
     ~LazyDocumentLayout() override;
 
     /// What somebody sees or is about to see: y coordinates of the document.
@@ -72,11 +77,6 @@ public:
     /// Whether blockBoundingRect() shapes a long block. It is asked wherever a text cursor is put;
     /// without shaping, the rectangle may be empty or another.
     void setShapesLongBlocks(bool shapes) { m_shapesLongBlocks = shapes; }
-
-    /// How the time is read that shaping takes. In a turn of the event loop, what is changed and
-    /// what is painted have a share of it each; what is left then stays guessed, and unpainted,
-    /// until the next turn.
-    void setClock(const TurnBudget::Clock &clock);
 
     /// Whether there is so much room above the first line that what Qt takes for the caret is
     /// within the document there, and can be scrolled into view.
@@ -125,10 +125,20 @@ private:
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
     void shapeOnDemand(const QTextBlock &block) const;
     void noteMoved(const QTextBlock &block, int heightBefore) const;
-    void goOnInNextTurn() const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
+
+    struct Turn
+    {
+        explicit Turn(const TurnBudget::Clock &clock);
+
+        TurnBudget change;
+        TurnBudget paint;
+        /// Active when looking at a block gave it another height, or when there was no time to
+        /// look.
+        QBasicTimer next;
+    };
 
     TextSetting m_setting;
     TextColour m_textColour; ///< null for the palette's
@@ -139,10 +149,7 @@ private:
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
-    TurnBudget m_changeBudget;
-    TurnBudget m_paintBudget;
-    /// Active when looking at a block gave it another height, or when there was no time to look.
-    mutable QBasicTimer m_moveTimer;
+    mutable Turn m_turn;
     QBasicTimer m_idleTimer;
 };
 

@@ -49,7 +49,7 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
         m_pageWidth = -1;
         return;
     }
-    const TurnBudget::Spending spending(&m_changeBudget);
+    const TurnBudget::Spending spending(&m_turn.change);
     const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
     const bool noHeights = m_pageWidth < 0;
     const bool newFont = m_setting.take(document(), paintDevice(), [this] { m_shaper.clear(); });
@@ -164,7 +164,7 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
     if (line.certain && height.oneLineWidth <= lineWidth()) {
         height.certainty = BlockHeight::Certainty::OneLine;
         height.keepIn(block);
-    } else if (text.size() <= *promptCharacters && !m_changeBudget.isSpent()) {
+    } else if (text.size() <= *promptCharacters && !m_turn.change.isSpent()) {
         *promptCharacters -= static_cast<int>(text.size());
         block.setUserState(height.toUserState());
         if (!shapeSegments(block))
@@ -190,7 +190,7 @@ bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)
 {
     if (!isLaidOut())
         return false;
-    const TurnBudget::Spending spending(&m_changeBudget);
+    const TurnBudget::Spending spending(&m_turn.change);
     constexpr int maximumRounds = 8;
     int round = 0;
     bool hasShaped = false; // one at least, or there would be no end
@@ -211,8 +211,8 @@ bool LazyDocumentLayout::measureOnce(Sight sight, bool *hasShaped)
          block = block.next()) {
         if (BlockHeight::of(block).isExact())
             continue;
-        if (*hasShaped && m_changeBudget.isSpent()) {
-            goOnInNextTurn();
+        if (*hasShaped && m_turn.change.isSpent()) {
+            m_turn.next.start(0, this);
             break;
         }
         *hasShaped = true;
@@ -244,8 +244,8 @@ bool LazyDocumentLayout::measureGuesses()
 void LazyDocumentLayout::timerEvent(QTimerEvent *event)
 {
     bool moved = false;
-    if (event->timerId() == m_moveTimer.timerId()) {
-        m_moveTimer.stop();
+    if (event->timerId() == m_turn.next.timerId()) {
+        m_turn.next.stop();
         moved = true;
     } else if (event->timerId() == m_idleTimer.timerId()) {
         m_idleTimer.stop();

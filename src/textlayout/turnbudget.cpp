@@ -3,6 +3,7 @@
 #include <QTimerEvent>
 
 #include <ctime>
+#include <utility>
 
 namespace tarn::console {
 
@@ -18,9 +19,8 @@ std::chrono::nanoseconds processorTime()
 
 } // namespace
 
-TurnBudget::TurnBudget(std::chrono::nanoseconds allowance, QObject *parent)
-    : QObject(parent)
-    , m_clock(processorTime)
+TurnBudget::TurnBudget(std::chrono::nanoseconds allowance, Clock clock)
+    : m_clock(clock ? std::move(clock) : processorTime)
     , m_allowance(allowance)
 {
 }

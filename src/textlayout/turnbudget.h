@@ -18,10 +18,9 @@ public:
     /// Reads a clock. Only differences matter.
     using Clock = std::function<std::chrono::nanoseconds()>;
 
-    explicit TurnBudget(std::chrono::nanoseconds allowance, QObject *parent = nullptr);
+    /// Null for the processor time of this thread.
+    explicit TurnBudget(std::chrono::nanoseconds allowance, Clock clock = {});
     ~TurnBudget() override;
-
-    void setClock(const Clock &clock) { m_clock = clock; }
 
     /// Whether nothing more should be begun in this turn.
     bool isSpent() const;

@@ -40,14 +40,21 @@ std::chrono::nanoseconds stoppedClock()
     return {};
 }
 
+/// A clock that stands still until the flag is set.
+TurnBudget::Clock clockThatMayExhaust(const bool *exhausts)
+{
+    return [exhausts, now = std::chrono::nanoseconds()]() mutable {
+        return *exhausts ? now += 1h : now;
+    };
+}
+
 class LaidOutDocument : public QTextDocument
 {
 public:
     explicit LaidOutDocument(const TurnBudget::Clock &clock)
     {
         setDefaultFont(QFont(u"Noto Sans"_s, 10));
-        setDocumentLayout(new LazyDocumentLayout(this, nullptr));
-        layout().setClock(clock);
+        setDocumentLayout(new LazyDocumentLayout(this, nullptr, {}, clock));
         setTextWidth(pageWidth);
     }
 
@@ -107,8 +114,7 @@ private Q_SLOTS:
 void TestTurnBudget::workSpendsIt()
 {
     std::chrono::nanoseconds now{};
-    TurnBudget budget(10ms);
-    budget.setClock([&now] { return now; });
+    TurnBudget budget(10ms, [&now] { return now; });
     QVERIFY(!budget.isSpent());
     {
         const TurnBudget::Spending spending(&budget);
@@ -126,8 +132,7 @@ void TestTurnBudget::workSpendsIt()
 void TestTurnBudget::workWithinWorkCountsOnce()
 {
     std::chrono::nanoseconds now{};
-    TurnBudget budget(10ms);
-    budget.setClock([&now] { return now; });
+    TurnBudget budget(10ms, [&now] { return now; });
     {
         const TurnBudget::Spending outer(&budget);
         const TurnBudget::Spending inner(&budget);
@@ -138,8 +143,7 @@ void TestTurnBudget::workWithinWorkCountsOnce()
 
 void TestTurnBudget::nextTurnHasABudgetOfItsOwn()
 {
-    TurnBudget budget(10ms);
-    budget.setClock(exhaustingClock());
+    TurnBudget budget(10ms, exhaustingClock());
     {
         const TurnBudget::Spending spending(&budget);
     }
@@ -180,9 +184,10 @@ void TestTurnBudget::whatIsInSightIsMeasuredTurnByTurn()
 
 void TestTurnBudget::whatIsInSightIsPaintedTurnByTurn()
 {
-    LaidOutDocument document(stoppedClock);
+    bool isSlow = false;
+    LaidOutDocument document(clockThatMayExhaust(&isSlow));
     document.setPlainText(lines());
-    document.layout().setClock(exhaustingClock());
+    isSlow = true;
     QCOMPARE(document.shapedBlocks(), 0);
     bool isToBePainted = false;
     QObject::connect(&document.layout(), &LazyDocumentLayout::update, &document,
@@ -198,7 +203,8 @@ void TestTurnBudget::whatIsInSightIsPaintedTurnByTurn()
 
 void TestTurnBudget::whatIsShapedIsPaintedAlways()
 {
-    LaidOutDocument document(stoppedClock);
+    bool isSlow = false;
+    LaidOutDocument document(clockThatMayExhaust(&isSlow));
     document.setPlainText(lines());
     QCOMPARE(document.paint(), lineCount);
     QImage before(pageWidth, 200, QImage::Format_RGB32);
@@ -209,7 +215,7 @@ void TestTurnBudget::whatIsShapedIsPaintedAlways()
         QAbstractTextDocumentLayout::PaintContext context;
         context.clip = image->rect();
         document.layout().draw(&painter, context);
-        document.layout().setClock(exhaustingClock());
+        isSlow = true;
     }
     QCOMPARE(after, before);
     QImage empty = before;
