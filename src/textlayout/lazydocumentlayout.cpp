@@ -13,13 +13,10 @@
 #include <QTextLayout>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <utility>
 
 namespace tarn::console {
-
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -88,10 +85,6 @@ qreal marginOf(const QTextDocument *document)
     return std::round(document->documentMargin());
 }
 
-/// Of a turn of the event loop. With one block more, which is begun within it, and with what else
-/// there is to do, two of them must not hold the window for as long as people notice: 100 ms.
-constexpr auto turnAllowance = 25ms;
-
 QColor colourOf(const QTextBlock &block, const QPalette &palette, const TextColour &textColour)
 {
     return textColour ? textColour(block, palette) : palette.color(QPalette::Text);
@@ -104,19 +97,13 @@ LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *de
     : QAbstractTextDocumentLayout(document)
     , m_textColour(std::move(textColour))
     , m_shaper(document)
-    , m_turn(clock)
+    , m_turn(this, clock)
 {
     setPaintDevice(device);
     m_setting.setImpatience([this] { return m_turn.change.isSpent(); });
 }
 
 LazyDocumentLayout::~LazyDocumentLayout() = default;
-
-LazyDocumentLayout::Turn::Turn(const TurnBudget::Clock &clock)
-    : change(turnAllowance, clock)
-    , paint(turnAllowance, clock)
-{
-}
 
 bool LazyDocumentLayout::isLaidOut() const
 {
@@ -173,8 +160,10 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
 {
     if (!isLaidOut() || !block.isValid())
         return QRectF();
-    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock)
-        shapeOnDemand(block);
+    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock) {
+        const TurnBudget::Spending spending(&m_turn.change);
+        shapeOnDemand(block, m_turn.change);
+    }
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
     if (m_setting.followsInk() && block.layout()->lineCount() > 0)
@@ -182,18 +171,25 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
     return rect;
 }
 
+QTextBlock LazyDocumentLayout::shapedBlockAt(qreal y) const
+{
+    const TurnBudget::Spending spending(&m_turn.change);
+    QTextBlock block = blockAt(y);
+    // Another height can move the point out of the block.
+    for (bool isKnown = false; !isKnown; block = blockAt(y)) {
+        isKnown =
+            BlockHeight::of(block).isExact() || m_shaper.unfinishedBlock() == block.blockNumber();
+        shapeOnDemand(block, m_turn.change);
+    }
+    return block;
+}
+
 int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const
 {
     const int miss = accuracy == Qt::ExactHit ? -1 : 0;
     if (!isLaidOut())
         return miss;
-    QTextBlock block = blockAt(point.y());
-    // Another height can move the point out of the block.
-    for (bool exact = false; !exact; block = blockAt(point.y())) {
-        exact = BlockHeight::of(block).isExact();
-        shapeOnDemand(block);
-    }
-
+    const QTextBlock block = shapedBlockAt(point.y());
     const QTextLayout &layout = *block.layout();
     QRectF rect = layout.boundingRect().translated(layout.position());
     if (m_setting.followsInk())
@@ -218,6 +214,7 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     if (!isLaidOut())
         return;
     const TurnBudget::Spending spending(&m_turn.paint);
+    m_turn.beginPainting();
     bool hasShaped = false; // one at least, or there would be no end
     QTextBlock block =
         context.clip.isValid() ? blockAt(context.clip.top()) : document()->firstBlock();
@@ -227,17 +224,18 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
             break;
         const bool isNew = !m_shaper.isShaped(block);
         if (isNew && hasShaped && m_turn.paint.isSpent()) {
-            m_turn.next.start(0, this);
+            m_turn.askForNext();
             continue;
         }
         hasShaped = hasShaped || isNew;
         painter->setPen(colourOf(block, context.palette, m_textColour));
         if (drawSegments(painter, context, block))
             continue;
-        shapeOnDemand(block);
+        shapeOnDemand(block, m_turn.paint);
         drawBlock(painter, context, block);
     }
     painter->setPen(pen);
+    m_turn.endPainting();
 }
 
 /// Draws a long paragraph without shaping the whole. Returns false, and draws nothing, when the
@@ -246,13 +244,15 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
                                       const QTextBlock &block) const
 {
     const int height = block.lineCount();
-    const SegmentedParagraph *paragraph = shapeSegments(block);
+    const SegmentedParagraph *paragraph = shapeSegments(block, m_turn.paint);
     if (!paragraph)
         return false;
     const auto selections = selectedRanges(block, context.selections);
-    noteMoved(block, height);
+    if (block.lineCount() != height)
+        m_turn.askForNext();
     const QPointF position(marginOf(document()), topOf(block));
-    paragraph->draw(painter, position, selections, context.clip);
+    paragraph->draw(painter, position, selections, context.clip,
+                    [this] { return m_turn.mayPaintLine(); });
     painter->setPen(context.palette.color(QPalette::Text));
     if (block.contains(context.cursorPosition))
         paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
@@ -271,7 +271,9 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
         clip &= context.clip;
     painter->save();
     const auto selections = selectedRanges(block, context.selections);
-    drawLines(painter, text, QPointF(), selections, clip);
+    const auto mayPaintLine = [this] { return m_turn.mayPaintLine(); };
+    drawLines(painter, text, QPointF(), selections, clip,
+              BlockShaper::isSlow(block) ? mayPaintLine : MayDraw());
     if (EscapeDisplay::isShownBy(layout))
         m_shaper.escapes().drawBackslashes(painter, layout, selections, clip);
     painter->setPen(context.palette.color(QPalette::Text));
@@ -288,19 +290,28 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     painter->restore();
 }
 
-/// Makes sure that the block's own layout has lines and knows its place.
-void LazyDocumentLayout::shape(const QTextBlock &block) const
+/// Makes sure that the block's own layout has lines, as many as there is time for, and knows its
+/// place.
+void LazyDocumentLayout::shape(const QTextBlock &block, const TurnBudget &budget) const
 {
-    if (const auto size = m_shaper.shape(block))
+    if (const auto size = m_shaper.shape(block, [&budget] { return budget.isSpent(); }))
         takeSize(block, *size);
+    if (m_shaper.unfinishedBlock() == block.blockNumber())
+        m_turn.askForNext();
     block.layout()->setPosition(QPointF(marginOf(document()), topOf(block)));
 }
 
-const SegmentedParagraph *LazyDocumentLayout::shapeSegments(const QTextBlock &block) const
+const SegmentedParagraph *LazyDocumentLayout::shapeSegments(const QTextBlock &block,
+                                                            const TurnBudget &budget) const
 {
-    const SegmentedParagraph *paragraph = m_shaper.shapeSegments(block);
-    if (paragraph)
-        takeSize(block, paragraph->size());
+    const SegmentedParagraph *paragraph =
+        m_shaper.shapeSegments(block, [&budget] { return budget.isSpent(); });
+    if (!paragraph)
+        return nullptr;
+    const ParagraphSize size = paragraph->size();
+    takeSize(block, size);
+    if (!size.isWhole)
+        m_turn.askForNext();
     return paragraph;
 }
 
@@ -309,6 +320,14 @@ bool LazyDocumentLayout::takeSize(const QTextBlock &block, const ParagraphSize &
 {
     m_widestLine = std::max(m_widestLine, size.width);
     auto height = BlockHeight::of(block);
+    if (!size.isWhole) {
+        if (height.isExact())
+            return false;
+        height.certainty = BlockHeight::Certainty::Guessed;
+        m_lastGuess = std::max(m_lastGuess, block.blockNumber());
+        height.pixels = std::max(height.pixels, size.height);
+        return height.keepIn(block);
+    }
     if (height.certainty != BlockHeight::Certainty::OneLine || height.pixels != size.height)
         height.certainty = BlockHeight::Certainty::Measured;
     height.pixels = size.height;
@@ -316,18 +335,12 @@ bool LazyDocumentLayout::takeSize(const QTextBlock &block, const ParagraphSize &
 }
 
 /// For queries and painting, which cannot report another size while they are under way.
-void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block) const
+void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block, const TurnBudget &budget) const
 {
     const int height = block.lineCount();
-    shape(block);
-    noteMoved(block, height);
-}
-
-void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) const
-{
-    if (block.lineCount() == heightBefore)
-        return;
-    m_turn.next.start(0, const_cast<LazyDocumentLayout *>(this));
+    shape(block, budget);
+    if (block.lineCount() != height)
+        m_turn.askForNext();
 }
 
 } // namespace tarn::console

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "textlayout/blockshaper.h"
+#include "textlayout/layoutturn.h"
 #include "textlayout/textsetting.h"
-#include "textlayout/turnbudget.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QBasicTimer>
@@ -120,36 +120,26 @@ private:
     bool measureOnce(Sight sight, bool *hasShaped);
     bool measureGuesses();
 
-    void shape(const QTextBlock &block) const;
-    const SegmentedParagraph *shapeSegments(const QTextBlock &block) const;
+    void shape(const QTextBlock &block, const TurnBudget &budget) const;
+    const SegmentedParagraph *shapeSegments(const QTextBlock &block,
+                                            const TurnBudget &budget) const;
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
-    void shapeOnDemand(const QTextBlock &block) const;
-    void noteMoved(const QTextBlock &block, int heightBefore) const;
+    void shapeOnDemand(const QTextBlock &block, const TurnBudget &budget) const;
+    QTextBlock shapedBlockAt(qreal y) const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
-
-    struct Turn
-    {
-        explicit Turn(const TurnBudget::Clock &clock);
-
-        TurnBudget change;
-        TurnBudget paint;
-        /// Active when looking at a block gave it another height, or when there was no time to
-        /// look.
-        QBasicTimer next;
-    };
 
     TextSetting m_setting;
     TextColour m_textColour; ///< null for the palette's
     qreal m_pageWidth = -1;  ///< of the heights; -1 before the first
     int m_blockCount = 1;
     int m_cursorWidth = 1;
-    int m_lastGuess = -1; ///< guessed heights are in this block or before it
+    mutable int m_lastGuess = -1; ///< guessed heights are in this block or before it
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
-    mutable Turn m_turn;
+    mutable LayoutTurn m_turn;
     QBasicTimer m_idleTimer;
 };
 

@@ -137,13 +137,13 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
 /// A block that changes alone, and by little, is most likely in sight.
 void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 {
-    BlockShaper::reset(block);
+    m_shaper.reset(block);
     block.setUserState(BlockHeight().toUserState());
-    if (charsAdded <= BlockShaper::shortBlock && shapeSegments(block))
+    if (charsAdded <= BlockShaper::shortBlock && shapeSegments(block, m_turn.change))
         return;
     const bool composing = !block.layout()->preeditAreaText().isEmpty();
     if (composing || block.length() <= BlockShaper::shortBlock) {
-        shape(block);
+        shape(block, m_turn.change);
     } else {
         int nothing = 0;
         estimate(block, &nothing);
@@ -152,7 +152,7 @@ void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 
 void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
 {
-    BlockShaper::reset(block);
+    m_shaper.reset(block);
     const QString text = block.text();
     const AdvanceTable::Line line = m_setting.heights()->lineOf(text);
     // Wider than the characters: kerning, and glyphs that reach over their advance.
@@ -167,8 +167,14 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
     } else if (text.size() <= *promptCharacters && !m_turn.change.isSpent()) {
         *promptCharacters -= static_cast<int>(text.size());
         block.setUserState(height.toUserState());
-        if (!shapeSegments(block))
-            takeSize(block, m_shaper.sizeOf(block));
+        if (shapeSegments(block, m_turn.change))
+            return;
+        const ParagraphSize size =
+            m_shaper.sizeOf(block, [this] { return m_turn.change.isSpent(); });
+        if (size.isWhole)
+            takeSize(block, size);
+        else
+            guess(block, height.guessed(lineWidth()));
     } else {
         guess(block, height.guessed(lineWidth()));
     }
@@ -212,13 +218,13 @@ bool LazyDocumentLayout::measureOnce(Sight sight, bool *hasShaped)
         if (BlockHeight::of(block).isExact())
             continue;
         if (*hasShaped && m_turn.change.isSpent()) {
-            m_turn.next.start(0, this);
+            m_turn.askForNext();
             break;
         }
         *hasShaped = true;
         const int height = block.lineCount();
-        if (!shapeSegments(block))
-            shape(block);
+        if (!shapeSegments(block, m_turn.change))
+            shape(block, m_turn.change);
         moved = moved || block.lineCount() != height;
     }
     return moved;
@@ -227,6 +233,9 @@ bool LazyDocumentLayout::measureOnce(Sight sight, bool *hasShaped)
 /// Measures guesses for a while, from the end upwards. Returns whether that changed a height.
 bool LazyDocumentLayout::measureGuesses()
 {
+    // What is in sight is more urgent.
+    if (m_turn.isNextAskedFor())
+        return false;
     bool moved = false;
     const QDeadlineTimer end(idleSlice, Qt::PreciseTimer);
     QTextBlock block = document()->findBlockByNumber(m_lastGuess);
@@ -235,7 +244,10 @@ bool LazyDocumentLayout::measureGuesses()
             continue;
         if (end.hasExpired())
             break;
-        moved |= takeSize(block, m_shaper.sizeOf(block));
+        const ParagraphSize size = m_shaper.sizeOf(block, [&end] { return end.hasExpired(); });
+        moved |= takeSize(block, size);
+        if (!size.isWhole)
+            break;
     }
     m_lastGuess = block.blockNumber();
     return moved;
@@ -244,8 +256,7 @@ bool LazyDocumentLayout::measureGuesses()
 void LazyDocumentLayout::timerEvent(QTimerEvent *event)
 {
     bool moved = false;
-    if (event->timerId() == m_turn.next.timerId()) {
-        m_turn.next.stop();
+    if (m_turn.takeNext(event->timerId())) {
         moved = true;
     } else if (event->timerId() == m_idleTimer.timerId()) {
         m_idleTimer.stop();
