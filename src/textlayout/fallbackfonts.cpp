@@ -8,6 +8,8 @@
 #include <QTextCharFormat>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace tarn::console {
 
@@ -29,12 +31,6 @@ bool selectsVariation(char32_t character)
 {
     return (character >= 0xFE00 && character <= 0xFE0F)
            || (character >= 0xE0100 && character <= 0xE01EF);
-}
-
-bool isOrdinary(const QString &text)
-{
-    return std::none_of(text.begin(), text.end(),
-                        [](QChar unit) { return unit.unicode() >= firstRare; });
 }
 
 /// Whether a character takes the font of the one before, or is not drawn.
@@ -92,68 +88,143 @@ QTextCharFormat formatOf(const Fallback &fallback, const QFont &font)
     return format;
 }
 
-/// Collects the parts of a text.
-class Parts
+/// A character, and the marks on it.
+struct Cluster
+{
+    qsizetype start = 0;
+    qsizetype length = 0;
+    Fallback fallback; ///< of all of it
+    bool joins = false;
+};
+
+/// What is between two ordinary characters.
+class Stretch
 {
 public:
-    explicit Parts(const QFont &font)
+    explicit Stretch(const QFont &font)
         : m_font(font)
     {
     }
 
-    void add(char32_t character, qsizetype position, int length)
-    {
-        if (!belongsToOneBefore(character, m_before) || position == 0)
-            begin(fallbackOf(character, m_font), position);
-        m_before = character;
-        if (m_fallback.isKnown)
-            m_formats.last().length += length;
-    }
+    void begin() { m_clusters.clear(); }
 
+    /// A character before or between stretches.
     void addOrdinary(QChar character)
     {
+        noteScript(character.unicode());
         m_before = character.unicode();
-        m_fallback = {};
     }
 
-    const QList<QTextLayout::FormatRange> &formats() const { return m_formats; }
+    void add(char32_t character, qsizetype position, int length)
+    {
+        noteScript(character);
+        Fallback fallback;
+        if (!FontCoverage::needsRules(m_script) || hasScript(character))
+            fallback = fallbackOf(character, m_font);
+        const bool belongs = m_before != 0 && belongsToOneBefore(character, m_before);
+        if (!belongs || m_clusters.empty()) {
+            if (belongs) // to an ordinary character
+                fallback = {};
+            m_clusters.push_back({.start = position, .length = 0, .fallback = fallback});
+        }
+        Cluster &cluster = m_clusters.back();
+        cluster.length += length;
+        if (cluster.fallback != fallback)
+            cluster.fallback = {};
+        cluster.joins = cluster.joins || joins(character);
+        m_before = character;
+    }
+
+    void appendFormats(QList<QTextLayout::FormatRange> *formats) const
+    {
+        if (isTorn())
+            return;
+        Fallback before;
+        for (const Cluster &cluster : m_clusters) {
+            const auto length = static_cast<int>(cluster.length);
+            if (cluster.fallback.isKnown && cluster.fallback == before) {
+                formats->last().length += length;
+            } else if (cluster.fallback.isKnown) {
+                formats->append({.start = static_cast<int>(cluster.start),
+                                 .length = length,
+                                 .format = formatOf(cluster.fallback, m_font)});
+            }
+            before = cluster.fallback;
+        }
+    }
 
 private:
-    void begin(const Fallback &fallback, qsizetype position)
+    static bool hasScript(char32_t character)
     {
-        if (fallback.isKnown && fallback != m_fallback) {
-            m_formats.append({.start = static_cast<int>(position),
-                              .length = 0,
-                              .format = formatOf(fallback, m_font)});
-        }
-        m_fallback = fallback;
+        return QChar::script(character) > QChar::Script_Common;
     }
 
+    /// What has no script of its own takes that of the text before, and its first family.
+    void noteScript(char32_t character)
+    {
+        if (hasScript(character))
+            m_script = QChar::script(character);
+    }
+
+    static bool joins(char32_t character)
+    {
+        const QChar::JoiningType type = QChar::joiningType(character);
+        return type != QChar::Joining_None && type != QChar::Joining_Transparent;
+    }
+
+    /// Whether letters that join would have different formats, and join no more.
+    bool isTorn() const
+    {
+        const auto differs = [this](const Cluster &cluster) {
+            return cluster.fallback != m_clusters.front().fallback;
+        };
+        return std::any_of(m_clusters.begin(), m_clusters.end(), &Stretch::clusterJoins)
+               && std::any_of(m_clusters.begin(), m_clusters.end(), differs);
+    }
+    static bool clusterJoins(const Cluster &cluster) { return cluster.joins; }
+
     const QFont &m_font;
-    QList<QTextLayout::FormatRange> m_formats;
-    Fallback m_fallback; ///< of the character before
+    std::vector<Cluster> m_clusters;
     char32_t m_before = 0;
+    QChar::Script m_script = QChar::Script_Common;
 };
+
+bool isOrdinary(QChar unit)
+{
+    return unit.unicode() < firstRare && !unit.isMark();
+}
+
+/// The character at a position of a text, and how many code units it has.
+std::pair<char32_t, int> characterAt(const QString &text, qsizetype position)
+{
+    const QChar unit = text[position];
+    if (unit.isHighSurrogate() && position + 1 < text.size())
+        return {QChar::surrogateToUcs4(unit, text[position + 1]), 2};
+    return {unit.unicode(), 1};
+}
 
 } // namespace
 
-QList<QTextLayout::FormatRange> fallbackFormats(const QString &text, const QFont &font)
+QList<QTextLayout::FormatRange> fallbackFormats(const QString &text, const QFont &font,
+                                                qsizetype fewest)
 {
-    if (isOrdinary(text) || !FontCoverage::isFamily(font.families().value(0)))
+    const auto rare = text.size() - std::count_if(text.begin(), text.end(), isOrdinary);
+    if (rare == 0 || rare < fewest || !FontCoverage::isFamily(font.families().value(0)))
         return {};
-    Parts parts(font);
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar unit = text[i];
-        if (unit.unicode() < firstRare) {
-            parts.addOrdinary(unit);
-        } else if (unit.isHighSurrogate() && i + 1 < text.size()) {
-            parts.add(QChar::surrogateToUcs4(unit, text[i + 1]), i, 2);
-            ++i;
-        } else {
-            parts.add(unit.unicode(), i, 1);
+    QList<QTextLayout::FormatRange> formats;
+    Stretch stretch(font);
+    for (qsizetype i = 0; i < text.size();) {
+        for (; i < text.size() && isOrdinary(text[i]); ++i)
+            stretch.addOrdinary(text[i]);
+        stretch.begin();
+        while (i < text.size() && !isOrdinary(text[i])) {
+            const auto [character, length] = characterAt(text, i);
+            stretch.add(character, i, length);
+            i += length;
         }
+        stretch.appendFormats(&formats);
     }
-    return parts.formats();
+    return formats;
 }
 
 } // namespace tarn::console

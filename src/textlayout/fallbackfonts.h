@@ -13,6 +13,11 @@ namespace tarn::console {
 /// family has, the first one's box. They look as without; but then Qt asks every installed family
 /// for every character, whenever the text is shaped: up to 5 microseconds each, 0.1 s for 64 KiB,
 /// and 8 milliseconds more for each script. Nothing for a font whose first family is not installed.
-QList<QTextLayout::FormatRange> fallbackFormats(const QString &text, const QFont &font);
+///
+/// What has formats of its own is shaped apart, and where a line ends in it, the line may be lower:
+/// elsewhere Qt counts the fonts of what is in the next line, too. So nothing for a text with fewer
+/// such characters, in code units, either.
+QList<QTextLayout::FormatRange> fallbackFormats(const QString &text, const QFont &font,
+                                                qsizetype fewest = 64);
 
 } // namespace tarn::console
