@@ -195,7 +195,9 @@ int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accura
     if (m_setting.followsInk())
         rect = {rect.left(), layout.position().y(), rect.width(), qreal(block.lineCount())};
     const int last = document()->characterCount() - 1;
-    if (point.y() < rect.top() || point.y() > rect.bottom()) {
+    // Below the lines so far there will be others of the same block.
+    const bool isUnfinished = m_shaper.unfinishedBlock() == block.blockNumber();
+    if (point.y() < rect.top() || (point.y() > rect.bottom() && !isUnfinished)) {
         const int end = block.position() + (point.y() > rect.bottom() ? block.length() : 0);
         return accuracy == Qt::ExactHit ? miss : std::min(end, last);
     }

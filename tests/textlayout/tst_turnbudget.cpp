@@ -3,12 +3,14 @@
 #include "support/patience.h"
 #include "support/testregistry.h"
 #include "textlayout/blockheight.h"
+#include "textlayout/layoutturn.h"
 #include "textlayout/lazydocumentlayout.h"
 
 #include <QImage>
 #include <QPainter>
 #include <QTest>
 #include <QTextBlock>
+#include <QTextCursor>
 #include <QTextDocument>
 
 using namespace Qt::StringLiterals;
@@ -90,8 +92,56 @@ public:
         return shapedBlocks();
     }
 
+    QImage picture() const
+    {
+        QImage image(pageWidth, 600, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        QAbstractTextDocumentLayout::PaintContext context;
+        context.clip = image.rect();
+        layout().draw(&painter, context);
+        return image;
+    }
+
     LazyDocumentLayout::Sight everything() const { return {0, 1'000'000}; }
 };
+
+/// No line of it may be broken off, but at its letters.
+QString longWord()
+{
+    return u"\U00012000\U00012001"_s.repeated(3000);
+}
+
+/// As long, in words that may be shaped apart.
+QString longWords()
+{
+    return u"step by step "_s.repeated(1000);
+}
+
+/// What it is when there is time for everything.
+struct Whole
+{
+    explicit Whole(const QString &text, int width = pageWidth)
+        : document(stoppedClock)
+    {
+        document.setTextWidth(width);
+        document.setPlainText(text);
+        document.layout().measure([this] { return document.everything(); });
+        document.paint();
+    }
+
+    LaidOutDocument document;
+};
+
+void paintUntilExact(LaidOutDocument *document)
+{
+    const auto isExact = [document] {
+        document->paint();
+        return document->layout().measure([document] { return document->everything(); }),
+               document->exactBlocks() == document->blockCount();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(isExact(), patience);
+}
 
 } // namespace
 
@@ -109,6 +159,13 @@ private Q_SLOTS:
     void whatIsInSightIsPaintedTurnByTurn();
     void whatIsShapedIsPaintedAlways();
     void charactersAreNotMeasuredWithoutTime();
+    void aLongParagraphIsShapedTurnByTurn_data();
+    void aLongParagraphIsShapedTurnByTurn();
+    void pointsAreFoundInTheLinesSoFar();
+    void whatChangesMeanwhileIsShapedAnew_data();
+    void whatChangesMeanwhileIsShapedAnew();
+    void anotherParagraphMayInterrupt();
+    void everyPaintingHasOneLineMore();
 };
 
 void TestTurnBudget::workSpendsIt()
@@ -235,6 +292,146 @@ void TestTurnBudget::charactersAreNotMeasuredWithoutTime()
     QVERIFY(table.lineOf(u"new").certain);
     isInAHurry = true;
     QVERIFY(table.lineOf(u"new").certain);
+}
+
+void TestTurnBudget::aLongParagraphIsShapedTurnByTurn_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("word") << longWord();
+    QTest::newRow("words") << longWords();
+    QTest::newRow("marks without end") << QString(u'a' + QString(99, QChar(0x0301))).repeated(300);
+    QTest::newRow("lines") << u"a\u2028"_s.repeated(3000);
+}
+
+void TestTurnBudget::aLongParagraphIsShapedTurnByTurn()
+{
+    QFETCH(QString, text);
+    const Whole whole(text);
+    bool isSlow = true;
+    LaidOutDocument document(clockThatMayExhaust(&isSlow));
+    document.setPlainText(text);
+    QVERIFY(!document.layout().isExact());
+    document.paint();
+    QVERIFY(document.exactBlocks() == 0);
+    int turns = 0;
+    QObject::connect(&document.layout(), &LazyDocumentLayout::heightsChanged, &document,
+                     [&] { ++turns; });
+    paintUntilExact(&document);
+    QVERIFY(turns > 1);
+    QCOMPARE(document.size(), whole.document.size());
+    isSlow = false;
+    QTRY_VERIFY_WITH_TIMEOUT(document.picture() == whole.document.picture(), patience);
+}
+
+void TestTurnBudget::pointsAreFoundInTheLinesSoFar()
+{
+    LaidOutDocument document(exhaustingClock());
+    document.setPlainText(longWord());
+    document.paint();
+    const QTextLayout *layout = document.firstBlock().layout();
+    const int lines = layout->lineCount();
+    QVERIFY(lines > 0);
+    const QPointF inFirstLine(pageWidth / 2.0, 10);
+    const int position = document.layout().hitTest(inFirstLine, Qt::FuzzyHit);
+    QVERIFY(position > 0 && position < layout->lineAt(0).textLength());
+    // Each question makes a line more, and not all of them.
+    const QPointF below(pageWidth / 2.0, 1000);
+    const int end = document.layout().hitTest(below, Qt::FuzzyHit);
+    QVERIFY(layout->lineCount() <= lines + 4);
+    QVERIFY(end <= layout->lineAt(layout->lineCount() - 1).textStart() + 1000);
+    QVERIFY(document.layout().blockBoundingRect(document.firstBlock()).height() > 0);
+}
+
+void TestTurnBudget::whatChangesMeanwhileIsShapedAnew_data()
+{
+    QTest::addColumn<QString>("change");
+    for (const char *change : {"appended", "inserted", "removed", "split", "replaced", "cleared",
+                               "line before", "narrower", "direction"})
+        QTest::newRow(change) << QString::fromLatin1(change);
+}
+
+void TestTurnBudget::whatChangesMeanwhileIsShapedAnew()
+{
+    QFETCH(QString, change);
+    for (const QString &text : {longWord(), longWords()}) {
+        const auto apply = [&change, &text](QTextDocument *document) {
+            QTextCursor cursor(document);
+            if (change == u"appended") {
+                cursor.movePosition(QTextCursor::End);
+                cursor.insertText(u" more"_s);
+            } else if (change == u"inserted") {
+                cursor.setPosition(2000);
+                cursor.insertText(u" more "_s);
+            } else if (change == u"removed") {
+                cursor.setPosition(2000, QTextCursor::KeepAnchor);
+                cursor.removeSelectedText();
+            } else if (change == u"split") {
+                cursor.setPosition(3000);
+                cursor.insertBlock();
+            } else if (change == u"replaced") {
+                document->setPlainText(text.chopped(600));
+            } else if (change == u"cleared") {
+                document->clear();
+            } else if (change == u"line before") {
+                cursor.insertText(u"before\n"_s);
+            } else if (change == u"narrower") {
+                document->setTextWidth(pageWidth - 100);
+            } else {
+                QTextBlockFormat format;
+                format.setLayoutDirection(Qt::RightToLeft);
+                cursor.mergeBlockFormat(format);
+            }
+        };
+        bool isSlow = true;
+        LaidOutDocument document(clockThatMayExhaust(&isSlow));
+        document.setPlainText(text);
+        document.paint();
+        apply(&document);
+        paintUntilExact(&document);
+        Whole whole(text);
+        apply(&whole.document);
+        paintUntilExact(&whole.document);
+        QCOMPARE(document.size(), whole.document.size());
+        isSlow = false;
+        QTRY_VERIFY_WITH_TIMEOUT(document.picture() == whole.document.picture(), patience);
+    }
+}
+
+void TestTurnBudget::anotherParagraphMayInterrupt()
+{
+    const QString text = longWord() + u'\n' + longWord().chopped(1000);
+    const Whole whole(text);
+    LaidOutDocument document(exhaustingClock());
+    document.setPlainText(text);
+    LazyDocumentLayout &layout = document.layout();
+    for (int i = 0; i < 4; ++i) {
+        layout.blockBoundingRect(document.firstBlock());
+        layout.blockBoundingRect(document.lastBlock());
+    }
+    paintUntilExact(&document);
+    QCOMPARE(document.size(), whole.document.size());
+}
+
+void TestTurnBudget::everyPaintingHasOneLineMore()
+{
+    QObject owner;
+    LayoutTurn turn(&owner, exhaustingClock());
+    const auto paint = [&turn](int lines) {
+        const TurnBudget::Spending spending(&turn.paint);
+        turn.beginPainting();
+        int painted = 0;
+        while (painted < lines && turn.mayPaintLine())
+            ++painted;
+        turn.endPainting();
+        return painted;
+    };
+    QCOMPARE(paint(3), 0);
+    QVERIFY(turn.isNextAskedFor());
+    QCOMPARE(paint(3), 1);
+    QCOMPARE(paint(3), 2);
+    QCOMPARE(paint(3), 3);
+    // A whole one begins anew.
+    QCOMPARE(paint(3), 0);
 }
 
 } // namespace tarn::console
