@@ -11,7 +11,7 @@ usage='Usage: scripts/setup.sh [--list] [GROUP...]   installs the missing packag
 packages_of() {
     case $1 in
     build) # Building the console and running it on an X display, Arabic included.
-        printf '%s\n' cmake g++ ninja-build libxcb1-dev \
+        printf '%s\n' cmake g++ ninja-build libfontconfig-dev libxcb1-dev \
             qt6-base-dev qt6-tools-dev qt6-l10n-tools qt6-translations-l10n \
             fonts-noto-core
         ;;

@@ -154,13 +154,13 @@ AdvanceTable::AdvanceTable(const QFont &font, QPaintDevice *device, const QTextO
 
 AdvanceTable::Line AdvanceTable::lineOf(QStringView text) const
 {
-    const Sum sum = sumOf(text);
+    const Sum sum = sumOf(text, true);
     return {.width = static_cast<qreal>(sum.advance) / unitsPerPixel,
             .height = heightOf(sum.classes & ~uncertain),
             .certain = !(sum.classes & uncertain)};
 }
 
-AdvanceTable::Sum AdvanceTable::sumOf(QStringView text) const
+AdvanceTable::Sum AdvanceTable::sumOf(QStringView text, bool mayGuess) const
 {
     // What comes before the first letter takes that letter's script.
     std::size_t script = common;
@@ -170,22 +170,33 @@ AdvanceTable::Sum AdvanceTable::sumOf(QStringView text) const
     Sum sum;
     for (const QChar character : text) {
         script = scriptOf(character, script);
-        const Unit &unit = this->unit(character.unicode(), script);
+        const Unit unit = this->unit(character.unicode(), script, mayGuess);
         sum.advance += unit.advance;
         sum.classes |= unit.classes;
     }
     return sum;
 }
 
-const AdvanceTable::Unit &AdvanceTable::unit(char16_t code, std::size_t script) const
+AdvanceTable::Unit AdvanceTable::unit(char16_t code, std::size_t script, bool mayGuess) const
 {
     std::unique_ptr<Page> &page = m_tables[script][code >> 8];
     if (!page)
         page = std::make_unique<Page>();
     Unit &unit = (*page)[code & 0xFF];
-    if (unit.classes == 0)
-        meet(code, script, &unit);
+    if (unit.classes != 0)
+        return unit;
+    if (mayGuess && m_isInAHurry && m_isInAHurry())
+        return {.advance = roughAdvance(), .classes = uncertain};
+    meet(code, script, &unit);
+    // To measure is expensive, and what is uncertain is measured again anyway, as a whole.
+    if (code >= simpleScriptsEnd)
+        page->fill(unit);
     return unit;
+}
+
+quint32 AdvanceTable::roughAdvance() const
+{
+    return static_cast<quint32>(m_emptyHeight / 2 * unitsPerPixel);
 }
 
 void AdvanceTable::meet(char16_t code, std::size_t script, Unit *unit) const
@@ -237,7 +248,7 @@ AdvanceTable::Unit AdvanceTable::measure(char16_t code, std::size_t script) cons
 {
     const QChar character(code);
     if (character.isSurrogate())
-        return {.advance = unit(u'M', common).advance, .classes = uncertain};
+        return {.advance = unit(u'M', common, false).advance, .classes = uncertain};
 
     const bool isLetter = findScript(character) == script;
     const QString before = isLetter ? QString() : QString(QChar(simpleScripts[script].letter));
@@ -290,7 +301,7 @@ AdvanceTable::LineClass AdvanceTable::measureInk(const QString &text) const
 InkReach AdvanceTable::reachOf(const QTextLine &line, QStringView text) const
 {
     if (!text.isNull()) {
-        const quint32 classes = sumOf(text).classes;
+        const quint32 classes = sumOf(text, false).classes;
         if (classes == 0)
             return *m_plainInk;
         if (!(classes & uncertain)) {

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,9 +21,10 @@ class QTextLine;
 namespace tarn::console {
 
 /// How much room characters take in a line, known without shaping the text: tables with one entry
-/// per UTF-16 code unit, filled as units turn up. The widths are upper bounds (the widest of the
-/// four joining forms of an Arabic letter, moved apart by any other character there was so far as
-/// far as kerning does); ligatures only make a text narrower. Blanks, digits and
+/// per UTF-16 code unit, filled as units turn up (where nothing is certain, one stands for its 256
+/// neighbours). The widths are upper bounds (the widest of the four joining forms of an Arabic
+/// letter, moved apart by any other character there was so far as far as kerning does); ligatures
+/// only make a text narrower. Blanks, digits and
 /// punctuation have no script of their own and take that of the letters before them (UAX #24,
 /// section 5.1), and often its font; so there is a table for each script.
 class AdvanceTable
@@ -41,6 +43,10 @@ public:
     AdvanceTable(const QFont &font, QPaintDevice *device, const QTextOption &option);
 
     Line lineOf(QStringView text) const;
+
+    /// Asked before a character is measured that has not turned up before. While it says so,
+    /// characters are guessed, and nothing is certain.
+    void setImpatience(const std::function<bool()> &isInAHurry) { m_isInAHurry = isInAHurry; }
 
     /// Whether lines are as high as their ink. Only where the font is generous; otherwise lines are
     /// as high as a text layout makes them.
@@ -85,8 +91,9 @@ private:
     static constexpr std::size_t maximumKerned = 112;
     static constexpr quint32 uncertain = quint32(1) << maximumClasses;
 
-    Sum sumOf(QStringView text) const;
-    const Unit &unit(char16_t code, std::size_t script) const;
+    Sum sumOf(QStringView text, bool mayGuess) const;
+    Unit unit(char16_t code, std::size_t script, bool mayGuess) const;
+    quint32 roughAdvance() const;
     void meet(char16_t code, std::size_t script, Unit *unit) const;
     void learnKerning(char16_t code, std::size_t script) const;
     Unit measure(char16_t code, std::size_t script) const;
@@ -104,6 +111,7 @@ private:
     InkReach m_caretInk;
     int m_caretExcess = 0;
     int m_emptyHeight;
+    std::function<bool()> m_isInAHurry;
     mutable std::array<Table, scriptCount> m_tables;
     mutable std::array<std::u16string, scriptCount> m_kerned; ///< what is in a table so far
     mutable std::vector<LineClass> m_classes;

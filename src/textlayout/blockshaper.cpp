@@ -1,6 +1,7 @@
 #include "textlayout/blockshaper.h"
 
 #include "textlayout/advancetable.h"
+#include "textlayout/fallbackfonts.h"
 #include "textlayout/overlongclusters.h"
 #include "textlayout/textpieces.h"
 
@@ -43,41 +44,64 @@ bool BlockShaper::hasOnlyCaret(const QTextBlock &block)
     return block.length() == 1 && block.blockNumber() > 0 && !block.next().isValid();
 }
 
-std::optional<ParagraphSize> BlockShaper::shape(const QTextBlock &block)
+bool BlockShaper::isShaped(const QTextBlock &block) const
 {
-    QTextLayout *layout = block.layout();
+    return block.layout()->lineCount() > 0 || m_segmented.has(block.blockNumber());
+}
+
+std::optional<ParagraphSize> BlockShaper::shape(const QTextBlock &block, const IsEnough &isEnough)
+{
     std::optional<ParagraphSize> size;
-    if (layout->lineCount() == 0) {
-        size = breakOwn(block);
+    if (block.layout()->lineCount() == 0 || unfinishedBlock() == block.blockNumber()) {
+        const bool isComposed = !block.layout()->preeditAreaText().isEmpty();
+        size = breakOwn(block, isSlow(block) && !isComposed ? isEnough : IsEnough());
+        if (m_unfinished)
+            m_unfinished->isKept = true;
     }
     m_shaped.use(block.blockNumber(), block.length(), [this](int number) { release(number); });
     return size;
 }
 
 /// Breaks the text of a block in the block's own layout.
-ParagraphSize BlockShaper::breakOwn(const QTextBlock &block)
+ParagraphSize BlockShaper::breakOwn(const QTextBlock &block, const IsEnough &isEnough)
 {
+    if (unfinishedBlock() != block.blockNumber())
+        beginOwn(block);
+    const bool isFinished = m_unfinished->breaker.goOn(isEnough);
+    const ParagraphSize size = m_unfinished->breaker.size();
+    if (isFinished)
+        m_unfinished.reset();
+    return placeCaret(block, block.layout(), size);
+}
+
+void BlockShaper::beginOwn(const QTextBlock &block)
+{
+    if (m_unfinished)
+        release(m_unfinished->block);
     const auto display = displayOf(block);
     if (display)
         m_escapes.show(*display, block);
     else
         cutIntoPieces(block);
     keepShapedText(block.layout(), block.text());
-    return breakBlock(block.layout(), display ? display->text : block.text(), block);
+    m_unfinished.emplace(
+        Unfinished{.block = block.blockNumber(),
+                   .isKept = false,
+                   .breaker = {block.layout(), display ? display->text : block.text(),
+                               paragraphOption(block), m_lineWidth, m_heights}});
 }
 
-/// What a block shows instead of its text, if anything. A text with overlong clusters is drawn
-/// without its block.
+/// What a block shows instead of its text, if anything.
 std::optional<EscapeDisplay::Display> BlockShaper::displayOf(const QTextBlock &block) const
 {
     if (!m_keepsEscapes || block.textDirection() != Qt::RightToLeft)
         return std::nullopt;
     const QString text = block.text();
     const auto display = m_escapes.displayOf(text);
+    // Its pieces would need the formats.
     return display && hasOverlongClusters(text) ? std::nullopt : display;
 }
 
-/// Whether a user would notice how long it takes to shape a block at once.
 bool BlockShaper::isSlow(const QTextBlock &block)
 {
     constexpr int shortEvenWithClusters = 512;
@@ -85,12 +109,13 @@ bool BlockShaper::isSlow(const QTextBlock &block)
            || (block.length() > shortEvenWithClusters && hasOverlongClusters(block.text()));
 }
 
-const SegmentedParagraph *BlockShaper::shapeSegments(const QTextBlock &block)
+const SegmentedParagraph *BlockShaper::shapeSegments(const QTextBlock &block,
+                                                     const IsEnough &isEnough)
 {
     if (!isSlow(block) || !block.layout()->preeditAreaText().isEmpty())
         return nullptr;
     SegmentedParagraph &paragraph = m_segmented.of(block.blockNumber());
-    return paragraph.shape(block.text(), settingOf(block)) ? &paragraph : nullptr;
+    return paragraph.shape(block.text(), settingOf(block), isEnough) ? &paragraph : nullptr;
 }
 
 SegmentedParagraph::Setting BlockShaper::settingOf(const QTextBlock &block) const
@@ -101,10 +126,15 @@ SegmentedParagraph::Setting BlockShaper::settingOf(const QTextBlock &block) cons
 
 QList<QTextLayout::FormatRange> BlockShaper::piecesOf(const QTextBlock &block)
 {
+    const QString text = block.text();
+    const auto fallbacks = fallbackFormats(text, m_font);
     if (!isSlow(block))
-        return {};
+        return fallbacks;
     const SegmentedParagraph *paragraph = shapeSegments(block);
-    return paragraph ? paragraph->pieces() : console::piecesOf(block.text());
+    const auto pieces = paragraph
+                            ? paragraph->pieces()
+                            : unitedPieces(console::piecesOf(text), overlongClusterPieces(text));
+    return unitedPieces(pieces, fallbacks);
 }
 
 /// Has the block's own layout find the lines that are drawn. The formats that an input method sets
@@ -134,36 +164,53 @@ bool BlockShaper::isOwnChange(int from, int charsRemoved, int charsAdded) const
     return m_cutBlock.isValid() && (m_takesChange || isThatBlock);
 }
 
-ParagraphSize BlockShaper::sizeOf(const QTextBlock &block)
+ParagraphSize BlockShaper::sizeOf(const QTextBlock &block, const IsEnough &isEnough)
 {
     if (isSlow(block))
-        return sizeOfSlow(block);
+        return sizeOfSlow(block, isEnough);
     const auto display = displayOf(block);
     const QString text = display ? display->text : block.text();
     QTextLayout layout(text, m_font, m_document->documentLayout()->paintDevice());
-    if (display)
-        layout.setFormats(display->formats);
-    return breakBlock(&layout, text, block);
+    layout.setFormats(display ? display->formats : fallbackFormats(text, m_font));
+    return placeCaret(
+        block, &layout,
+        breakIntoLines(&layout, text, paragraphOption(block), m_lineWidth, m_heights));
 }
 
-ParagraphSize BlockShaper::sizeOfSlow(const QTextBlock &block)
+ParagraphSize BlockShaper::sizeOfSlow(const QTextBlock &block, const IsEnough &isEnough)
 {
-    // What is in sight stays in the cache.
-    SegmentedParagraph paragraph;
-    if (paragraph.shape(block.text(), settingOf(block)))
-        return paragraph.size();
-    const bool wasShaped = block.layout()->lineCount() > 0;
-    const ParagraphSize size = breakOwn(block);
-    if (!wasShaped)
+    const bool isNew = unfinishedBlock() != block.blockNumber();
+    if (const auto size = isNew ? sizeOfSegments(block, isEnough) : std::nullopt)
+        return *size;
+    const bool isKept = isNew ? block.layout()->lineCount() > 0 : m_unfinished->isKept;
+    const ParagraphSize size = breakOwn(block, isEnough);
+    if (m_unfinished)
+        m_unfinished->isKept = isKept;
+    else if (!isKept)
         release(block.blockNumber());
     return size;
 }
 
-ParagraphSize BlockShaper::breakBlock(QTextLayout *layout, const QString &text,
-                                      const QTextBlock &block) const
+/// Nothing for a block that cannot be segmented.
+std::optional<ParagraphSize> BlockShaper::sizeOfSegments(const QTextBlock &block,
+                                                         const IsEnough &isEnough)
 {
-    ParagraphSize size =
-        breakIntoLines(layout, text, paragraphOption(block), m_lineWidth, m_heights);
+    // Not in the cache, where what is in sight stays.
+    auto &[number, paragraph] = m_measured;
+    if (!paragraph || number != block.blockNumber())
+        m_measured = {block.blockNumber(), std::make_unique<SegmentedParagraph>()};
+    std::optional<ParagraphSize> size;
+    if (paragraph->shape(block.text(), settingOf(block), isEnough))
+        size = paragraph->size();
+    if (!size || size->isWhole)
+        paragraph.reset();
+    return size;
+}
+
+/// Where lines follow their ink, a block that has only the caret has the caret's height.
+ParagraphSize BlockShaper::placeCaret(const QTextBlock &block, QTextLayout *layout,
+                                      ParagraphSize size) const
+{
     if (hasOnlyCaret(block) && m_heights && m_heights->followsInk()
         && layout->preeditAreaText().isEmpty()) {
         const InkReach caret = m_heights->caretReach();
@@ -174,21 +221,41 @@ ParagraphSize BlockShaper::breakBlock(QTextLayout *layout, const QString &text,
     return size;
 }
 
+void BlockShaper::reset(const QTextBlock &block)
+{
+    if (unfinishedBlock() == block.blockNumber())
+        m_unfinished.reset();
+    EscapeDisplay::reset(block);
+}
+
 void BlockShaper::replace(int first, int removed, int inserted)
 {
+    if (unfinishedBlock() >= first) {
+        // What is replaced has no lines any more.
+        if (unfinishedBlock() < first + removed)
+            m_unfinished.reset();
+        else
+            m_unfinished->block += inserted - removed;
+    }
+    m_measured.second.reset();
     m_shaped.replace(first, removed, inserted);
     m_segmented.replace(first, removed, inserted);
 }
 
 void BlockShaper::clear()
 {
+    if (m_unfinished)
+        release(m_unfinished->block);
+    m_measured.second.reset();
     m_shaped.clear([this](int block) { release(block); });
     m_segmented.clear();
 }
 
-void BlockShaper::release(int block) const
+void BlockShaper::release(int block)
 {
     const QTextBlock released = m_document->findBlockByNumber(block);
+    if (unfinishedBlock() == block)
+        m_unfinished.reset();
     if (!released.isValid())
         return;
     reset(released);

@@ -12,7 +12,9 @@
 #include <QTextBlock>
 #include <QTextLayout>
 
+#include <memory>
 #include <optional>
+#include <utility>
 
 class QTextDocument;
 
@@ -41,22 +43,29 @@ public:
     const QFont &font() const { return m_font; }
     const AdvanceTable *heights() const { return m_heights; }
 
-    /// Makes sure that the block's own layout has lines. Returns its size if it had none.
-    std::optional<ParagraphSize> shape(const QTextBlock &block);
+    /// Whether a block can be painted without being shaped.
+    bool isShaped(const QTextBlock &block) const;
+
+    /// Makes sure that the block's own layout has lines. Returns its size if it got some: of a slow
+    /// block the lines may be the first ones only, and each call goes on from there.
+    std::optional<ParagraphSize> shape(const QTextBlock &block, const IsEnough &isEnough = {});
+
+    /// The block that has only its first lines; -1 for none. Lines of another one drop those.
+    int unfinishedBlock() const { return m_unfinished ? m_unfinished->block : -1; }
 
     /// Shapes a long paragraph in segments, and nothing more than its end if it only got longer.
     /// Null when the block is shaped fast enough, or cannot be segmented.
-    const SegmentedParagraph *shapeSegments(const QTextBlock &block);
+    const SegmentedParagraph *shapeSegments(const QTextBlock &block, const IsEnough &isEnough = {});
 
-    /// Shapes a block only for its size.
-    ParagraphSize sizeOf(const QTextBlock &block);
+    /// Shapes a block only for its size, as above.
+    ParagraphSize sizeOf(const QTextBlock &block, const IsEnough &isEnough = {});
 
     /// Whether a block is the empty one after the end of the last line. Where lines follow their
     /// ink, it is only as high as a caret, and keeps more of the lines in sight.
     static bool hasOnlyCaret(const QTextBlock &block);
 
     /// Makes a block one that is not shaped, and has the text that it has now.
-    static void reset(const QTextBlock &block) { EscapeDisplay::reset(block); }
+    void reset(const QTextBlock &block);
 
     const EscapeDisplay &escapes() const { return m_escapes; }
 
@@ -71,17 +80,29 @@ public:
     /// Gives everything back.
     void clear();
 
-private:
+    /// Whether a user would notice how long it takes to shape a block at once.
     static bool isSlow(const QTextBlock &block);
+
+private:
     SegmentedParagraph::Setting settingOf(const QTextBlock &block) const;
     QList<QTextLayout::FormatRange> piecesOf(const QTextBlock &block);
     void cutIntoPieces(const QTextBlock &block);
     std::optional<EscapeDisplay::Display> displayOf(const QTextBlock &block) const;
-    ParagraphSize breakOwn(const QTextBlock &block);
-    ParagraphSize sizeOfSlow(const QTextBlock &block);
-    ParagraphSize breakBlock(QTextLayout *layout, const QString &text,
-                             const QTextBlock &block) const;
-    void release(int block) const;
+    ParagraphSize breakOwn(const QTextBlock &block, const IsEnough &isEnough);
+    void beginOwn(const QTextBlock &block);
+    ParagraphSize sizeOfSlow(const QTextBlock &block, const IsEnough &isEnough);
+    std::optional<ParagraphSize> sizeOfSegments(const QTextBlock &block, const IsEnough &isEnough);
+    ParagraphSize placeCaret(const QTextBlock &block, QTextLayout *layout,
+                             ParagraphSize size) const;
+    void release(int block);
+
+    /// Lines that are being made in a block's own layout.
+    struct Unfinished
+    {
+        int block;
+        bool isKept; ///< and not only made for their size
+        LineBreaker breaker;
+    };
 
     QTextDocument *m_document;
     QFont m_font;
@@ -91,6 +112,9 @@ private:
     qreal m_lineWidth = 0;
     ShapedBlockCache m_shaped;
     SegmentedParagraphCache m_segmented;
+    std::optional<Unfinished> m_unfinished;
+    /// A paragraph that is shaped only for its size, which is not known yet, and its block.
+    std::pair<int, std::unique_ptr<SegmentedParagraph>> m_measured;
     QTextBlock m_cutBlock; ///< while it is cut into pieces
     bool m_takesChange = false;
 };

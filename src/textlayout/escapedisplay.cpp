@@ -1,5 +1,8 @@
 #include "textlayout/escapedisplay.h"
 
+#include "textlayout/fallbackfonts.h"
+#include "textlayout/textpieces.h"
+
 #include <QPainter>
 #include <QTextBlock>
 
@@ -68,10 +71,14 @@ qreal widthOf(char16_t character, const QFont &font, QPaintDevice *device,
                          [](const QTextLine &line) { return line.cursorToX(1); });
 }
 
+/// By which the formats of stand-ins are told from others.
+constexpr int standInMark = QTextFormat::UserProperty + 2;
+
 /// Nothing of it shows, selected or not.
 QTextCharFormat invisible()
 {
     QTextCharFormat format;
+    format.setProperty(standInMark, true);
     format.setForeground(Qt::transparent);
     format.setProperty(QTextFormat::FontPixelSize, 1);
     return format;
@@ -128,6 +135,7 @@ std::optional<EscapeDisplay::Display> EscapeDisplay::displayOf(const QString &te
         display.text[escape] = QChar(standInLetter);
         display.formats.append({.start = escape, .length = 1, .format = backslash().standIn});
     }
+    display.formats = unitedPieces(display.formats, fallbackFormats(text, m_font));
     return display;
 }
 
@@ -176,6 +184,8 @@ void EscapeDisplay::drawBackslashes(QPainter *painter, const QTextLayout &layout
             [](const QTextLayout::FormatRange &range, int start) { return range.start < start; });
         const int end = line.textStart() + line.textLength();
         for (; standIn != standIns.end() && standIn->start < end; ++standIn) {
+            if (!standIn->format.hasProperty(standInMark))
+                continue;
             const auto runs = line.glyphRuns(standIn->start, 1);
             if (runs.isEmpty() || runs.front().positions().isEmpty())
                 continue;

@@ -102,12 +102,15 @@ QRectF clipOf(const QAbstractTextDocumentLayout &layout, const QRectF &clip)
 } // namespace
 
 LazyDocumentLayout::LazyDocumentLayout(QTextDocument *document, QPaintDevice *device,
-                                       TextColour textColour, KnownText knownText)
+                                       TextColour textColour, KnownText knownText,
+                                       const TurnBudget::Clock &clock)
     : QAbstractTextDocumentLayout(document)
     , m_texts{.colour = std::move(textColour), .known = std::move(knownText)}
     , m_shaper(document)
+    , m_turn(this, clock)
 {
     setPaintDevice(device);
+    m_setting.setImpatience([this] { return m_turn.change.isSpent(); });
 }
 
 LazyDocumentLayout::~LazyDocumentLayout() = default;
@@ -167,8 +170,10 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
 {
     if (!isLaidOut() || !block.isValid())
         return QRectF();
-    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock)
-        shapeOnDemand(block);
+    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock) {
+        const TurnBudget::Spending spending(&m_turn.change);
+        shapeOnDemand(block, m_turn.change);
+    }
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
     if (m_setting.followsInk() && block.layout()->lineCount() > 0)
@@ -176,24 +181,33 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
     return rect;
 }
 
+QTextBlock LazyDocumentLayout::shapedBlockAt(qreal y) const
+{
+    const TurnBudget::Spending spending(&m_turn.change);
+    QTextBlock block = blockAt(y);
+    // Another height can move the point out of the block.
+    for (bool isKnown = false; !isKnown; block = blockAt(y)) {
+        isKnown =
+            BlockHeight::of(block).isExact() || m_shaper.unfinishedBlock() == block.blockNumber();
+        shapeOnDemand(block, m_turn.change);
+    }
+    return block;
+}
+
 int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const
 {
     const int miss = accuracy == Qt::ExactHit ? -1 : 0;
     if (!isLaidOut())
         return miss;
-    QTextBlock block = blockAt(point.y());
-    // Another height can move the point out of the block.
-    for (bool exact = false; !exact; block = blockAt(point.y())) {
-        exact = BlockHeight::of(block).isExact();
-        shapeOnDemand(block);
-    }
-
+    const QTextBlock block = shapedBlockAt(point.y());
     const QTextLayout &layout = *block.layout();
     QRectF rect = layout.boundingRect().translated(layout.position());
     if (m_setting.followsInk())
         rect = {rect.left(), layout.position().y(), rect.width(), qreal(block.lineCount())};
     const int last = document()->characterCount() - 1;
-    if (point.y() < rect.top() || point.y() > rect.bottom()) {
+    // Below the lines so far there will be others of the same block.
+    const bool isUnfinished = m_shaper.unfinishedBlock() == block.blockNumber();
+    if (point.y() < rect.top() || (point.y() > rect.bottom() && !isUnfinished)) {
         const int end = block.position() + (point.y() > rect.bottom() ? block.length() : 0);
         return accuracy == Qt::ExactHit ? miss : std::min(end, last);
     }
@@ -211,19 +225,29 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
 {
     if (!isLaidOut())
         return;
+    const TurnBudget::Spending spending(&m_turn.paint);
+    m_turn.beginPainting();
+    bool hasShaped = false; // one at least, or there would be no end
     QTextBlock block =
         context.clip.isValid() ? blockAt(context.clip.top()) : document()->firstBlock();
     const QPen pen = painter->pen();
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             break;
+        const bool isNew = !m_shaper.isShaped(block);
+        if (isNew && hasShaped && m_turn.paint.isSpent()) {
+            m_turn.askForNext();
+            continue;
+        }
+        hasShaped = hasShaped || isNew;
         painter->setPen(colourOf(block, context.palette, m_texts.colour));
         if (drawSegments(painter, context, block))
             continue;
-        shapeOnDemand(block);
+        shapeOnDemand(block, m_turn.paint);
         drawBlock(painter, context, block);
     }
     painter->setPen(pen);
+    m_turn.endPainting();
 }
 
 /// Draws a long paragraph without shaping the whole. Returns false, and draws nothing, when the
@@ -232,13 +256,15 @@ bool LazyDocumentLayout::drawSegments(QPainter *painter, const PaintContext &con
                                       const QTextBlock &block) const
 {
     const int height = block.lineCount();
-    const SegmentedParagraph *paragraph = shapeSegments(block);
+    const SegmentedParagraph *paragraph = shapeSegments(block, m_turn.paint);
     if (!paragraph)
         return false;
     const auto selections = selectedRanges(block, context.selections);
-    noteMoved(block, height);
+    if (block.lineCount() != height)
+        m_turn.askForNext();
     const QPointF position(marginOf(document()), topOf(block));
-    paragraph->draw(painter, position, selections, clipOf(*this, context.clip));
+    paragraph->draw(painter, position, selections, clipOf(*this, context.clip),
+                    [this] { return m_turn.mayPaintLine(); });
     painter->setPen(context.palette.color(QPalette::Text));
     if (block.contains(context.cursorPosition))
         paragraph->drawCursor(painter, position, context.cursorPosition - block.position(),
@@ -254,7 +280,9 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     const QRectF clip = clipOf(*this, context.clip);
     painter->save();
     const auto selections = selectedRanges(block, context.selections);
-    drawLines(painter, text, QPointF(), selections, clip);
+    const auto mayPaintLine = [this] { return m_turn.mayPaintLine(); };
+    drawLines(painter, text, QPointF(), selections, clip,
+              BlockShaper::isSlow(block) ? mayPaintLine : MayDraw());
     if (EscapeDisplay::isShownBy(layout))
         m_shaper.escapes().drawBackslashes(painter, layout, selections, clip);
     painter->setPen(context.palette.color(QPalette::Text));
@@ -271,19 +299,28 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
     painter->restore();
 }
 
-/// Makes sure that the block's own layout has lines and knows its place.
-void LazyDocumentLayout::shape(const QTextBlock &block) const
+/// Makes sure that the block's own layout has lines, as many as there is time for, and knows its
+/// place.
+void LazyDocumentLayout::shape(const QTextBlock &block, const TurnBudget &budget) const
 {
-    if (const auto size = m_shaper.shape(block))
+    if (const auto size = m_shaper.shape(block, [&budget] { return budget.isSpent(); }))
         takeSize(block, *size);
+    if (m_shaper.unfinishedBlock() == block.blockNumber())
+        m_turn.askForNext();
     block.layout()->setPosition(QPointF(marginOf(document()), topOf(block)));
 }
 
-const SegmentedParagraph *LazyDocumentLayout::shapeSegments(const QTextBlock &block) const
+const SegmentedParagraph *LazyDocumentLayout::shapeSegments(const QTextBlock &block,
+                                                            const TurnBudget &budget) const
 {
-    const SegmentedParagraph *paragraph = m_shaper.shapeSegments(block);
-    if (paragraph)
-        takeSize(block, paragraph->size());
+    const SegmentedParagraph *paragraph =
+        m_shaper.shapeSegments(block, [&budget] { return budget.isSpent(); });
+    if (!paragraph)
+        return nullptr;
+    const ParagraphSize size = paragraph->size();
+    takeSize(block, size);
+    if (!size.isWhole)
+        m_turn.askForNext();
     return paragraph;
 }
 
@@ -292,6 +329,14 @@ bool LazyDocumentLayout::takeSize(const QTextBlock &block, const ParagraphSize &
 {
     m_widestLine = std::max(m_widestLine, size.width);
     auto height = BlockHeight::of(block);
+    if (!size.isWhole) {
+        if (height.isExact())
+            return false;
+        height.certainty = BlockHeight::Certainty::Guessed;
+        m_lastGuess = std::max(m_lastGuess, block.blockNumber());
+        height.pixels = std::max(height.pixels, size.height);
+        return height.keepIn(block);
+    }
     if (height.certainty != BlockHeight::Certainty::OneLine || height.pixels != size.height)
         height.certainty = BlockHeight::Certainty::Measured;
     height.pixels = size.height;
@@ -299,18 +344,12 @@ bool LazyDocumentLayout::takeSize(const QTextBlock &block, const ParagraphSize &
 }
 
 /// For queries and painting, which cannot report another size while they are under way.
-void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block) const
+void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block, const TurnBudget &budget) const
 {
     const int height = block.lineCount();
-    shape(block);
-    noteMoved(block, height);
-}
-
-void LazyDocumentLayout::noteMoved(const QTextBlock &block, int heightBefore) const
-{
-    if (block.lineCount() == heightBefore)
-        return;
-    m_moveTimer.start(0, const_cast<LazyDocumentLayout *>(this));
+    shape(block, budget);
+    if (block.lineCount() != height)
+        m_turn.askForNext();
 }
 
 } // namespace tarn::console

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "textlayout/blockshaper.h"
+#include "textlayout/layoutturn.h"
 #include "textlayout/textsetting.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -47,8 +48,12 @@ public:
     /// The document is to get the layout by QTextDocument::setDocumentLayout(), which takes
     /// ownership. The paint device is what the document is shown on. Without a colour, all texts
     /// have the palette's. The known text is asked for when heights are estimated.
+    ///
+    /// The clock tells how long shaping takes. In a turn of the event loop, what is changed and
+    /// what is painted have a share of time each; what is left then stays guessed, and unpainted,
+    /// until the next turn. Null for the time of the processor.
     LazyDocumentLayout(QTextDocument *document, QPaintDevice *device, TextColour textColour = {},
-                       KnownText knownText = {});
+                       KnownText knownText = {}, const TurnBudget::Clock &clock = {});
     ~LazyDocumentLayout() override;
 
     /// What somebody sees or is about to see: y coordinates of the document.
@@ -123,14 +128,15 @@ private:
     void reshape(QTextBlock block, int charsAdded);
     void estimate(QTextBlock block, int *promptCharacters);
     void guess(const QTextBlock &block, const BlockHeight &height);
-    bool measureOnce(Sight sight);
+    bool measureOnce(Sight sight, bool *hasShaped);
     bool measureGuesses();
 
-    void shape(const QTextBlock &block) const;
-    const SegmentedParagraph *shapeSegments(const QTextBlock &block) const;
+    void shape(const QTextBlock &block, const TurnBudget &budget) const;
+    const SegmentedParagraph *shapeSegments(const QTextBlock &block,
+                                            const TurnBudget &budget) const;
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
-    void shapeOnDemand(const QTextBlock &block) const;
-    void noteMoved(const QTextBlock &block, int heightBefore) const;
+    void shapeOnDemand(const QTextBlock &block, const TurnBudget &budget) const;
+    QTextBlock shapedBlockAt(qreal y) const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;
@@ -140,11 +146,11 @@ private:
     qreal m_pageWidth = -1; ///< of the heights; -1 before the first
     int m_blockCount = 1;
     int m_cursorWidth = 1;
-    int m_lastGuess = -1; ///< guessed heights are in this block or before it
+    mutable int m_lastGuess = -1; ///< guessed heights are in this block or before it
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
-    mutable QBasicTimer m_moveTimer; ///< active when looking at a block gave it another height
+    mutable LayoutTurn m_turn;
     QBasicTimer m_idleTimer;
 };
 

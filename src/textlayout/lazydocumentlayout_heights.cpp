@@ -55,6 +55,7 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
         m_pageWidth = -1;
         return;
     }
+    const TurnBudget::Spending spending(&m_turn.change);
     const bool wholeDocument = from == 0 && charsAdded >= document()->characterCount();
     const bool noHeights = m_pageWidth < 0;
     const bool newFont = m_setting.take(document(), paintDevice(), [this] { m_shaper.clear(); });
@@ -142,13 +143,13 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
 /// A block that changes alone, and by little, is most likely in sight.
 void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 {
-    BlockShaper::reset(block);
+    m_shaper.reset(block);
     block.setUserState(BlockHeight().toUserState());
-    if (charsAdded <= BlockShaper::shortBlock && shapeSegments(block))
+    if (charsAdded <= BlockShaper::shortBlock && shapeSegments(block, m_turn.change))
         return;
     const bool composing = !block.layout()->preeditAreaText().isEmpty();
     if (composing || block.length() <= BlockShaper::shortBlock) {
-        shape(block);
+        shape(block, m_turn.change);
     } else {
         int nothing = 0;
         estimate(block, &nothing);
@@ -157,7 +158,7 @@ void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
 
 void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
 {
-    BlockShaper::reset(block);
+    m_shaper.reset(block);
     const QString text = textOf(block, m_texts.known);
     const AdvanceTable::Line line = m_setting.heights()->lineOf(text);
     // Wider than the characters: kerning, and glyphs that reach over their advance.
@@ -169,11 +170,17 @@ void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
     if (line.certain && height.oneLineWidth <= lineWidth()) {
         height.certainty = BlockHeight::Certainty::OneLine;
         height.keepIn(block);
-    } else if (text.size() <= *promptCharacters) {
+    } else if (text.size() <= *promptCharacters && !m_turn.change.isSpent()) {
         *promptCharacters -= static_cast<int>(text.size());
         block.setUserState(height.toUserState());
-        if (!shapeSegments(block))
-            takeSize(block, m_shaper.sizeOf(block));
+        if (shapeSegments(block, m_turn.change))
+            return;
+        const ParagraphSize size =
+            m_shaper.sizeOf(block, [this] { return m_turn.change.isSpent(); });
+        if (size.isWhole)
+            takeSize(block, size);
+        else
+            guess(block, height.guessed(lineWidth()));
     } else {
         guess(block, height.guessed(lineWidth()));
     }
@@ -195,16 +202,18 @@ bool LazyDocumentLayout::measure(const std::function<Sight()> &sight)
 {
     if (!isLaidOut())
         return false;
+    const TurnBudget::Spending spending(&m_turn.change);
     constexpr int maximumRounds = 8;
     int round = 0;
-    while (round < maximumRounds && measureOnce(sight()))
+    bool hasShaped = false; // one at least, or there would be no end
+    while (round < maximumRounds && measureOnce(sight(), &hasShaped))
         ++round;
     reportSize();
     return round > 0;
 }
 
 /// Returns whether that changed a height.
-bool LazyDocumentLayout::measureOnce(Sight sight)
+bool LazyDocumentLayout::measureOnce(Sight sight, bool *hasShaped)
 {
     if (isExact())
         return false;
@@ -214,9 +223,14 @@ bool LazyDocumentLayout::measureOnce(Sight sight)
          block = block.next()) {
         if (BlockHeight::of(block).isExact())
             continue;
+        if (*hasShaped && m_turn.change.isSpent()) {
+            m_turn.askForNext();
+            break;
+        }
+        *hasShaped = true;
         const int height = block.lineCount();
-        if (!shapeSegments(block))
-            shape(block);
+        if (!shapeSegments(block, m_turn.change))
+            shape(block, m_turn.change);
         moved = moved || block.lineCount() != height;
     }
     return moved;
@@ -225,6 +239,9 @@ bool LazyDocumentLayout::measureOnce(Sight sight)
 /// Measures guesses for a while, from the end upwards. Returns whether that changed a height.
 bool LazyDocumentLayout::measureGuesses()
 {
+    // What is in sight is more urgent.
+    if (m_turn.isNextAskedFor())
+        return false;
     bool moved = false;
     const QDeadlineTimer end(idleSlice, Qt::PreciseTimer);
     QTextBlock block = document()->findBlockByNumber(m_lastGuess);
@@ -233,7 +250,10 @@ bool LazyDocumentLayout::measureGuesses()
             continue;
         if (end.hasExpired())
             break;
-        moved |= takeSize(block, m_shaper.sizeOf(block));
+        const ParagraphSize size = m_shaper.sizeOf(block, [&end] { return end.hasExpired(); });
+        moved |= takeSize(block, size);
+        if (!size.isWhole)
+            break;
     }
     m_lastGuess = block.blockNumber();
     return moved;
@@ -242,8 +262,7 @@ bool LazyDocumentLayout::measureGuesses()
 void LazyDocumentLayout::timerEvent(QTimerEvent *event)
 {
     bool moved = false;
-    if (event->timerId() == m_moveTimer.timerId()) {
-        m_moveTimer.stop();
+    if (m_turn.takeNext(event->timerId())) {
         moved = true;
     } else if (event->timerId() == m_idleTimer.timerId()) {
         m_idleTimer.stop();

@@ -1,13 +1,10 @@
 #include "textlayout/linebreaking.h"
 
 #include "textlayout/advancetable.h"
-#include "textlayout/overlongwords.h"
 
-#include <QString>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
-#include <QTextOption>
 
 #include <algorithm>
 #include <cmath>
@@ -44,14 +41,17 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
 }
 
 /// Whether the next line surely ends before an overlong word does: the word goes on for more than
-/// twice the line before, which is in the same word. A line that was tried for nothing would keep
-/// the height of what was in it.
+/// twice the line before, which is in the same word, or for more than any line of letters. A line
+/// that was tried for nothing would keep the height of what was in it.
 bool staysInside(const OverlongWords &words, const QTextLayout &layout, const QTextLine &line)
 {
+    constexpr qsizetype longestLine = 4 * OverlongWords::minimumLength;
+    const qsizetype end = words.endAt(line.textStart());
+    if (end - line.textStart() >= longestLine)
+        return true;
     if (line.lineNumber() == 0)
         return false;
     const QTextLine before = layout.lineAt(line.lineNumber() - 1);
-    const qsizetype end = words.endAt(line.textStart());
     return words.endAt(before.textStart()) == end
            && end - line.textStart() > 2 * qsizetype(before.textLength());
 }
@@ -118,37 +118,71 @@ void keepShapedText(QTextLayout *layout, const QString &text)
     layout->setCacheEnabled(!text.contains(u'\t'));
 }
 
+LineBreaker::LineBreaker(QTextLayout *layout, const QString &text, const QTextOption &option,
+                         qreal lineWidth, const AdvanceTable *heights)
+    : m_layout(layout)
+    , m_text(text)
+    , m_option(option)
+    , m_lineWidth(lineWidth)
+    , m_heights(heights)
+    // What an input method composes is not in the text.
+    , m_words(layout->preeditAreaText().isEmpty() ? text : QString())
+    , m_mayBreakWords(option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere)
+{
+    layout->setTextOption(option);
+    layout->beginLayout();
+}
+
+bool LineBreaker::goOn(const IsEnough &isEnough)
+{
+    do {
+        QTextLine line = m_layout->createLine();
+        if (!line.isValid()) {
+            m_layout->endLayout();
+            m_size.isWhole = true;
+            return true;
+        }
+        line.setLeadingIncluded(true);
+        breakLine(&line);
+        placeLine(&line);
+        m_size.width = std::max(m_size.width, line.naturalTextWidth());
+    } while (!isEnough || !isEnough());
+    return false;
+}
+
+void LineBreaker::breakLine(QTextLine *line)
+{
+    if (!breakInside(m_words, m_layout, line, m_option, m_lineWidth))
+        setLineWidth(m_layout, line, &m_option, m_mayBreakWords, m_lineWidth);
+}
+
+void LineBreaker::placeLine(QTextLine *line)
+{
+    if (m_heights && m_heights->followsInk()) {
+        const InkReach reach = reachOf(*line, {*m_layout, m_text, m_heights});
+        line->setPosition(QPointF(0, m_y + reach.above - line->ascent()));
+        m_y += reach.height();
+    } else {
+        line->setPosition(QPointF(0, m_y));
+        m_bottom = m_y + line->height();
+        // A negative leading lets lines overlap.
+        m_y += std::ceil(line->ascent() + line->descent() + line->leading());
+    }
+}
+
+ParagraphSize LineBreaker::size() const
+{
+    ParagraphSize size = m_size;
+    size.height = static_cast<int>(std::ceil(std::max(m_y, m_bottom)));
+    return size;
+}
+
 ParagraphSize breakIntoLines(QTextLayout *layout, const QString &text, const QTextOption &option,
                              qreal lineWidth, const AdvanceTable *heights)
 {
-    // What an input method composes is not in the text.
-    const OverlongWords words(layout->preeditAreaText().isEmpty() ? text : QString());
-    QTextOption current = option;
-    const bool mayBreakWords = option.wrapMode() == QTextOption::WrapAtWordBoundaryOrAnywhere;
-    ParagraphSize size;
-    qreal y = 0;
-    qreal bottom = 0;
-    layout->setTextOption(option);
-    layout->beginLayout();
-    for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {
-        line.setLeadingIncluded(true);
-        if (!breakInside(words, layout, &line, current, lineWidth))
-            setLineWidth(layout, &line, &current, mayBreakWords, lineWidth);
-        if (heights && heights->followsInk()) {
-            const InkReach reach = reachOf(line, {*layout, text, heights});
-            line.setPosition(QPointF(0, y + reach.above - line.ascent()));
-            y += reach.height();
-        } else {
-            line.setPosition(QPointF(0, y));
-            bottom = y + line.height();
-            // A negative leading lets lines overlap.
-            y += std::ceil(line.ascent() + line.descent() + line.leading());
-        }
-        size.width = std::max(size.width, line.naturalTextWidth());
-    }
-    layout->endLayout();
-    size.height = static_cast<int>(std::ceil(std::max(y, bottom)));
-    return size;
+    LineBreaker breaker(layout, text, option, lineWidth, heights);
+    breaker.goOn({});
+    return breaker.size();
 }
 
 bool BrokenText::followsInk() const

@@ -16,13 +16,42 @@ QRectF rectOf(const QTextLine &line, const BrokenText &text, QPointF position)
             2 * endless, band.bottom - band.top};
 }
 
+void drawSelected(QPainter *painter, const BrokenText &text, QPointF position,
+                  const QTextLine &line, const QList<QTextLayout::FormatRange> &selections,
+                  const QRectF &clip)
+{
+    const QRectF rect = rectOf(line, text, position);
+    const QRectF part = clip.isValid() ? rect & clip : rect;
+    if (part.isEmpty())
+        return;
+    painter->save();
+    painter->setClipRect(part, Qt::IntersectClip);
+    text.layout.draw(painter, position, selections, part);
+    painter->restore();
+}
+
+/// Returns false when it may not be drawn.
+bool drawUnselected(QPainter *painter, const QTextLayout &layout, QPointF position,
+                    const QTextLine &line, const MayDraw &mayDraw)
+{
+    // Of lines without height nothing shows, but each of their characters would take its time.
+    if (line.height() <= 0)
+        return true;
+    if (!mayDraw())
+        return false;
+    line.draw(painter, position + layout.position());
+    return true;
+}
+
 } // namespace
 
 void drawLines(QPainter *painter, const BrokenText &text, QPointF position,
-               const QList<QTextLayout::FormatRange> &selections, const QRectF &clip)
+               const QList<QTextLayout::FormatRange> &selections, const QRectF &clip,
+               const MayDraw &mayDraw)
 {
     const QTextLayout &layout = text.layout;
-    if (selections.isEmpty() || !text.followsInk()) {
+    const bool followsLines = !selections.isEmpty() && text.followsInk();
+    if (!followsLines && (!selections.isEmpty() || !mayDraw)) {
         layout.draw(painter, position, selections, clip);
         return;
     }
@@ -31,14 +60,10 @@ void drawLines(QPainter *painter, const BrokenText &text, QPointF position,
         const qreal top = position.y() + layout.position().y() + line.y();
         if (clip.isValid() && (top > clip.bottom() || top + line.height() < clip.top()))
             continue;
-        const QRectF rect = rectOf(line, text, position);
-        const QRectF part = clip.isValid() ? rect & clip : rect;
-        if (part.isEmpty())
-            continue;
-        painter->save();
-        painter->setClipRect(part, Qt::IntersectClip);
-        layout.draw(painter, position, selections, part);
-        painter->restore();
+        if (followsLines)
+            drawSelected(painter, text, position, line, selections, clip);
+        else if (!drawUnselected(painter, layout, position, line, mayDraw))
+            return;
     }
 }
 

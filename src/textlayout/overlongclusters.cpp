@@ -1,9 +1,7 @@
 #include "textlayout/overlongclusters.h"
 
 #include <QChar>
-#include <QList>
 #include <QString>
-#include <QTextLayout>
 
 namespace tarn::console {
 
@@ -27,8 +25,9 @@ bool continuesCluster(char32_t character, char32_t before)
            || character == joiner || before == joiner;
 }
 
-/// The parts of long clusters.
-QList<QTextLayout::FormatRange> clusterPieces(const QString &text)
+} // namespace
+
+QList<QTextLayout::FormatRange> overlongClusterPieces(const QString &text)
 {
     QList<QTextLayout::FormatRange> pieces;
     qsizetype begin = 0;
@@ -53,18 +52,9 @@ QList<QTextLayout::FormatRange> clusterPieces(const QString &text)
     return pieces;
 }
 
-} // namespace
-
 bool hasOverlongClusters(const QString &text)
 {
-    return !clusterPieces(text).isEmpty();
-}
-
-void splitOverlongClusters(QTextLayout *layout, const QString &text)
-{
-    // What has another format is shaped apart, even if the formats are the same.
-    if (const auto pieces = clusterPieces(text); !pieces.isEmpty())
-        layout->setFormats(pieces);
+    return !overlongClusterPieces(text).isEmpty();
 }
 
 } // namespace tarn::console

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QList>
+#include <QTextLayout>
 
 class QString;
-class QTextLayout;
 
 namespace tarn::console {
 
@@ -16,9 +16,9 @@ constexpr qsizetype charactersInOnePiece = 64;
 /// 65,536 bytes.
 bool hasOverlongClusters(const QString &text);
 
-/// Lets a layout shape overlong clusters 64 characters at a time. That shows only in how these are
-/// heaped up, and where they break. Not for the layout of a block: it would tell the document that
-/// the block has changed.
-void splitOverlongClusters(QTextLayout *layout, const QString &text);
+/// The parts of overlong clusters, 64 characters each. A layout shapes them apart when they have
+/// formats, even if these are the same. That shows only in how the clusters are heaped up, and
+/// where they break.
+QList<QTextLayout::FormatRange> overlongClusterPieces(const QString &text);
 
 } // namespace tarn::console

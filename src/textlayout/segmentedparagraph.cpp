@@ -1,6 +1,6 @@
 #include "textlayout/segmentedparagraph.h"
 
-#include "textlayout/linedrawing.h"
+#include "textlayout/fallbackfonts.h"
 #include "textlayout/overlongclusters.h"
 #include "textlayout/textpieces.h"
 
@@ -79,31 +79,33 @@ struct SegmentedParagraph::Segment
 SegmentedParagraph::SegmentedParagraph() = default;
 SegmentedParagraph::~SegmentedParagraph() = default;
 
-bool SegmentedParagraph::shape(const QString &text, const Setting &setting)
+bool SegmentedParagraph::shape(const QString &text, const Setting &setting,
+                               const IsEnough &isEnough)
 {
     if (!isContinuedBy(text, setting))
         reset();
-    else if (!m_text.isEmpty() && text.size() == m_text.size())
+    else if (!m_text.isEmpty() && text.size() == m_text.size()
+             && (m_segments.empty() || isFinished()))
         return !m_segments.empty();
+    // More text may move the line breaks of the last one.
+    if (isFinished())
+        m_segments.pop_back();
     inspectNewEnd(text, setting.option.textDirection());
     m_text = text;
     m_setting = setting;
-    m_canBeCut = m_canBeCut && shapeSegments();
+    m_canBeCut = m_canBeCut && shapeSegments(isEnough);
     if (!m_canBeCut)
         m_segments.clear();
-    if (m_hasOverlongClusters)
-        m_segments.push_back(shapeSegment(0, text.size()));
     return !m_segments.empty();
 }
 
-/// Finds out from what is new at the end of a text what can be done with the whole.
+/// Finds out from what is new at the end of a text whether the whole can be cut.
 void SegmentedParagraph::inspectNewEnd(const QString &text, Qt::LayoutDirection direction)
 {
     const auto newBegin = text.begin() + m_text.size();
     // A cluster that was not overlong may have become so; a character takes two code units at most.
     const qsizetype clusterBegin = std::max<qsizetype>(0, m_text.size() - 2 * charactersInOnePiece);
-    m_hasOverlongClusters = m_hasOverlongClusters || hasOverlongClusters(text.sliced(clusterBegin));
-    m_canBeCut = m_canBeCut && !m_hasOverlongClusters
+    m_canBeCut = m_canBeCut && !hasOverlongClusters(text.sliced(clusterBegin))
                  && std::all_of(newBegin, text.end(), [direction](QChar character) {
                         return runsWith(character, direction);
                     });
@@ -123,17 +125,16 @@ void SegmentedParagraph::reset()
     m_text.clear();
     m_segments.clear();
     m_canBeCut = true;
-    m_hasOverlongClusters = false;
 }
 
 /// Shapes what follows the segments that are sure.
-bool SegmentedParagraph::shapeSegments()
+bool SegmentedParagraph::shapeSegments(const IsEnough &isEnough)
 {
-    // More text may move the line breaks of the last one.
-    if (!m_segments.empty())
-        m_segments.pop_back();
     for (;;) {
-        Segment segment = shapeSegment(shapedEnd(), segmentLength);
+        const qsizetype start = shapedEnd();
+        if (start + segmentLength < m_text.size() && !hasCut(start + 1, start + segmentLength))
+            return false;
+        Segment segment = shapeSegment(start, segmentLength);
         // A line that is wider than others changes how the rest of the paragraph breaks.
         if (segment.size.width > m_setting.lineWidth)
             return false;
@@ -141,9 +142,14 @@ bool SegmentedParagraph::shapeSegments()
         if (!isLast && !cutOff(&segment))
             return false;
         m_segments.push_back(std::move(segment));
-        if (isLast)
+        if (isLast || (isEnough && isEnough()))
             return true;
     }
+}
+
+bool SegmentedParagraph::isFinished() const
+{
+    return !m_segments.empty() && shapedEnd() == m_text.size();
 }
 
 qsizetype SegmentedParagraph::shapedEnd() const
@@ -159,7 +165,7 @@ SegmentedParagraph::Segment SegmentedParagraph::shapeSegment(qsizetype start,
                     .start = start,
                     .length = text.size()};
     keepShapedText(segment.layout.get(), text);
-    splitOverlongClusters(segment.layout.get(), text);
+    segment.layout->setFormats(fallbackFormats(text, m_setting.font));
     segment.size = breakIntoLines(segment.layout.get(), text, m_setting.option, m_setting.lineWidth,
                                   m_setting.heights);
     return segment;
@@ -175,6 +181,15 @@ bool SegmentedParagraph::isCut(qsizetype position) const
         return afterBlank && after.isLetter();
     return (afterBlank && !after.isSpace())
            || (isAsciiPunctuation(before) && isAsciiPunctuation(after));
+}
+
+bool SegmentedParagraph::hasCut(qsizetype begin, qsizetype end) const
+{
+    for (qsizetype position = begin; position < end; ++position) {
+        if (isCut(position))
+            return true;
+    }
+    return false;
 }
 
 /// Leaves a segment its lines up to the last safe cut; returns false when there is none. Its layout
@@ -211,13 +226,12 @@ ParagraphSize SegmentedParagraph::size() const
         size.height += segment.size.height;
         size.width = std::max(size.width, segment.size.width);
     }
+    size.isWhole = isFinished();
     return size;
 }
 
 QList<QTextLayout::FormatRange> SegmentedParagraph::pieces() const
 {
-    if (m_hasOverlongClusters)
-        return m_segments.front().layout->formats();
     std::vector<qsizetype> borders;
     for (const Segment &segment : m_segments)
         borders.push_back(segment.start);
@@ -225,14 +239,14 @@ QList<QTextLayout::FormatRange> SegmentedParagraph::pieces() const
 }
 
 void SegmentedParagraph::draw(QPainter *painter, QPointF position,
-                              const QList<QTextLayout::FormatRange> &selections,
-                              const QRectF &clip) const
+                              const QList<QTextLayout::FormatRange> &selections, const QRectF &clip,
+                              const MayDraw &mayDraw) const
 {
     for (const Segment &segment : m_segments) {
         const qreal bottom = position.y() + segment.size.height;
         if (!clip.isValid() || (bottom >= clip.top() && position.y() <= clip.bottom()))
             drawLines(painter, brokenText(segment), position, movedTo(segment.start, selections),
-                      clip);
+                      clip, mayDraw);
         position.setY(bottom);
     }
 }

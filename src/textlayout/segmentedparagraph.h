@@ -1,6 +1,6 @@
 #pragma once
 
-#include "textlayout/linebreaking.h"
+#include "textlayout/linedrawing.h"
 
 #include <QFont>
 #include <QList>
@@ -23,9 +23,7 @@ namespace tarn::console {
 /// between two ASCII punctuation characters of left-to-right text. The text must run in one
 /// direction, that of the paragraph, so that no character decides the order of far ones. Words stay
 /// whole where one layout of the paragraph would tear them: Qt shapes 4,096 characters at a time.
-///
-/// A text with overlong clusters (see splitOverlongClusters()) is one segment, whatever it is: only
-/// a layout without a document can shape it in a reasonable time.
+/// Nor is a text segmented that has overlong clusters (see overlongClusterPieces()).
 class SegmentedParagraph
 {
 public:
@@ -42,10 +40,12 @@ public:
     SegmentedParagraph();
     ~SegmentedParagraph();
 
-    /// Shapes a text; cheap when it only got longer since the last time. Returns false, and holds
-    /// nothing, when the text cannot be segmented and has no overlong clusters.
-    bool shape(const QString &text, const Setting &setting);
+    /// Shapes a text; cheap when it only got longer since the last time. When it is enough after a
+    /// segment, the next call with the same text goes on from there. Returns false, and holds
+    /// nothing, when the text cannot be segmented.
+    bool shape(const QString &text, const Setting &setting, const IsEnough &isEnough = {});
 
+    /// Of the segments so far.
     ParagraphSize size() const;
     qsizetype length() const { return m_text.size(); }
 
@@ -53,7 +53,8 @@ public:
     QList<QTextLayout::FormatRange> pieces() const;
 
     void draw(QPainter *painter, QPointF position,
-              const QList<QTextLayout::FormatRange> &selections, const QRectF &clip) const;
+              const QList<QTextLayout::FormatRange> &selections, const QRectF &clip,
+              const MayDraw &mayDraw = {}) const;
     void drawCursor(QPainter *painter, QPointF position, int offset, int width) const;
 
 private:
@@ -62,17 +63,18 @@ private:
     bool isContinuedBy(const QString &text, const Setting &setting) const;
     void inspectNewEnd(const QString &text, Qt::LayoutDirection direction);
     void reset();
-    bool shapeSegments();
+    bool shapeSegments(const IsEnough &isEnough);
+    bool isFinished() const;
     Segment shapeSegment(qsizetype start, qsizetype maximumLength) const;
     bool cutOff(Segment *segment) const;
     BrokenText brokenText(const Segment &segment) const;
     qsizetype shapedEnd() const;
     bool isCut(qsizetype position) const;
+    bool hasCut(qsizetype begin, qsizetype end) const;
 
     QString m_text;
     Setting m_setting;
     bool m_canBeCut = true;
-    bool m_hasOverlongClusters = false;
     std::vector<Segment> m_segments;
 };
 

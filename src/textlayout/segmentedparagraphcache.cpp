@@ -32,6 +32,12 @@ SegmentedParagraph &SegmentedParagraphCache::of(int block)
     return *m_paragraphs.back().second;
 }
 
+bool SegmentedParagraphCache::has(int block) const
+{
+    return std::any_of(m_paragraphs.begin(), m_paragraphs.end(),
+                       [block](const auto &entry) { return entry.first == block; });
+}
+
 /// Before one more is added.
 void SegmentedParagraphCache::dropOldest()
 {

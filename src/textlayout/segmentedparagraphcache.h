@@ -19,6 +19,9 @@ public:
     /// The paragraph of a block, a new one where there was none; used last from now on.
     SegmentedParagraph &of(int block);
 
+    /// Whether there is one already.
+    bool has(int block) const;
+
     /// `removed` blocks from first on became `inserted` ones. What is known of the first may still
     /// hold: its text may have become longer.
     void replace(int first, int removed, int inserted);

@@ -18,4 +18,8 @@ QList<QTextLayout::FormatRange> piecesBetween(const std::vector<qsizetype> &bord
 /// Pieces that end after blanks, where a long text has any: short enough for words to stay whole.
 QList<QTextLayout::FormatRange> piecesOf(const QString &text);
 
+/// Both at once, each in the order of the text: what is in two of them has the formats of both.
+QList<QTextLayout::FormatRange> unitedPieces(const QList<QTextLayout::FormatRange> &first,
+                                             const QList<QTextLayout::FormatRange> &second);
+
 } // namespace tarn::console

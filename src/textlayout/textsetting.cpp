@@ -17,6 +17,7 @@ void TextSetting::measure(const QTextDocument *document, QPaintDevice *device)
     m_font = document->defaultFont();
     m_option = document->defaultTextOption();
     m_heights = std::make_unique<AdvanceTable>(m_font, device, m_option);
+    m_heights->setImpatience(m_isInAHurry);
 }
 
 TextSetting::LineHeights TextSetting::lineHeights(const QTextDocument *document,

@@ -5,6 +5,7 @@
 #include <QFont>
 #include <QTextOption>
 
+#include <functional>
 #include <memory>
 
 class QPaintDevice;
@@ -27,6 +28,9 @@ public:
         measure(document, device);
         return true;
     }
+
+    /// For all tables from now on: see AdvanceTable.
+    void setImpatience(const std::function<bool()> &isInAHurry) { m_isInAHurry = isInAHurry; }
 
     const QFont &font() const { return m_font; }
     /// Null before the first take().
@@ -53,6 +57,7 @@ private:
     QFont m_font;
     QTextOption m_option;
     std::unique_ptr<AdvanceTable> m_heights;
+    std::function<bool()> m_isInAHurry;
     bool m_hasRoomForCaret = false;
 };
 

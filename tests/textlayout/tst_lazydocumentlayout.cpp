@@ -90,7 +90,7 @@ private Q_SLOTS:
     void hugeParagraphs_data();
     void hugeParagraphs();
     void aScreenOfLongFlatLinesStaysShaped();
-    void overlongClustersAreDrawnWithoutTheirBlocks();
+    void overlongClustersAreAsHighAsInQtsLayout();
     void manyParagraphsBecomeExact();
     void manyParagraphsAfterAnotherWidth();
     void manyParagraphsAfterAnInsertionAtTheTop();
@@ -329,32 +329,18 @@ void TestLazyDocumentLayout::aScreenOfLongFlatLinesStaysShaped()
         QVERIFY(document->findBlockByNumber(number).layout()->lineCount() > 0);
 }
 
-/// The layouts of blocks would shape them in half a second each.
-void TestLazyDocumentLayout::overlongClustersAreDrawnWithoutTheirBlocks()
+/// As high as in Qt's layout; how the marks are heaped up is another matter.
+void TestLazyDocumentLayout::overlongClustersAreAsHighAsInQtsLayout()
 {
     const QString marks =
-        QString(30'000, QChar(0x0301)) + u'\n' + u'e' + QString(1'000, QChar(0x0301)) + u" سطر\n"_s;
+        QString(3'000, QChar(0x0301)) + u'\n' + u'e' + QString(1'000, QChar(0x0301)) + u" سطر\n"_s;
     TwinEdits twins;
     twins.show(QSize(320, 600));
     twins.setText(u"before\n"_s + marks.repeated(3) + u"after"_s);
     QVERIFY(twins.settle());
-    const QTextDocument *document = twins.lazy().document();
-    const auto isAnyShaped = [document] {
-        for (int number = 1; number <= 6; ++number) {
-            if (document->findBlockByNumber(number).layout()->lineCount() > 0)
-                return true;
-        }
-        return false;
-    };
     twins.resize({400, 600});
-    twins.lazy().viewport()->grab();
-    QVERIFY(!isAnyShaped());
-    QCOMPARE(document->size(), twins.stock().document()->size());
-    QTextCursor all(twins.lazy().document());
-    all.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
-    twins.lazy().setTextCursor(all);
-    twins.lazy().viewport()->grab();
-    QVERIFY(!isAnyShaped());
+    QVERIFY(twins.settle());
+    QCOMPARE(twins.lazy().document()->size(), twins.stock().document()->size());
 }
 
 void TestLazyDocumentLayout::manyParagraphsBecomeExact()

@@ -62,7 +62,7 @@ void TestOverlongClusters::clustersAreShapedApart()
     QFETCH(QString, text);
     QFETCH(QList<Piece>, pieces);
     QTextLayout layout(text);
-    splitOverlongClusters(&layout, text);
+    layout.setFormats(overlongClusterPieces(text));
     QList<Piece> actual;
     for (const QTextLayout::FormatRange &range : layout.formats())
         actual.append({range.start, range.length});
@@ -77,7 +77,7 @@ void TestOverlongClusters::marksShapedApartTakeTheSameLines()
     QTextLayout whole(text);
     const ParagraphSize expected = breakIntoLines(&whole, text, option, 300);
     QTextLayout apart(text);
-    splitOverlongClusters(&apart, text);
+    apart.setFormats(overlongClusterPieces(text));
     const ParagraphSize actual = breakIntoLines(&apart, text, option, 300);
     QCOMPARE(actual.height, expected.height);
     QCOMPARE(apart.lineCount(), whole.lineCount());

@@ -69,10 +69,7 @@ private Q_SLOTS:
     void refusesWhatCannotBeSegmented_data();
     void refusesWhatCannotBeSegmented();
     void refusesTabsThatAreWiderThanTheLines();
-    void overlongMarksAreShapedInOnePiece_data();
-    void overlongMarksAreShapedInOnePiece();
-    void aClusterThatGrowsBecomesOverlong_data();
-    void aClusterThatGrowsBecomesOverlong();
+    void aTextWhoseClusterBecomesOverlongIsRefused();
     void aRefusedTextMayBeFollowedByAnother();
 };
 
@@ -184,48 +181,15 @@ void TestSegmentedParagraph::refusesTabsThatAreWiderThanTheLines()
     QCOMPARE(difference(paragraph, text, narrow), QString());
 }
 
-void TestSegmentedParagraph::overlongMarksAreShapedInOnePiece_data()
+void TestSegmentedParagraph::aTextWhoseClusterBecomesOverlongIsRefused()
 {
-    QTest::addColumn<QString>("text");
-    const QString marks = u"\u0301"_s.repeated(3000);
-    QTest::newRow("alone") << marks;
-    QTest::newRow("after words") << u"step by step "_s.repeated(400) + marks;
-    QTest::newRow("beside another direction") << u"خطوة "_s.repeated(900) + u"step"_s + marks;
-}
-
-/// As high as in one layout; how the marks are heaped up is another matter.
-void TestSegmentedParagraph::overlongMarksAreShapedInOnePiece()
-{
-    QFETCH(QString, text);
-    const SegmentedParagraph::Setting leftToRight = setting(Qt::LeftToRight);
     SegmentedParagraph paragraph;
-    for (const QString &more : {QString(), u" and more"_s, QString(1000, u'-')}) {
-        text += more;
-        QVERIFY(paragraph.shape(text, leftToRight));
-        QTextLayout whole(text, leftToRight.font);
-        const ParagraphSize size =
-            breakIntoLines(&whole, text, leftToRight.option, leftToRight.lineWidth);
-        QCOMPARE(paragraph.size().height, size.height);
-    }
-}
-
-void TestSegmentedParagraph::aClusterThatGrowsBecomesOverlong_data()
-{
-    QTest::addColumn<QString>("mark");
-    QTest::newRow("one code unit") << u"\u0301"_s;
-    QTest::newRow("two code units") << u"\U0001D165"_s;
-}
-
-void TestSegmentedParagraph::aClusterThatGrowsBecomesOverlong()
-{
-    QFETCH(QString, mark);
-    SegmentedParagraph paragraph;
-    QString text = u"word"_s.repeated(2000);
+    QString text = u"step by step "_s.repeated(300) + u"word"_s;
     for (int marks = 0; marks < 64; ++marks) {
-        QVERIFY(!paragraph.shape(text, setting(Qt::LeftToRight)));
-        text += mark;
+        QVERIFY(paragraph.shape(text, setting(Qt::LeftToRight)));
+        text += QChar(0x0301);
     }
-    QVERIFY(paragraph.shape(text, setting(Qt::LeftToRight)));
+    QVERIFY(!paragraph.shape(text, setting(Qt::LeftToRight)));
 }
 
 void TestSegmentedParagraph::aRefusedTextMayBeFollowedByAnother()
