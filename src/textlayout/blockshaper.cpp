@@ -17,7 +17,7 @@ namespace {
 /// About as much as a screen of text, several times over.
 constexpr ShapedBlockCache::Limits shapedLimits{
     .characters = 32 * 1024,
-    .fewBlocks = 128,
+    .fewBlocks = 256,
     .charactersOfFewBlocks = 1024 * 1024,
 };
 
@@ -69,8 +69,10 @@ ParagraphSize BlockShaper::breakOwn(const QTextBlock &block, const IsEnough &isE
         beginOwn(block);
     const bool isFinished = m_unfinished->breaker.goOn(isEnough);
     const ParagraphSize size = m_unfinished->breaker.size();
-    if (isFinished)
+    if (isFinished) {
+        keepShapedText(block.layout(), block.text());
         m_unfinished.reset();
+    }
     return placeCaret(block, block.layout(), size);
 }
 
@@ -83,7 +85,8 @@ void BlockShaper::beginOwn(const QTextBlock &block)
         m_escapes.show(*display, block);
     else
         cutIntoPieces(block);
-    keepShapedText(block.layout(), block.text());
+    // Painting the lines so far must not free what the next ones need.
+    block.layout()->setCacheEnabled(true);
     m_unfinished.emplace(
         Unfinished{.block = block.blockNumber(),
                    .isKept = false,
@@ -131,9 +134,8 @@ QList<QTextLayout::FormatRange> BlockShaper::piecesOf(const QTextBlock &block)
     if (!isSlow(block))
         return fallbacks;
     const SegmentedParagraph *paragraph = shapeSegments(block);
-    const auto pieces = paragraph
-                            ? paragraph->pieces()
-                            : unitedPieces(console::piecesOf(text), overlongClusterPieces(text));
+    const auto pieces = paragraph ? paragraph->pieces()
+                                  : unitedPieces(piecesAtBlanks(text), overlongClusterPieces(text));
     return unitedPieces(pieces, fallbacks);
 }
 

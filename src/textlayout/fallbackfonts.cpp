@@ -1,5 +1,6 @@
 #include "textlayout/fallbackfonts.h"
 
+#include "textlayout/codepoints.h"
 #include "textlayout/fontcoverage.h"
 
 #include <QChar>
@@ -17,6 +18,12 @@ namespace {
 
 /// Fonts for Latin, Arabic and their neighbours have nearly all before it.
 constexpr char32_t firstRare = 0x0700;
+
+/// Whether Qt draws a script as boxes, after opening every font.
+bool lacksRules(QChar::Script script)
+{
+    return FontCoverage::needsRules(script) && !FontCoverage::hasRules(script);
+}
 
 /// What draws a character.
 struct Fallback
@@ -62,16 +69,19 @@ bool hasStandIn(char32_t character)
     return QChar::isSpace(character) || character == noBreakHyphen || isMadeOfOthers(character);
 }
 
-Fallback fallbackOf(char32_t character, const QFont &font)
+/// A character that has no script of its own takes that of the text before.
+Fallback fallbackOf(char32_t character, QChar::Script script, const QFont &font)
 {
     using Count = FontCoverage::Families::Count;
     constexpr Fallback none{.isKnown = true, .family = nullptr};
+    if (lacksRules(script))
+        return none;
     const FontCoverage::Families families = FontCoverage::familiesWith(character);
     if (families.count == Count::None)
-        return hasStandIn(character) ? Fallback{} : none;
+        return hasStandIn(character) || FontCoverage::needsRules(script) ? Fallback{} : none;
     // The first family that has the rules for such a script draws all of it.
-    if (const auto script = QChar::script(character); FontCoverage::needsRules(script))
-        return FontCoverage::hasRules(script) ? Fallback{} : none;
+    if (FontCoverage::needsRules(script))
+        return {};
     if (families.count == Count::Several || font.families().contains(*families.family))
         return {};
     return {.isKnown = true, .family = families.family};
@@ -95,6 +105,7 @@ struct Cluster
     qsizetype length = 0;
     Fallback fallback; ///< of all of it
     bool joins = false;
+    bool lacksRules = false;
 };
 
 /// What is between two ordinary characters.
@@ -106,7 +117,17 @@ public:
     {
     }
 
-    void begin() { m_clusters.clear(); }
+    void begin()
+    {
+        m_clusters.clear();
+        m_joinsBefore = joins(m_before);
+    }
+
+    /// Whether a character is one of the stretch, though it is ordinary.
+    bool continuesWith(QChar character) const
+    {
+        return !hasScript(character.unicode()) && lacksRules(m_script);
+    }
 
     /// A character before or between stretches.
     void addOrdinary(QChar character)
@@ -118,9 +139,7 @@ public:
     void add(char32_t character, qsizetype position, int length)
     {
         noteScript(character);
-        Fallback fallback;
-        if (!FontCoverage::needsRules(m_script) || hasScript(character))
-            fallback = fallbackOf(character, m_font);
+        Fallback fallback = fallbackOf(character, m_script, m_font);
         const bool belongs = m_before != 0 && belongsToOneBefore(character, m_before);
         if (!belongs || m_clusters.empty()) {
             if (belongs) // to an ordinary character
@@ -132,13 +151,20 @@ public:
         if (cluster.fallback != fallback)
             cluster.fallback = {};
         cluster.joins = cluster.joins || joins(character);
+        cluster.lacksRules = lacksRules(m_script);
         m_before = character;
     }
 
-    void appendFormats(QList<QTextLayout::FormatRange> *formats) const
+    /// With what follows the stretch; 0 for nothing.
+    void appendFormats(QList<QTextLayout::FormatRange> *formats, char32_t next)
     {
-        if (isTorn())
+        if (m_clusters.empty())
             return;
+        leaveWhatJoins();
+        if (m_joinsBefore)
+            leave(&m_clusters.front());
+        if (joins(next))
+            leave(&m_clusters.back());
         Fallback before;
         for (const Cluster &cluster : m_clusters) {
             const auto length = static_cast<int>(cluster.length);
@@ -159,7 +185,6 @@ private:
         return QChar::script(character) > QChar::Script_Common;
     }
 
-    /// What has no script of its own takes that of the text before, and its first family.
     void noteScript(char32_t character)
     {
         if (hasScript(character))
@@ -172,20 +197,33 @@ private:
         return type != QChar::Joining_None && type != QChar::Joining_Transparent;
     }
 
-    /// Whether letters that join would have different formats, and join no more.
-    bool isTorn() const
+    /// Leaves letters that join, and what is beside them, as they are, where formats would part
+    /// them.
+    void leaveWhatJoins()
     {
-        const auto differs = [this](const Cluster &cluster) {
-            return cluster.fallback != m_clusters.front().fallback;
+        const auto isParted = [](const Cluster &a, const Cluster &b) {
+            return a.fallback != b.fallback && !a.lacksRules && !b.lacksRules;
         };
-        return std::any_of(m_clusters.begin(), m_clusters.end(), &Stretch::clusterJoins)
-               && std::any_of(m_clusters.begin(), m_clusters.end(), differs);
+        if (std::adjacent_find(m_clusters.begin(), m_clusters.end(), isParted) == m_clusters.end())
+            return;
+        for (std::size_t i = 0; i < m_clusters.size(); ++i) {
+            const bool joins = m_clusters[i].joins || (i > 0 && m_clusters[i - 1].joins)
+                               || (i + 1 < m_clusters.size() && m_clusters[i + 1].joins);
+            if (joins)
+                leave(&m_clusters[i]);
+        }
     }
-    static bool clusterJoins(const Cluster &cluster) { return cluster.joins; }
+
+    static void leave(Cluster *cluster)
+    {
+        if (!cluster->lacksRules)
+            cluster->fallback = {};
+    }
 
     const QFont &m_font;
     std::vector<Cluster> m_clusters;
     char32_t m_before = 0;
+    bool m_joinsBefore = false;
     QChar::Script m_script = QChar::Script_Common;
 };
 
@@ -194,35 +232,30 @@ bool isOrdinary(QChar unit)
     return unit.unicode() < firstRare && !unit.isMark();
 }
 
-/// The character at a position of a text, and how many code units it has.
-std::pair<char32_t, int> characterAt(const QString &text, qsizetype position)
-{
-    const QChar unit = text[position];
-    if (unit.isHighSurrogate() && position + 1 < text.size())
-        return {QChar::surrogateToUcs4(unit, text[position + 1]), 2};
-    return {unit.unicode(), 1};
-}
-
 } // namespace
 
 QList<QTextLayout::FormatRange> fallbackFormats(const QString &text, const QFont &font,
                                                 qsizetype fewest)
 {
     const auto rare = text.size() - std::count_if(text.begin(), text.end(), isOrdinary);
-    if (rare == 0 || rare < fewest || !FontCoverage::isFamily(font.families().value(0)))
+    const bool areEnough = rare >= fewest || std::any_of(text.begin(), text.end(), [](QChar unit) {
+                               return unit.unicode() >= firstRare && lacksRules(unit.script());
+                           });
+    if (rare == 0 || !areEnough || !FontCoverage::isFamily(font.families().value(0)))
         return {};
     QList<QTextLayout::FormatRange> formats;
     Stretch stretch(font);
     for (qsizetype i = 0; i < text.size();) {
-        for (; i < text.size() && isOrdinary(text[i]); ++i)
+        for (; i < text.size() && isOrdinary(text[i]) && !stretch.continuesWith(text[i]); ++i)
             stretch.addOrdinary(text[i]);
         stretch.begin();
-        while (i < text.size() && !isOrdinary(text[i])) {
-            const auto [character, length] = characterAt(text, i);
+        while (i < text.size() && (!isOrdinary(text[i]) || stretch.continuesWith(text[i]))) {
+            const char32_t character = codePointAt(text, i);
+            const int length = QChar::requiresSurrogates(character) ? 2 : 1;
             stretch.add(character, i, length);
             i += length;
         }
-        stretch.appendFormats(&formats);
+        stretch.appendFormats(&formats, i < text.size() ? text[i].unicode() : 0);
     }
     return formats;
 }

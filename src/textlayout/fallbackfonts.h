@@ -16,7 +16,7 @@ namespace tarn::console {
 ///
 /// What has formats of its own is shaped apart, and where a line ends in it, the line may be lower:
 /// elsewhere Qt counts the fonts of what is in the next line, too. So nothing for a text with fewer
-/// such characters, in code units, either.
+/// such characters, in code units, either; unless Qt would open all fonts for one of them in vain.
 QList<QTextLayout::FormatRange> fallbackFormats(const QString &text, const QFont &font,
                                                 qsizetype fewest = 64);
 

@@ -168,8 +168,13 @@ bool isInTable(const ScriptWithRules &script, const QByteArray &table)
         return false;
     const qsizetype list = number(4);
     for (qsizetype i = 0; i < number(list); ++i) {
-        const QByteArray tag = table.mid(list + 2 + i * recordSize, tagSize);
-        if (std::find(script.tags.begin(), script.tags.end(), tag) != script.tags.end())
+        const QByteArray record = table.mid(list + 2 + i * recordSize, recordSize);
+        const auto isThis = [&record](const char *tag) {
+            return tag && record.first(tagSize) == tag;
+        };
+        if (record.size() < recordSize)
+            return false;
+        if (std::any_of(script.tags.begin(), script.tags.end(), isThis))
             return true;
     }
     return false;

@@ -45,9 +45,12 @@ bool LayoutTurn::mayPaintLine()
 
 void LayoutTurn::endPainting()
 {
-    m_leastLines = m_lacksLines ? m_paintedLines + 1 : 0;
-    if (m_lacksLines)
+    if (m_lacksLines) {
+        m_leastLines = m_paintedLines + 1;
         askForNext();
+    } else if (m_paintedLines >= m_leastLines) {
+        m_leastLines = 0; // the caret alone is no whole painting
+    }
 }
 
 } // namespace tarn::console

@@ -170,10 +170,8 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
 {
     if (!isLaidOut() || !block.isValid())
         return QRectF();
-    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock) {
-        const TurnBudget::Spending spending(&m_turn.change);
-        shapeOnDemand(block, m_turn.change);
-    }
+    if (m_shapesLongBlocks || block.length() <= BlockShaper::shortBlock)
+        shapeOnDemand(block);
     QRectF rect = block.layout()->boundingRect();
     rect.moveTopLeft(block.layout()->position());
     if (m_setting.followsInk() && block.layout()->lineCount() > 0)
@@ -181,33 +179,23 @@ QRectF LazyDocumentLayout::blockBoundingRect(const QTextBlock &block) const
     return rect;
 }
 
-QTextBlock LazyDocumentLayout::shapedBlockAt(qreal y) const
-{
-    const TurnBudget::Spending spending(&m_turn.change);
-    QTextBlock block = blockAt(y);
-    // Another height can move the point out of the block.
-    for (bool isKnown = false; !isKnown; block = blockAt(y)) {
-        isKnown =
-            BlockHeight::of(block).isExact() || m_shaper.unfinishedBlock() == block.blockNumber();
-        shapeOnDemand(block, m_turn.change);
-    }
-    return block;
-}
-
 int LazyDocumentLayout::hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const
 {
     const int miss = accuracy == Qt::ExactHit ? -1 : 0;
     if (!isLaidOut())
         return miss;
-    const QTextBlock block = shapedBlockAt(point.y());
+    QTextBlock block = blockAt(point.y());
+    // Another height can move the point out of the block.
+    for (bool exact = false; !exact; block = blockAt(point.y())) {
+        exact = BlockHeight::of(block).isExact();
+        shapeOnDemand(block);
+    }
     const QTextLayout &layout = *block.layout();
     QRectF rect = layout.boundingRect().translated(layout.position());
     if (m_setting.followsInk())
         rect = {rect.left(), layout.position().y(), rect.width(), qreal(block.lineCount())};
     const int last = document()->characterCount() - 1;
-    // Below the lines so far there will be others of the same block.
-    const bool isUnfinished = m_shaper.unfinishedBlock() == block.blockNumber();
-    if (point.y() < rect.top() || (point.y() > rect.bottom() && !isUnfinished)) {
+    if (point.y() < rect.top() || point.y() > rect.bottom()) {
         const int end = block.position() + (point.y() > rect.bottom() ? block.length() : 0);
         return accuracy == Qt::ExactHit ? miss : std::min(end, last);
     }
@@ -234,16 +222,16 @@ void LazyDocumentLayout::draw(QPainter *painter, const PaintContext &context)
     for (; block.isValid(); block = block.next()) {
         if (context.clip.isValid() && topOf(block) > context.clip.bottom())
             break;
-        const bool isNew = !m_shaper.isShaped(block);
-        if (isNew && hasShaped && m_turn.paint.isSpent()) {
+        const bool isShaped = m_shaper.isShaped(block);
+        if (!isShaped && hasShaped && m_turn.paint.isSpent()) {
             m_turn.askForNext();
             continue;
         }
-        hasShaped = hasShaped || isNew;
+        hasShaped = hasShaped || !isShaped || m_shaper.unfinishedBlock() == block.blockNumber();
         painter->setPen(colourOf(block, context.palette, m_texts.colour));
         if (drawSegments(painter, context, block))
             continue;
-        shapeOnDemand(block, m_turn.paint);
+        shapeOnDemand(block, [this] { return m_turn.paint.isSpent(); });
         drawBlock(painter, context, block);
     }
     painter->setPen(pen);
@@ -301,9 +289,9 @@ void LazyDocumentLayout::drawBlock(QPainter *painter, const PaintContext &contex
 
 /// Makes sure that the block's own layout has lines, as many as there is time for, and knows its
 /// place.
-void LazyDocumentLayout::shape(const QTextBlock &block, const TurnBudget &budget) const
+void LazyDocumentLayout::shape(const QTextBlock &block, const IsEnough &isEnough) const
 {
-    if (const auto size = m_shaper.shape(block, [&budget] { return budget.isSpent(); }))
+    if (const auto size = m_shaper.shape(block, isEnough))
         takeSize(block, *size);
     if (m_shaper.unfinishedBlock() == block.blockNumber())
         m_turn.askForNext();
@@ -344,10 +332,10 @@ bool LazyDocumentLayout::takeSize(const QTextBlock &block, const ParagraphSize &
 }
 
 /// For queries and painting, which cannot report another size while they are under way.
-void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block, const TurnBudget &budget) const
+void LazyDocumentLayout::shapeOnDemand(const QTextBlock &block, const IsEnough &isEnough) const
 {
     const int height = block.lineCount();
-    shape(block, budget);
+    shape(block, isEnough);
     if (block.lineCount() != height)
         m_turn.askForNext();
 }

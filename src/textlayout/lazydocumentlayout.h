@@ -131,12 +131,11 @@ private:
     bool measureOnce(Sight sight, bool *hasShaped);
     bool measureGuesses();
 
-    void shape(const QTextBlock &block, const TurnBudget &budget) const;
+    void shape(const QTextBlock &block, const IsEnough &isEnough) const;
     const SegmentedParagraph *shapeSegments(const QTextBlock &block,
                                             const TurnBudget &budget) const;
     bool takeSize(const QTextBlock &block, const ParagraphSize &size) const;
-    void shapeOnDemand(const QTextBlock &block, const TurnBudget &budget) const;
-    QTextBlock shapedBlockAt(qreal y) const;
+    void shapeOnDemand(const QTextBlock &block, const IsEnough &isEnough = {}) const;
     bool drawSegments(QPainter *painter, const PaintContext &context,
                       const QTextBlock &block) const;
     void drawBlock(QPainter *painter, const PaintContext &context, const QTextBlock &block) const;

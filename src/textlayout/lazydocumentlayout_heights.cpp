@@ -149,7 +149,7 @@ void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
         return;
     const bool composing = !block.layout()->preeditAreaText().isEmpty();
     if (composing || block.length() <= BlockShaper::shortBlock) {
-        shape(block, m_turn.change);
+        shape(block, {});
     } else {
         int nothing = 0;
         estimate(block, &nothing);
@@ -230,7 +230,7 @@ bool LazyDocumentLayout::measureOnce(Sight sight, bool *hasShaped)
         *hasShaped = true;
         const int height = block.lineCount();
         if (!shapeSegments(block, m_turn.change))
-            shape(block, m_turn.change);
+            shape(block, [this] { return m_turn.change.isSpent(); });
         moved = moved || block.lineCount() != height;
     }
     return moved;

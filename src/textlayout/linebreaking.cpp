@@ -41,13 +41,12 @@ void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, boo
 }
 
 /// Whether the next line surely ends before an overlong word does: the word goes on for more than
-/// twice the line before, which is in the same word, or for more than any line of letters. A line
-/// that was tried for nothing would keep the height of what was in it.
+/// twice the line before, which is in the same word, or it is overlong from there on: few lines
+/// have room for that. A line that was tried for nothing would keep the height of what was in it.
 bool staysInside(const OverlongWords &words, const QTextLayout &layout, const QTextLine &line)
 {
-    constexpr qsizetype longestLine = 4 * OverlongWords::minimumLength;
     const qsizetype end = words.endAt(line.textStart());
-    if (end - line.textStart() >= longestLine)
+    if (end - line.textStart() >= OverlongWords::minimumLength)
         return true;
     if (line.lineNumber() == 0)
         return false;

@@ -71,7 +71,10 @@ void drawCaret(QPainter *painter, const BrokenText &text, QPointF position, int 
 {
     const QTextLayout &layout = text.layout;
     const QTextLine line = layout.lineForTextPosition(offset);
-    if (!line.isValid() || !text.followsInk()) {
+    // It may be in a line that is still to come.
+    if (!line.isValid())
+        return;
+    if (!text.followsInk()) {
         layout.drawCursor(painter, position, offset, width);
         return;
     }

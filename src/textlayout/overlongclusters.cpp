@@ -1,19 +1,13 @@
 #include "textlayout/overlongclusters.h"
 
+#include "textlayout/codepoints.h"
+
 #include <QChar>
 #include <QString>
 
 namespace tarn::console {
 
 namespace {
-
-char32_t characterAt(const QString &text, qsizetype position)
-{
-    const QChar unit = text[position];
-    if (unit.isHighSurrogate() && position + 1 < text.size())
-        return QChar::surrogateToUcs4(unit, text[position + 1]);
-    return unit.unicode();
-}
 
 /// Whether a character does not stand for itself, but is a part of the one before.
 bool continuesCluster(char32_t character, char32_t before)
@@ -34,7 +28,7 @@ QList<QTextLayout::FormatRange> overlongClusterPieces(const QString &text)
     qsizetype continuations = 0;
     char32_t before = 0;
     for (qsizetype position = 0; position < text.size();) {
-        const char32_t character = characterAt(text, position);
+        const char32_t character = codePointAt(text, position);
         const qsizetype next = position + (QChar::requiresSurrogates(character) ? 2 : 1);
         if (!continuesCluster(character, before)) {
             begin = position;

@@ -48,6 +48,7 @@ public:
     /// Of the segments so far.
     ParagraphSize size() const;
     qsizetype length() const { return m_text.size(); }
+    bool hasSegments() const { return !m_segments.empty(); }
 
     /// The parts that one layout of the whole text has to shape apart to have the same lines.
     QList<QTextLayout::FormatRange> pieces() const;

@@ -34,8 +34,9 @@ SegmentedParagraph &SegmentedParagraphCache::of(int block)
 
 bool SegmentedParagraphCache::has(int block) const
 {
-    return std::any_of(m_paragraphs.begin(), m_paragraphs.end(),
-                       [block](const auto &entry) { return entry.first == block; });
+    return std::any_of(m_paragraphs.begin(), m_paragraphs.end(), [block](const auto &entry) {
+        return entry.first == block && entry.second->hasSegments();
+    });
 }
 
 /// Before one more is added.

@@ -19,7 +19,7 @@ public:
     /// The paragraph of a block, a new one where there was none; used last from now on.
     SegmentedParagraph &of(int block);
 
-    /// Whether there is one already.
+    /// Whether there is one already, and it could be segmented.
     bool has(int block) const;
 
     /// `removed` blocks from first on became `inserted` ones. What is known of the first may still

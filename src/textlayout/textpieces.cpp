@@ -1,5 +1,7 @@
 #include "textlayout/textpieces.h"
 
+#include "textlayout/codepoints.h"
+
 #include <QFont>
 #include <QString>
 #include <QTextBoundaryFinder>
@@ -27,11 +29,6 @@ QTextCharFormat itemFormat()
     return format;
 }
 
-char32_t characterAt(const QString &text, qsizetype position)
-{
-    return QStringView(text).sliced(position).toUcs4().value(0);
-}
-
 /// Whether a character looks the same whatever is before and after it, and is not a mark. Scripts
 /// with words of more than some dozens of such letters have no blanks between words.
 bool standsAlone(char32_t character)
@@ -52,8 +49,8 @@ qsizetype borderInWord(const QString &text, qsizetype start)
     for (qsizetype next = finder.toNextBoundary(); next > 0 && next < half.size();
          next = finder.toNextBoundary()) {
         const qsizetype last = next - (next > 1 && half[next - 1].isLowSurrogate() ? 2 : 1);
-        if (standsAlone(characterAt(half, before)) && standsAlone(characterAt(half, next))
-            && QChar::combiningClass(characterAt(half, last)) != virama)
+        if (standsAlone(codePointAt(half, before)) && standsAlone(codePointAt(half, next))
+            && QChar::combiningClass(codePointAt(half, last)) != virama)
             return begin + next;
         before = next;
     }
@@ -124,7 +121,7 @@ QList<QTextLayout::FormatRange> unitedPieces(const QList<QTextLayout::FormatRang
     return united;
 }
 
-QList<QTextLayout::FormatRange> piecesOf(const QString &text)
+QList<QTextLayout::FormatRange> piecesAtBlanks(const QString &text)
 {
     std::vector<qsizetype> borders{0};
     while (text.size() - borders.back() > pieceLength) {

@@ -16,7 +16,7 @@ QList<QTextLayout::FormatRange> piecesBetween(const std::vector<qsizetype> &bord
                                               qsizetype length);
 
 /// Pieces that end after blanks, where a long text has any: short enough for words to stay whole.
-QList<QTextLayout::FormatRange> piecesOf(const QString &text);
+QList<QTextLayout::FormatRange> piecesAtBlanks(const QString &text);
 
 /// Both at once, each in the order of the text: what is in two of them has the formats of both.
 QList<QTextLayout::FormatRange> unitedPieces(const QList<QTextLayout::FormatRange> &first,

@@ -161,7 +161,9 @@ private Q_SLOTS:
     void charactersAreNotMeasuredWithoutTime();
     void aLongParagraphIsShapedTurnByTurn_data();
     void aLongParagraphIsShapedTurnByTurn();
-    void pointsAreFoundInTheLinesSoFar();
+    void whoAsksForAPlaceGetsIt();
+    void tabsMayBeSelectedMeanwhile();
+    void oneOfTwoInSightIsFinishedFirst();
     void whatChangesMeanwhileIsShapedAnew_data();
     void whatChangesMeanwhileIsShapedAnew();
     void anotherParagraphMayInterrupt();
@@ -323,23 +325,67 @@ void TestTurnBudget::aLongParagraphIsShapedTurnByTurn()
     QTRY_VERIFY_WITH_TIMEOUT(document.picture() == whole.document.picture(), patience);
 }
 
-void TestTurnBudget::pointsAreFoundInTheLinesSoFar()
+/// Carets, clicks and searches need the place that they ask for, and cannot wait.
+void TestTurnBudget::whoAsksForAPlaceGetsIt()
 {
+    for (const QString &text : {longWord(), longWords()}) {
+        const Whole whole(text);
+        LaidOutDocument document(exhaustingClock());
+        document.setPlainText(text);
+        document.paint();
+        QVERIFY(!document.layout().isExact());
+        const QPointF below(pageWidth / 2.0, 1000);
+        QCOMPARE(document.layout().hitTest(below, Qt::FuzzyHit),
+                 whole.document.layout().hitTest(below, Qt::FuzzyHit));
+        document.layout().blockBoundingRect(document.firstBlock());
+        QVERIFY(document.firstBlock().layout()->lineForTextPosition(int(text.size())).isValid());
+    }
+}
+
+/// Painting gives back what a text with tabs was shaped to.
+void TestTurnBudget::tabsMayBeSelectedMeanwhile()
+{
+    const QString text = u"a\tب\t"_s.repeated(2000);
+    const Whole whole(text);
     LaidOutDocument document(exhaustingClock());
-    document.setPlainText(longWord());
-    document.paint();
-    const QTextLayout *layout = document.firstBlock().layout();
-    const int lines = layout->lineCount();
-    QVERIFY(lines > 0);
-    const QPointF inFirstLine(pageWidth / 2.0, 10);
-    const int position = document.layout().hitTest(inFirstLine, Qt::FuzzyHit);
-    QVERIFY(position > 0 && position < layout->lineAt(0).textLength());
-    // Each question makes a line more, and not all of them.
-    const QPointF below(pageWidth / 2.0, 1000);
-    const int end = document.layout().hitTest(below, Qt::FuzzyHit);
-    QVERIFY(layout->lineCount() <= lines + 4);
-    QVERIFY(end <= layout->lineAt(layout->lineCount() - 1).textStart() + 1000);
-    QVERIFY(document.layout().blockBoundingRect(document.firstBlock()).height() > 0);
+    document.setPlainText(text);
+    QAbstractTextDocumentLayout::PaintContext context;
+    QTextCursor all(&document);
+    all.select(QTextCursor::Document);
+    QTextCharFormat format;
+    format.setBackground(Qt::blue);
+    context.selections.append({.cursor = all, .format = format});
+    QImage image(pageWidth, 600, QImage::Format_RGB32);
+    context.clip = image.rect();
+    for (int i = 0; i < 5; ++i) {
+        QPainter painter(&image);
+        document.layout().draw(&painter, context);
+    }
+    QVERIFY(!document.layout().isExact());
+    paintUntilExact(&document);
+    QCOMPARE(document.size(), whole.document.size());
+}
+
+/// Each would drop the other's lines, and none would ever be finished.
+void TestTurnBudget::oneOfTwoInSightIsFinishedFirst()
+{
+    const QString text = u"\U00012000\U00012001"_s.repeated(550);
+    LaidOutDocument document(exhaustingClock());
+    document.setPlainText(text + u'\n' + text);
+    const auto isFinished = [&document](const QTextBlock &block) {
+        const QTextLayout *layout = block.layout();
+        return layout->lineCount() > 0 && layout->lineForTextPosition(block.length() - 1).isValid();
+    };
+    int most = 0;
+    for (int turn = 0; turn < 200 && !isFinished(document.lastBlock()); ++turn) {
+        document.paint();
+        QCoreApplication::processEvents();
+        const int lines = document.firstBlock().layout()->lineCount();
+        QVERIFY2(lines >= most, "lines were dropped");
+        most = lines;
+    }
+    QVERIFY(isFinished(document.firstBlock()));
+    QVERIFY(isFinished(document.lastBlock()));
 }
 
 void TestTurnBudget::whatChangesMeanwhileIsShapedAnew_data()
@@ -432,6 +478,10 @@ void TestTurnBudget::everyPaintingHasOneLineMore()
     QCOMPARE(paint(3), 3);
     // A whole one begins anew.
     QCOMPARE(paint(3), 0);
+    QCOMPARE(paint(3), 1);
+    // A smaller one in between, for the caret, does not.
+    QCOMPARE(paint(1), 1);
+    QCOMPARE(paint(3), 2);
 }
 
 } // namespace tarn::console

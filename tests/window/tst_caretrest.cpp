@@ -4,6 +4,8 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QSignalSpy>
+#include <QStyleHints>
 #include <QTest>
 
 namespace tarn::console {
@@ -38,11 +40,14 @@ void TestCaretRest::theCaretStopsBlinkingAndBlinksAgainWithTheNextKey()
     {
         const CaretRest rest(1ms);
         QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
+        // It may rest again at once.
+        QSignalSpy changes(QGuiApplication::styleHints(), &QStyleHints::cursorFlashTimeChanged);
         QTest::keyClick(field.windowHandle(), Qt::Key_A);
-        QCOMPARE(QApplication::cursorFlashTime(), usual);
+        QTRY_VERIFY(changes.contains(QVariantList{usual}));
         QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
+        changes.clear();
         QTest::mouseClick(field.windowHandle(), Qt::LeftButton);
-        QCOMPARE(QApplication::cursorFlashTime(), usual);
+        QTRY_VERIFY(changes.contains(QVariantList{usual}));
         QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
     }
     QCOMPARE(QApplication::cursorFlashTime(), usual);
