@@ -26,12 +26,14 @@ inline QList<pid_t> livingWatchdogsOf(pid_t group)
 {
     const QByteArray ending = '\0' + QByteArray::number(group) + '\0';
     return livingProcesses([&](const ProcessEntry &entry) {
+        // First: what becomes one meanwhile has its command line afterwards.
+        if (isFutureWatchdog(entry))
+            return true;
         QFile file(QStringLiteral("/proc/%1/cmdline").arg(entry.pid));
         if (!file.open(QIODevice::ReadOnly))
             return false;
         const QByteArray commandLine = file.readAll();
-        return isFutureWatchdog(entry)
-               || (commandLine.startsWith("tarn-console-watchdog") && commandLine.endsWith(ending));
+        return commandLine.startsWith("tarn-console-watchdog") && commandLine.endsWith(ending);
     });
 }
 
