@@ -15,8 +15,9 @@ namespace tarn::console {
 
 /// Lets a viewport whose text changes again and again be painted no more often than a screen can
 /// show. Only the painting waits: the text, its layout and the scroll bars are always up to date,
-/// and so is what somebody sees who takes a picture of the viewport. A change after a pause is painted
-/// at once, and so is everything else that needs painting: the user's scrolling, a selection.
+/// and so is what somebody sees who takes a picture of the viewport. A change after a pause is
+/// painted at once, and so is everything else that needs painting: the user's scrolling, a
+/// selection.
 class PaintPace : public QObject
 {
 public:
