@@ -1,5 +1,7 @@
 #include "textlayout/advancetable.h"
 
+#include "textlayout/fontcoverage.h"
+
 #include <QChar>
 #include <QFontMetricsF>
 #include <QString>
@@ -132,6 +134,14 @@ quint32 inUnits(qreal pixels)
     return static_cast<quint32>(std::ceil(pixels * unitsPerPixel));
 }
 
+/// Qt draws the script as boxes, after it has opened every font.
+bool opensFontsInVain(QChar character)
+{
+    const QChar::Script script = character.script();
+    return character.unicode() >= simpleScriptsEnd && FontCoverage::needsRules(script)
+           && !FontCoverage::hasRules(script);
+}
+
 int lineHeight(qreal ascent, qreal descent, qreal leading)
 {
     return static_cast<int>(std::ceil(ascent + descent + leading));
@@ -187,7 +197,10 @@ AdvanceTable::Unit AdvanceTable::unit(char16_t code, std::size_t script, bool ma
         return unit;
     if (mayGuess && m_isInAHurry && m_isInAHurry())
         return {.advance = roughAdvance(), .classes = uncertain};
-    meet(code, script, &unit);
+    if (opensFontsInVain(QChar(code)))
+        unit = {.advance = roughAdvance(), .classes = uncertain};
+    else
+        meet(code, script, &unit);
     // To measure is expensive, and what is uncertain is measured again anyway, as a whole.
     if (code >= simpleScriptsEnd)
         page->fill(unit);

@@ -55,6 +55,17 @@ void waitForPainting(ShownView &shown)
     QTRY_VERIFY(other.all > 0);
 }
 
+/// Has been painted, and paints what changes only after a pause.
+struct PausedView : ShownView
+{
+    PausedView(const QByteArray &output, std::chrono::milliseconds pause)
+    {
+        print(output);
+        view.setPaintPause(pause);
+        view.viewport()->repaint();
+    }
+};
+
 } // namespace
 
 class TestPaintPace : public QObject
@@ -88,10 +99,7 @@ void TestPaintPace::aChangeAfterAPauseIsPaintedAtOnce()
 
 void TestPaintPace::changesInAFloodWaitAndAreUpToDateMeanwhile()
 {
-    ShownView shown;
-    shown.print(numberedLines(0, 100));
-    shown.view.setPaintPause(1h);
-    shown.view.viewport()->repaint();
+    PausedView shown(numberedLines(0, 100), 1h);
     const QImage before = shown.view.grab().toImage();
     shown.view.viewport()->repaint();
     Paintings paintings(shown.view.viewport());
@@ -107,10 +115,7 @@ void TestPaintPace::changesInAFloodWaitAndAreUpToDateMeanwhile()
 
 void TestPaintPace::whatWaitedIsPainted()
 {
-    ShownView shown;
-    shown.print(numberedLines(0, 100));
-    shown.view.setPaintPause(20ms);
-    shown.view.viewport()->repaint();
+    PausedView shown(numberedLines(0, 100), 20ms);
     Paintings paintings(shown.view.viewport());
     shown.print(numberedLines(0, 100));
     QTRY_COMPARE(paintings.whole, 1);
@@ -118,10 +123,7 @@ void TestPaintPace::whatWaitedIsPainted()
 
 void TestPaintPace::aPictureTakenMeanwhileIsNoPainting()
 {
-    ShownView shown;
-    shown.print(numberedLines(0, 100));
-    shown.view.setPaintPause(20ms);
-    shown.view.viewport()->repaint();
+    PausedView shown(numberedLines(0, 100), 20ms);
     shown.print(numberedLines(0, 100));
     shown.view.grab();
     Paintings paintings(shown.view.viewport());
@@ -130,10 +132,7 @@ void TestPaintPace::aPictureTakenMeanwhileIsNoPainting()
 
 void TestPaintPace::scrollingWhileAChangeWaitsPaintsEverything()
 {
-    ShownView shown;
-    shown.print(numberedLines(0, 100));
-    shown.view.setPaintPause(1h);
-    shown.view.viewport()->repaint();
+    PausedView shown(numberedLines(0, 100), 1h);
     Paintings paintings(shown.view.viewport());
     shown.print(numberedLines(0, 3));
     shown.view.verticalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepSub);
@@ -143,10 +142,7 @@ void TestPaintPace::scrollingWhileAChangeWaitsPaintsEverything()
 
 void TestPaintPace::aPartThatIsPaintedBringsTheRest()
 {
-    ShownView shown;
-    shown.print(numberedLines(0, 100));
-    shown.view.setPaintPause(1h);
-    shown.view.viewport()->repaint();
+    PausedView shown(numberedLines(0, 100), 1h);
     Paintings paintings(shown.view.viewport());
     shown.print(numberedLines(0, 3));
     shown.view.viewport()->update(QRect(5, 5, 10, 10));
@@ -155,10 +151,7 @@ void TestPaintPace::aPartThatIsPaintedBringsTheRest()
 
 void TestPaintPace::aViewportOfAnotherSizeIsPaintedAtOnce()
 {
-    ShownView shown;
-    shown.print("no scroll bar\n");
-    shown.view.setPaintPause(1h);
-    shown.view.viewport()->repaint();
+    PausedView shown("no scroll bar\n", 1h);
     Paintings paintings(shown.view.viewport());
     shown.print(numberedLines(0, 100));
     QVERIFY(shown.view.verticalScrollBar()->isVisible());
