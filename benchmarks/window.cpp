@@ -171,7 +171,8 @@ void compareWithTerminals(Report &report, const Programs &programs, int repetiti
                                        {u"--nofork"_s, u"--qwindowgeometry"_s, u"900x620"_s}));
     }
     report.compare(u"from Run to the outcome, against xterm"_s, median(ours), median(xterm), 1);
-    report.compare(u"from Run to the outcome, against Konsole"_s, median(ours), median(konsole), 2);
+    report.compare(u"from Run to the outcome, against Konsole"_s, median(ours), median(konsole),
+                   0.95);
 }
 
 Milliseconds worstRefresh(const QByteArray &text)
