@@ -1,4 +1,4 @@
-#include "textlayout/linebreaking.h"
+#include "textlayout/linebreaker.h"
 
 #include "support/testregistry.h"
 
