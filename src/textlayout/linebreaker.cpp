@@ -21,12 +21,30 @@ constexpr auto afterWideCharacter = QTextOption::WordWrap;
 constexpr auto afterWideCharacter = QTextOption::WrapAtWordBoundaryOrAnywhere;
 #endif
 
+/// Whether the next line begins a piece with a format of its own.
+bool endsAtPiece(const QTextLayout &layout, const QTextLine &line)
+{
+    const auto pieces = layout.formats();
+    const int end = line.textStart() + line.textLength();
+    return std::any_of(pieces.begin(), pieces.end(),
+                       [end](const QTextLayout::FormatRange &piece) { return piece.start == end; });
+}
+
+/// How far a line reaches, by Qt's account. But where a piece begins after a blank, Qt adds to the
+/// line before it the overhang of some letter that is in the piece.
+qreal widthOf(const QTextLayout &layout, const QTextLine &line)
+{
+    const qreal width = line.naturalTextWidth();
+    const bool overhangs = width > line.horizontalAdvance();
+    return overhangs && endsAtPiece(layout, line) ? line.horizontalAdvance() : width;
+}
+
 /// A single character that is wider than the line makes the line wider.
 void setLineWidth(QTextLayout *layout, QTextLine *line, QTextOption *option, bool mayBreakWords,
                   qreal width)
 {
     line->setLineWidth(width);
-    if (line->naturalTextWidth() <= width)
+    if (line->naturalTextWidth() <= width || widthOf(*layout, *line) <= width)
         return;
     if (mayBreakWords) {
         option->setWrapMode(QTextOption::WrapAnywhere);
@@ -100,7 +118,8 @@ bool LineBreaker::goOn(const IsEnough &isEnough)
         line.setLeadingIncluded(true);
         breakLine(&line);
         placeLine(&line);
-        m_size.width = std::max(m_size.width, line.naturalTextWidth());
+        if (line.naturalTextWidth() > m_size.width)
+            m_size.width = std::max(m_size.width, widthOf(*m_layout, line));
     } while (!isEnough || !isEnough());
     return false;
 }
