@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QProcess>
 
+#include <functional>
+
 namespace tarn::console {
 
 /// A session whose pipe to the program holds only so many bytes as the test says, and takes more
@@ -20,6 +22,8 @@ public:
     void refuseWith(qint64 answer) { m_refusal = answer; }
     /// Claims to have taken more than was offered.
     void exaggerate() { m_exaggeration = 100; }
+    /// What happens in the course of a write that takes something.
+    void whileWriting(const std::function<void(QProcess &)> &happening) { m_happening = happening; }
 
     /// How often bytes were offered to the pipe.
     int offers() const { return m_offers; }
@@ -30,13 +34,17 @@ protected:
         ++m_offers;
         if (m_bytesAtATime == 0 || process.bytesToWrite() > 0)
             return m_refusal;
-        return process.write(bytes.left(m_bytesAtATime)) + m_exaggeration;
+        const qint64 written = process.write(bytes.left(m_bytesAtATime));
+        if (m_happening)
+            m_happening(process);
+        return written + m_exaggeration;
     }
 
 private:
     qint64 m_bytesAtATime = 1;
     qint64 m_refusal = 0;
     qint64 m_exaggeration = 0;
+    std::function<void(QProcess &)> m_happening;
     int m_offers = 0;
 };
 
