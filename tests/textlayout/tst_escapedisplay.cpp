@@ -106,6 +106,7 @@ private Q_SLOTS:
     void arrowKeysVisitEveryPlaceOnce();
     void isSelectedInOnePiece();
     void changesWithTheText();
+    void changesWithTheFont();
     void otherBackslashesStay_data();
     void otherBackslashesStay();
 };
@@ -267,6 +268,17 @@ void TestEscapeDisplay::changesWithTheText()
     all.select(QTextCursor::Document);
     all.insertText(u"نص"_s);
     QVERIFY(!EscapeDisplay::isShownBy(layoutOf(twins.lazy())));
+}
+
+void TestEscapeDisplay::changesWithTheFont()
+{
+    EscapeTwins twins;
+    twins.setEscapes(u"نص \\xFF آخر"_s);
+    const QImage before = picture(twins.lazy());
+    twins.both([](QTextEdit &edit) { edit.setFont(QFont(u"DejaVu Sans"_s, 18)); });
+    twins.present();
+    QVERIFY(picture(twins.lazy()) != before);
+    QVERIFY(worst(picture(twins.lazy()), picture(twins.stock())) <= 6);
 }
 
 void TestEscapeDisplay::otherBackslashesStay_data()
