@@ -32,11 +32,11 @@ if [ "${1:-}" != --count ]; then
     cmake -S . -B "$build" -G Ninja -D CMAKE_BUILD_TYPE=Debug -D CMAKE_CXX_FLAGS_DEBUG=-O0 \
         -D CMAKE_CXX_FLAGS='--coverage -fcondition-coverage' >/dev/null
     cmake --build "$build" --parallel "$(nproc)" --target session-tests session-host \
-        tst_sessionhistories transcript-tests tst_unicode tst_paragraphpresentation \
+        tst_failingcalls tst_sessionhistories transcript-tests tst_unicode tst_paragraphpresentation \
         widgets-tests textlayout-tests
     find "$build" -name '*.gcda' -delete
-    run_tests 20 -L '^(session|transcript)$' -E '^tst_(sessionhistories|failingcalls|.*_memory)$'
+    run_tests 20 -L '^(session|transcript)$' -E '^tst_(sessionhistories|decoderstress|.*_endurance|.*_memory)$'
     run_tests 2000 -R '^tst_sessionhistories$'
-    run_tests 2 -R '^tst_(paragraph.*|escapedisplay|bidiorder|inputeditor.*|transcriptview_colours|transcriptvieworacle)$'
+    run_tests 2 -R '^tst_(paragraph.*|blockpresentation|escapedisplay|inputeditor.*|transcriptview|transcriptview_(colours|draft)|transcriptvieworacle)$'
 fi
 python3 -B tests/conditions/conditions.py "$build"

@@ -22,7 +22,7 @@ public:
     void refuseWith(qint64 answer) { m_refusal = answer; }
     /// Claims to have taken more than was offered.
     void exaggerate() { m_exaggeration = 100; }
-    /// What happens in the course of a write that takes something.
+    /// What happens in the course of a write, which claims to have taken everything.
     void whileWriting(const std::function<void(QProcess &)> &happening) { m_happening = happening; }
 
     /// How often bytes were offered to the pipe.
@@ -32,12 +32,13 @@ protected:
     qint64 writeInputBytes(QProcess &process, const QByteArray &bytes) override
     {
         ++m_offers;
+        if (m_happening) {
+            m_happening(process);
+            return bytes.size();
+        }
         if (m_bytesAtATime == 0 || process.bytesToWrite() > 0)
             return m_refusal;
-        const qint64 written = process.write(bytes.left(m_bytesAtATime));
-        if (m_happening)
-            m_happening(process);
-        return written + m_exaggeration;
+        return process.write(bytes.left(m_bytesAtATime)) + m_exaggeration;
     }
 
 private:
