@@ -87,7 +87,9 @@ def read_counts(build, root):
     counts = {}
     for path in sorted(build.rglob("*.gcda")):
         done = subprocess.run(["gcov", "--json-format", "--conditions", "--stdout", path],
-                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
+                              capture_output=True, check=False)
+        if done.returncode != 0:
+            raise SystemExit(f"{path}: {done.stderr.decode()}This was built anew: run the tests.")
         for text in done.stdout.decode().splitlines():
             add_notes(counts, json.loads(text), root)
     return counts
