@@ -68,7 +68,7 @@ void ProgramRun::start()
     if (m_completed)
         return;
     startProgram(*m_process);
-    if (m_completed || programId(*m_process) <= 0)
+    if (programId(*m_process) <= 0)
         return;
     deferEndUntilCollectable(*m_process);
     m_group = programId(*m_process);

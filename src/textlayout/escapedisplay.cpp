@@ -177,7 +177,7 @@ void EscapeDisplay::drawBackslashes(QPainter *painter, const QTextLayout &layout
     for (int i = 0; i < layout.lineCount(); ++i) {
         const QTextLine line = layout.lineAt(i);
         const QRectF rect = line.rect().translated(layout.position());
-        if (clip.isValid() && (rect.bottom() < clip.top() || rect.top() > clip.bottom()))
+        if (rect.bottom() < clip.top() || rect.top() > clip.bottom())
             continue;
         auto standIn = std::lower_bound(
             standIns.begin(), standIns.end(), line.textStart(),

@@ -36,8 +36,7 @@ QString textOf(QByteArrayView utf8)
     }
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
     QString text = decoder(utf8);
-    if (text.capacity() > text.size())
-        text.squeeze();
+    text.squeeze();
     return text;
 }
 

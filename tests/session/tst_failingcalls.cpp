@@ -1,4 +1,5 @@
 #include "session/programsession.h"
+#include "session/sessionreaper.h"
 #include "support/descendants.h"
 #include "support/sessionrun.h"
 #include "support/testregistry.h"
@@ -6,10 +7,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QPointer>
 #include <QTest>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <ctime>
@@ -21,6 +24,7 @@
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -98,6 +102,7 @@ private Q_SLOTS:
     void aWatchdogIgnoresWhatAsksItToEnd();
     void aProgramRunsWithoutAWatchdogAndLosesNoDescriptor();
     void nobodyWaitsForAStatusThatCannotBeHad();
+    void theReaperGivesUpOnWhatMayNotBeKilled();
 };
 
 void TestFailingCalls::cleanup()
@@ -220,6 +225,21 @@ void TestFailingCalls::nobodyWaitsForAStatusThatCannotBeHad()
     run.reset();
     refuseToWait = false;
     QCOMPARE(longestAsked, 0L);
+}
+
+void TestFailingCalls::theReaperGivesUpOnWhatMayNotBeKilled()
+{
+    SessionRun<> run("show-ids\nfork-grandchild ignore-term\nexit 0\n");
+    QVERIFY(run.runToEnd());
+    const pid_t grandchild = run.report("grandchild"_ba).toInt();
+    refuseKill = true;
+    QObject owner;
+    const QPointer<QObject> reaper =
+        new SessionReaper(run.report("group"_ba).toInt(), 0ms, &owner);
+    QTRY_VERIFY_WITH_TIMEOUT(!reaper, patience);
+    QVERIFY(processIsAlive(grandchild));
+    refuseKill = false;
+    QCOMPARE(::kill(grandchild, SIGKILL), 0);
 }
 
 } // namespace tarn::console

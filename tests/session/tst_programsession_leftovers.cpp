@@ -55,6 +55,7 @@ private Q_SLOTS:
     void nothingIsLeftWhateverTheConsoleDiesOf_data();
     void nothingIsLeftWhateverTheConsoleDiesOf();
     void nothingIsLeftAfterADeathInTheGrace();
+    void theForcedKillComesWhileAListenerHoldsTheEnd();
 
     void watchesWhileTheProgramRuns();
     void sparesTheGroupOfAProgramThatEndedByItself();
@@ -171,6 +172,28 @@ void TestProgramSessionLeftovers::nothingIsLeftAfterADeathInTheGrace()
     host.kill();
     QVERIFY(host.waitForFinished());
     compareNothingLeft(reportedNumber(output, "group:"));
+}
+
+/// The number of the program is forgotten by then, and what it has left is in nobody's hands yet.
+void TestProgramSessionLeftovers::theForcedKillComesWhileAListenerHoldsTheEnd()
+{
+    SessionRun run("show-ids\n"
+                   "fork-grandchild ignore-term\n"
+                   "ready\n"
+                   "wait-forever\n");
+    QVERIFY(run.startUntilReady());
+    const pid_t grandchild = run.report("grandchild"_ba).toInt();
+    QVERIFY(processIsAlive(grandchild));
+    bool killed = false;
+    QProcess *process = run.process();
+    connect(process, &QProcess::errorOccurred, this, [&] {
+        QCOMPARE(process->processId(), 0);
+        killed = QTest::qWaitFor([=] { return !processIsAlive(grandchild); }, patience);
+    });
+    run.session.stop();
+    QVERIFY(run.waitForOutcome());
+    QVERIFY(killed);
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
 }
 
 void TestProgramSessionLeftovers::watchesWhileTheProgramRuns()

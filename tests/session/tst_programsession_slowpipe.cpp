@@ -36,6 +36,7 @@ private Q_SLOTS:
     void bytesWrittenWithoutALineInFlightMeanNothing();
     void aListenerMaySendTheNextLine();
     void aListenerMayEndTheRunBeforeTheLineIsWritten();
+    void theRunMayEndInTheCourseOfTheWrite();
 };
 
 void TestProgramSessionSlowPipe::writesTheRestAsThePipeTakesIt_data()
@@ -284,6 +285,24 @@ void TestProgramSessionSlowPipe::aListenerMayEndTheRunBeforeTheLineIsWritten()
     QVERIFY(!run.session.inputPending());
     QCOMPARE(run.recorder.eventsNamed(u"inputAccepted"_s), QStringList());
     QCOMPARE(run.outcomes().size(), 1);
+    QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
+}
+
+void TestProgramSessionSlowPipe::theRunMayEndInTheCourseOfTheWrite()
+{
+    SlowRun run("ready\n"
+                "wait-forever\n");
+    QVERIFY(run.startUntilReady());
+    run.session.whileWriting([&run](QProcess &process) {
+        run.session.stop();
+        QVERIFY(process.waitForFinished());
+    });
+    run.session.sendInput("hello"_ba);
+
+    QCOMPARE(run.session.offers(), 1);
+    QVERIFY(!run.session.inputPending());
+    QCOMPARE(run.recorder.eventsNamed(u"inputAccepted"_s), QStringList());
+    QCOMPARE(run.recorder.events().last().section(u' ', 0, 0), u"completed"_s);
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Stopped);
 }
 

@@ -105,7 +105,13 @@ private Q_SLOTS:
     void textAndPositionsStay();
     void arrowKeysVisitEveryPlaceOnce();
     void isSelectedInOnePiece();
+    void selectionsBesideItLeaveItsColour_data();
+    void selectionsBesideItLeaveItsColour();
+    void isDrawnInEveryLineInSight();
+    void isDrawnBesideOtherFonts();
+    void beyondAMeasureEscapesAreText();
     void changesWithTheText();
+    void changesWithTheFont();
     void otherBackslashesStay_data();
     void otherBackslashesStay();
 };
@@ -240,6 +246,74 @@ void TestEscapeDisplay::isSelectedInOnePiece()
     QVERIFY(worst(picture(twins.lazy()), picture(twins.stock())) <= 32);
 }
 
+void TestEscapeDisplay::selectionsBesideItLeaveItsColour_data()
+{
+    QTest::addColumn<int>("from");
+    QTest::addColumn<int>("to");
+    QTest::addColumn<bool>("hasForeground");
+    QTest::newRow("before") << 0 << 2 << true;
+    QTest::newRow("after") << 8 << 11 << true;
+    QTest::newRow("around it, only with a background") << 0 << 11 << false;
+}
+
+void TestEscapeDisplay::selectionsBesideItLeaveItsColour()
+{
+    QFETCH(int, from);
+    QFETCH(int, to);
+    QFETCH(bool, hasForeground);
+    EscapeTwins twins;
+    twins.setEscapes(u"نص \\xFF آخر"_s);
+    const auto select = [=](QTextEdit &edit, int mark) {
+        QTextEdit::ExtraSelection selection;
+        selection.cursor = QTextCursor(edit.document());
+        selection.cursor.setPosition(from < 3 ? from : from + mark);
+        selection.cursor.setPosition(to < 3 ? to : to + mark, QTextCursor::KeepAnchor);
+        selection.format.setBackground(Qt::yellow);
+        if (hasForeground)
+            selection.format.setForeground(Qt::red);
+        edit.setExtraSelections({selection});
+    };
+    select(twins.lazy(), 0);
+    select(twins.stock(), 1);
+    QVERIFY(worst(picture(twins.lazy()), picture(twins.stock())) <= 32);
+}
+
+/// Of a paragraph that is higher than the viewport, only some lines are.
+void TestEscapeDisplay::isDrawnInEveryLineInSight()
+{
+    EscapeTwins twins(QSize(420, 60));
+    twins.setEscapes(u"نص آخر \\xFF و\\u{202E} بعده، "_s.repeated(60));
+    picture(twins.lazy());
+    QScrollBar *bar = twins.lazy().verticalScrollBar();
+    QVERIFY(bar->maximum() > 2 * twins.lazy().viewport()->height());
+    for (const int value : {bar->minimum(), bar->maximum() / 2, bar->maximum()}) {
+        twins.both([value](QTextEdit &edit) { edit.verticalScrollBar()->setValue(value); });
+        QCOMPARE(twins.stock().verticalScrollBar()->value(), value);
+        QVERIFY(worst(picture(twins.lazy()), picture(twins.stock())) <= 6);
+    }
+}
+
+/// A text has formats for the characters that its font lacks, too.
+void TestEscapeDisplay::isDrawnBesideOtherFonts()
+{
+    EscapeTwins twins(QSize(1400, 100));
+    twins.setEscapes(u"نص \\xFF "_s + u"\U00012000"_s.repeated(40) + u" آخر \\u{202E}"_s);
+    QVERIFY(layoutOf(twins.lazy()).formats().size() > 2);
+    QVERIFY(worst(picture(twins.lazy()), picture(twins.stock())) <= 6);
+}
+
+void TestEscapeDisplay::beyondAMeasureEscapesAreText()
+{
+    EscapeDisplay escapes;
+    escapes.setFont(QFont(u"DejaVu Sans"_s, 10), nullptr);
+    const auto standIns = [&escapes](qsizetype count) {
+        return escapes.displayOf(byteEscape(0xFF).repeated(count))->formats.size();
+    };
+    QCOMPARE(standIns(3), 3);
+    QCOMPARE(standIns(EscapeDisplay::maximumEscapes), EscapeDisplay::maximumEscapes);
+    QCOMPARE(standIns(EscapeDisplay::maximumEscapes + 2), EscapeDisplay::maximumEscapes);
+}
+
 void TestEscapeDisplay::changesWithTheText()
 {
     EscapeTwins twins;
@@ -269,12 +343,24 @@ void TestEscapeDisplay::changesWithTheText()
     QVERIFY(!EscapeDisplay::isShownBy(layoutOf(twins.lazy())));
 }
 
+void TestEscapeDisplay::changesWithTheFont()
+{
+    EscapeTwins twins;
+    twins.setEscapes(u"نص \\xFF آخر"_s);
+    const QImage before = picture(twins.lazy());
+    twins.both([](QTextEdit &edit) { edit.setFont(QFont(u"DejaVu Sans"_s, 18)); });
+    twins.present();
+    QVERIFY(picture(twins.lazy()) != before);
+    QVERIFY(worst(picture(twins.lazy()), picture(twins.stock())) <= 6);
+}
+
 void TestEscapeDisplay::otherBackslashesStay_data()
 {
     QTest::addColumn<QString>("text");
     QTest::newRow("path") << u"نص C:\\Temp\\xylophone"_s;
     QTest::newRow("cut off") << u"نص \\x"_s;
     QTest::newRow("one digit") << u"نص \\xF نص"_s;
+    QTest::newRow("cut off after the digits") << u"نص \\u{202E"_s;
     QTest::newRow("no brace") << u"نص \\u{202E نص"_s;
     QTest::newRow("too short") << u"نص \\u{20} نص"_s;
     QTest::newRow("left to right") << u"text \\xFF نص"_s;

@@ -6,11 +6,14 @@
 #include "textlayout/heightshape.h"
 
 #include <QFontMetricsF>
+#include <QImage>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QTextLayout>
 
 #include <cmath>
 
@@ -75,6 +78,12 @@ private Q_SLOTS:
     void onlyWhatMayWrapIsGuessedAtAnotherWidth();
     void anInsertionLeavesTheOtherHeights();
     void bothEdgesOfTheFirstBlockAreItsOwn();
+    void theSizeIsToldAfterTheLastGuess();
+    void thereIsNothingWithoutAPage();
+    void whatChangedWithoutAPageIsMeasuredWithTheNext();
+    void aLineThatGrowsBesideAWiderOneWraps();
+    void aCutTextThatGoesOnBelowIsMeasuredAgain();
+    void severalBlocksMayTurnAtOnce();
 };
 
 void TestLazyDocumentLayoutHeights::shortLinesAreSureAtOnce()
@@ -195,6 +204,94 @@ void TestLazyDocumentLayoutHeights::bothEdgesOfTheFirstBlockAreItsOwn()
     QCOMPARE(hit(rect.top() - 1), 0);
     QCOMPARE(document.findBlock(hit(rect.bottom())), document.firstBlock());
     QCOMPARE(document.findBlock(hit(rect.bottom() + 1)), document.lastBlock());
+}
+
+void TestLazyDocumentLayoutHeights::theSizeIsToldAfterTheLastGuess()
+{
+    const LaidOutDocument document(QString(flat + u'\n').repeated(100));
+    const QSizeF guessed = document.layout().documentSize();
+    QSizeF told = guessed;
+    connect(&document.layout(), &LazyDocumentLayout::documentSizeChanged, this,
+            [&told](QSizeF size) { told = size; });
+    QVERIFY(document.settle());
+    QVERIFY(document.layout().documentSize() != guessed);
+    QCOMPARE(told, document.layout().documentSize());
+}
+
+void TestLazyDocumentLayoutHeights::thereIsNothingWithoutAPage()
+{
+    LaidOutDocument document(u"a text"_s);
+    QVERIFY(!document.layout().documentSize().isEmpty());
+    document.setPageSize(QSizeF(0, 0));
+    QCOMPARE(document.layout().documentSize(), QSizeF(0, 0));
+    QImage image(pageWidth, 100, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    const QImage empty = image;
+    QPainter painter(&image);
+    document.layout().draw(&painter, {});
+    painter.end();
+    QCOMPARE(image, empty);
+}
+
+void TestLazyDocumentLayoutHeights::whatChangedWithoutAPageIsMeasuredWithTheNext()
+{
+    LaidOutDocument document(u"short\nanother"_s);
+    QCOMPARE(document.firstBlock().lineCount(), document.rowHeight());
+    document.setPageSize(QSizeF(0, 0));
+    QTextCursor(&document).insertText(wide);
+    document.setTextWidth(pageWidth);
+    QVERIFY(document.settle());
+    QVERIFY(document.firstBlock().lineCount() > document.rowHeight());
+}
+
+void TestLazyDocumentLayoutHeights::aLineThatGrowsBesideAWiderOneWraps()
+{
+    LaidOutDocument document(u"short\n"_s + QString(200, u'n'));
+    QTextOption option = document.defaultTextOption();
+    option.setWrapMode(QTextOption::WordWrap);
+    document.setDefaultTextOption(option);
+    QVERIFY(document.settle());
+    QVERIFY(document.layout().documentSize().width() > pageWidth);
+    QCOMPARE(document.firstBlock().lineCount(), document.rowHeight());
+    QTextCursor(&document).insertText(wide);
+    QVERIFY(document.settle());
+    QVERIFY(document.firstBlock().lineCount() > document.rowHeight());
+}
+
+/// What stays of the first line is shorter now, although only blocks after it seem to be new.
+void TestLazyDocumentLayoutHeights::aCutTextThatGoesOnBelowIsMeasuredAgain()
+{
+    LaidOutDocument document(u"short"_s);
+    QTextOption option = document.defaultTextOption();
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    document.setDefaultTextOption(option);
+    // As many as a line has room for, and one more.
+    QTextCursor cursor(&document);
+    while (document.firstBlock().lineCount() == document.rowHeight())
+        cursor.insertText(u"n"_s);
+    cursor.movePosition(QTextCursor::End);
+    cursor.movePosition(QTextCursor::PreviousCharacter, QTextCursor::KeepAnchor);
+    cursor.insertText(u"\nshort"_s);
+    QVERIFY(document.settle());
+    QCOMPARE(heightShape(document), u"2*"_s + document.line(1));
+}
+
+void TestLazyDocumentLayoutHeights::severalBlocksMayTurnAtOnce()
+{
+    LaidOutDocument document(u"one\ntwo\nthree"_s);
+    const auto leftOf = [&document](const QTextBlock &block) {
+        document.layout().blockBoundingRect(block);
+        return block.layout()->lineAt(0).naturalTextRect().left();
+    };
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        QCOMPARE(leftOf(block), 0);
+    QTextCursor cursor(&document);
+    cursor.select(QTextCursor::Document);
+    QTextBlockFormat format;
+    format.setAlignment(Qt::AlignRight | Qt::AlignAbsolute);
+    cursor.mergeBlockFormat(format);
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+        QVERIFY(leftOf(block) > pageWidth / 2);
 }
 
 } // namespace tarn::console

@@ -4,6 +4,10 @@
 
 #include <QTest>
 
+#include <limits>
+
+#include <sys/mman.h>
+
 using namespace Qt::StringLiterals;
 
 namespace tarn::console {
@@ -81,6 +85,27 @@ PackedRecords filled()
     return records;
 }
 
+/// Pages that are there and were never touched.
+class Emptiness
+{
+public:
+    explicit Emptiness(qsizetype size)
+        : m_size(size_t(size))
+        , m_pages(::mmap(nullptr, m_size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE,
+                         -1, 0))
+    {
+        Q_ASSERT(m_pages != MAP_FAILED);
+    }
+    ~Emptiness() { ::munmap(m_pages, m_size); }
+    Q_DISABLE_COPY_MOVE(Emptiness)
+
+    const char *data() const { return static_cast<const char *>(m_pages); }
+
+private:
+    size_t m_size;
+    void *m_pages;
+};
+
 } // namespace
 
 class TestPackedRecords : public QObject
@@ -92,6 +117,8 @@ private Q_SLOTS:
     void theLastOnesCanBeHadAlone();
     void aListThatWasAskedForStaysUpToDate();
     void clearedRecordsAreGone();
+    void whatCannotBePackedIsKeptAsItIs_data();
+    void whatCannotBePackedIsKeptAsItIs();
 };
 
 void TestPackedRecords::recordsComeOutAsTheyWentIn()
@@ -128,6 +155,38 @@ void TestPackedRecords::clearedRecordsAreGone()
     QCOMPARE(records.size(), 0);
     records.append(outputOf("new", u"new"_s));
     QVERIFY(areSame(records.all(), {outputOf("new", u"new"_s)}));
+}
+
+void TestPackedRecords::whatCannotBePackedIsKeptAsItIs_data()
+{
+    QTest::addColumn<TranscriptRecord>("record");
+    TranscriptRecord ofNoStream = outputOf("a", u"a"_s);
+    ofNoStream.stream.reset();
+    QTest::newRow("of no stream") << ofNoStream;
+    if constexpr (sizeof(void *) < 8)
+        return;
+    // More than the numbers of a packed record could tell. Nobody reads them, so they take no memory.
+    static const Emptiness emptiness(qsizetype(1) << 31);
+    const qsizetype most = std::numeric_limits<qint32>::max() / 3;
+    const auto *text = reinterpret_cast<const QChar *>(emptiness.data());
+    QTest::newRow("long bytes") << outputOf(QByteArray::fromRawData(emptiness.data(), most + 1), {});
+    QTest::newRow("a long text") << outputOf("a", QString::fromRawData(text, most + 1));
+}
+
+void TestPackedRecords::whatCannotBePackedIsKeptAsItIs()
+{
+    QFETCH(TranscriptRecord, record);
+    PackedRecords records;
+    records.append(TranscriptRecord(record));
+    records.append(outputOf("b", u"b"_s));
+    const TranscriptRecord kept = records.all().first();
+    QCOMPARE(kept.stream, record.stream);
+    QCOMPARE(kept.bytes.size(), record.bytes.size());
+    QCOMPARE(kept.text.size(), record.text.size());
+    // It is the same memory, and was not copied into a pack.
+    QVERIFY(kept.bytes.constData() == record.bytes.constData());
+    QVERIFY(kept.text.constData() == record.text.constData());
+    QVERIFY(areSame(records.from(1), {outputOf("b", u"b"_s)}));
 }
 
 } // namespace tarn::console

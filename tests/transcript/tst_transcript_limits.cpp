@@ -105,6 +105,12 @@ void addRowsOfSeveralLimits()
         << QString();
     QTest::newRow("everything zero, return at the end")
         << QList<qint64>{0, 0, 0, 0} << "\r"_ba << accepted(0) << QStringList() << QString();
+    QTest::newRow("a line of less than nothing")
+        << QList<qint64>{9, 9, -5, 99} << "ab"_ba << stopped(0, length) << QStringList()
+        << QString();
+    QTest::newRow("a line of less than nothing, line feed")
+        << QList<qint64>{9, 9, -5, 99} << "\na"_ba << stopped(1, length) << QStringList{u"$"_s}
+        << u"\n"_s;
 }
 
 } // namespace

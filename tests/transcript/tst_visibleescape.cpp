@@ -90,6 +90,7 @@ void TestVisibleEscape::theBuilderWritesTheSameEscapes()
             || codePointEscapeSize(codePoint) != escape.size())
             QFAIL(qPrintable(named(codePoint)));
     }
+    QCOMPARE(Decoder::codePointEscape(0xFEDCBA98), u"\\u{FEDCBA98}"_s);
 }
 
 void TestVisibleEscape::everyPathShowsACodePointAlike()

@@ -1,4 +1,5 @@
 #include "support/testregistry.h"
+#include "widgets/caretkeys.h"
 #include "widgets/shownview.h"
 
 #include <QTest>
@@ -49,6 +50,9 @@ private Q_SLOTS:
     void keysGoOnFromWhereTheReaderIs_data();
     void keysGoOnFromWhereTheReaderIs();
     void keysGoOnFromTheLastLineInSight();
+    void theNearestLineIsTheFirstWholeOne_data();
+    void theNearestLineIsTheFirstWholeOne();
+    void theCaretOfTheFirstLineIsWithinTheView();
     void keysGoOnFromTheEndAfterNewOutput();
     void selectionIsExtendedFromWhereItIs();
     void caretInSightStays();
@@ -143,6 +147,48 @@ void TestTranscriptViewCaret::keysGoOnFromTheLastLineInSight()
     QVERIFY(shown.isCaretInSight());
     QVERIFY(shown.view.cursorRect().bottom() > shown.height() - 4 * lineHeight);
     QCOMPARE(shown.scrollValue(), value);
+}
+
+void TestTranscriptViewCaret::theNearestLineIsTheFirstWholeOne_data()
+{
+    QTest::addColumn<bool>("above");
+    QTest::newRow("from above") << true;
+    QTest::newRow("from below") << false;
+}
+
+/// Wherever the edge of the view cuts through a line, or does not.
+void TestTranscriptViewCaret::theNearestLineIsTheFirstWholeOne()
+{
+    QFETCH(bool, above);
+    ReadView shown;
+    const auto isWhole = [&shown](int block) {
+        const QRect rect =
+            shown.view.cursorRect(QTextCursor(shown.view.document()->findBlockByNumber(block)));
+        return rect.top() >= 0 && rect.bottom() < shown.height();
+    };
+    const int middle = shown.scrollMaximum() / 2;
+    for (int value = middle; value < middle + 2 * shown.view.lineHeight(); ++value) {
+        shown.view.moveCursor(above ? QTextCursor::Start : QTextCursor::End);
+        shown.scrollTo(value);
+        CaretKeys::putIntoNearestLineInSight(&shown.view);
+        QCOMPARE(shown.scrollValue(), value);
+        QVERIFY(isWhole(shown.line()));
+        QVERIFY(!isWhole(shown.line() + (above ? -1 : 1)));
+    }
+}
+
+/// What Qt takes for the caret is higher than a line that follows its ink.
+void TestTranscriptViewCaret::theCaretOfTheFirstLineIsWithinTheView()
+{
+    ReadView shown;
+    QFont font;
+    font.setFamilies({u"Noto Sans Arabic"_s, u"Noto Sans"_s});
+    font.setPointSize(24);
+    shown.view.setFont(font);
+    shown.view.moveCursor(QTextCursor::Start);
+    shown.scrollTo(0);
+    QVERIFY(shown.view.cursorRect().height() > shown.view.lineHeight());
+    QVERIFY(shown.view.cursorRect().top() >= 0);
 }
 
 void TestTranscriptViewCaret::keysGoOnFromTheEndAfterNewOutput()

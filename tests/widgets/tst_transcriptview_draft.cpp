@@ -76,6 +76,8 @@ private Q_SLOTS:
     void undoTakesTypingBack();
     void anUndoIsNeverOnlyAFormatChange_data();
     void anUndoIsNeverOnlyAFormatChange();
+    void turningLosesNothingBetweenEqualCharacters_data();
+    void turningLosesNothingBetweenEqualCharacters();
     void aFreshDraftHasNothingToUndo();
     void aSwitchedDirectionHoldsAfterUndo_data();
     void aSwitchedDirectionHoldsAfterUndo();
@@ -344,6 +346,50 @@ void TestTranscriptViewDraft::anUndoIsNeverOnlyAFormatChange()
     }
     QCOMPARE(draft.toPlainText(), last);
     QVERIFY(!draft.document()->isRedoAvailable());
+}
+
+void TestTranscriptViewDraft::turningLosesNothingBetweenEqualCharacters_data()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<int>("place");
+    QTest::addColumn<QString>("inserted");
+    QTest::newRow("after one blank") << u" "_s << 1 << u"م "_s;
+    QTest::newRow("before one blank") << u" "_s << 0 << u" م"_s;
+    QTest::newRow("between blanks") << u"  "_s << 1 << u" م "_s;
+    QTest::newRow("between exclamation marks") << u"!!"_s << 1 << u"!م!"_s;
+}
+
+/// The edit is made once more, of what differs before and after it; equal characters may count for
+/// its start or for its end.
+void TestTranscriptViewDraft::turningLosesNothingBetweenEqualCharacters()
+{
+    QFETCH(QString, before);
+    QFETCH(int, place);
+    QFETCH(QString, inserted);
+    ShownView shown;
+    InputEditor &draft = shown.draft;
+    type(draft, before);
+    QTextCursor cursor = draft.textCursor();
+    cursor.setPosition(place);
+    draft.setTextCursor(cursor);
+    draft.insertPlainText(inserted);
+    QString after = before;
+    after.insert(place, inserted);
+    QCOMPARE(draft.toPlainText(), after);
+    QCOMPARE(sideOf(draft), u"R"_s);
+    // What was typed just before may be the same step.
+    undo(draft);
+    QVERIFY(draft.toPlainText() == before || draft.toPlainText().isEmpty());
+    QCOMPARE(sideOf(draft), u"L"_s);
+    redo(draft);
+    QCOMPARE(draft.toPlainText(), after);
+    // Taken away again, at once.
+    cursor.setPosition(place);
+    cursor.setPosition(place + int(inserted.size()), QTextCursor::KeepAnchor);
+    draft.setTextCursor(cursor);
+    QTest::keyClick(&draft, Qt::Key_Delete);
+    QCOMPARE(draft.toPlainText(), before);
+    QCOMPARE(sideOf(draft), u"L"_s);
 }
 
 void TestTranscriptViewDraft::aFreshDraftHasNothingToUndo()
