@@ -55,7 +55,7 @@ Sums growLine(const QByteArray &line)
                 subject.take(QByteArrayView(line).sliced(from, smallStep));
                 drainEvents();
             });
-            const QString &text = subject.transcript.paragraphs().constFirst().text;
+            const QString text = subject.transcript.packedParagraphs().at(0).text;
             sums.layouts += timeOf([&] { layOut(text, subject.view->font(), width); });
         }
     }

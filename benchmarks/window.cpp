@@ -92,7 +92,7 @@ public:
     {
         trigger(u"runAction"_s);
         waitForStatus(u"Returned status 0"_s);
-        if (window.transcript().paragraphs().size() != lineCount)
+        if (window.transcript().packedParagraphs().size() != lineCount)
             qFatal("the console does not show the whole text");
     }
 

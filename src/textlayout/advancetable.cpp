@@ -192,13 +192,32 @@ AdvanceTable::Sum AdvanceTable::sumOf(QStringView text, bool mayGuess) const
         script = scriptOf(text[i], script);
 
     Sum sum;
-    for (const QChar character : text) {
+    const QStringView rest = text.sliced(addKnownLatin1(text, script, &sum));
+    for (const QChar character : rest) {
         script = scriptOf(character, script);
         const Unit unit = this->unit(character.unicode(), script, mayGuess);
         sum.advance += unit.advance;
         sum.classes |= unit.classes;
     }
     return sum;
+}
+
+/// Adds what is known of the characters at the beginning of a text, where all that have a script
+/// have this one. Returns how many they are; in most texts that is the quick way for all.
+qsizetype AdvanceTable::addKnownLatin1(QStringView text, std::size_t script, Sum *sum) const
+{
+    const Page *page = m_tables[script][0].get();
+    if (!page)
+        return 0;
+    qsizetype count = 0;
+    for (; count < text.size() && text[count].unicode() < page->size(); ++count) {
+        const Unit &unit = (*page)[text[count].unicode()];
+        if (unit.classes == 0)
+            break;
+        sum->advance += unit.advance;
+        sum->classes |= unit.classes;
+    }
+    return count;
 }
 
 AdvanceTable::Unit AdvanceTable::unit(char16_t code, std::size_t script, bool mayGuess) const

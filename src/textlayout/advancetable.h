@@ -96,6 +96,7 @@ private:
     static constexpr quint32 uncertain = quint32(1) << maximumClasses;
 
     Sum sumOf(QStringView text, bool mayGuess) const;
+    qsizetype addKnownLatin1(QStringView text, std::size_t script, Sum *sum) const;
     Unit unit(char16_t code, std::size_t script, bool mayGuess) const;
     quint32 roughAdvance() const;
     void meet(char16_t code, std::size_t script, Unit *unit) const;

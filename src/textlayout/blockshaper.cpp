@@ -230,7 +230,8 @@ ParagraphSize BlockShaper::placeCaret(const QTextBlock &block, QTextLayout *layo
 
 void BlockShaper::reset(const QTextBlock &block)
 {
-    if (unfinishedBlock() == block.blockNumber())
+    // A block's number is a search in the document's tree.
+    if (m_unfinished && m_unfinished->block == block.blockNumber())
         m_unfinished.reset();
     EscapeDisplay::reset(block);
 }

@@ -2,41 +2,37 @@
 
 #include "transcript/visibleescape.h"
 
-#include <algorithm>
-
 namespace tarn::console {
 
-/// Direction text of the line that begins there; moves on to the first escape after the line.
-QString DecodedText::directionText(const QString &line, qsizetype begin, const Escape **next) const
+/// Direction text of a line, which is put together in the buffer if it is another than the line's;
+/// moves on to the first escape after the line.
+QStringView DecodedText::directionText(QStringView line, const Escape **next, QString *buffer) const
 {
-    const qsizetype end = begin + line.size();
-    const Escape *const first = *next;
-    qsizetype length = line.size();
-    for (; *next != m_escapes.constEnd() && (*next)->begin < end; ++*next)
-        length -= (*next)->end - (*next)->begin;
-    if (first == *next)
+    const QChar *const text = m_text.constData();
+    qsizetype from = line.data() - text;
+    const qsizetype end = from + line.size();
+    if (*next == m_escapes.constEnd() || (*next)->begin >= end)
         return line;
 
-    QString result(length, Qt::Uninitialized);
-    QChar *to = result.data();
-    const QChar *const text = m_text.constData();
-    qsizetype from = begin;
-    for (const Escape *escape = first; escape != *next; ++escape) {
-        to = std::copy(text + from, text + escape->begin, to);
-        from = escape->end;
+    buffer->resize(0);
+    for (; *next != m_escapes.constEnd() && (*next)->begin < end; ++*next) {
+        buffer->append(QStringView(text + from, (*next)->begin - from));
+        from = (*next)->end;
     }
-    std::copy(text + from, text + end, to);
-    return result;
+    buffer->append(QStringView(text + from, end - from));
+    return *buffer;
 }
 
 QList<DecoderFragment> DecodedText::fragments() const
 {
     QList<DecoderFragment> result;
-    forEachLine([&result](Line line) {
+    forEachLine([&result](const Line &line) {
         if (!line.text.isEmpty()) {
+            const QString text = line.text.toString();
+            const bool hasEscapes = line.directionText.data() != line.text.data();
             result.append({.kind = DecoderFragmentKind::Text,
-                           .text = std::move(line.text),
-                           .directionText = std::move(line.directionText)});
+                           .text = text,
+                           .directionText = hasEscapes ? line.directionText.toString() : text});
         }
         if (line.ended)
             result.append({.kind = DecoderFragmentKind::Break, .text = {}, .directionText = {}});

@@ -5,9 +5,8 @@
 #include <QChar>
 #include <QList>
 #include <QString>
+#include <QStringView>
 #include <QVarLengthArray>
-
-#include <utility>
 
 namespace tarn::console {
 
@@ -19,9 +18,9 @@ public:
     /// A line, or the part of it that this piece holds.
     struct Line
     {
-        QString text;
+        QStringView text;
         /// The text without escapes and tabs; the same buffer as the text when there are none.
-        QString directionText;
+        QStringView directionText;
         bool ended = false; ///< by a line break; otherwise the text is not empty
     };
 
@@ -29,7 +28,7 @@ public:
     /// Length in UTF-8, each line break one byte.
     qint64 displayBytes() const { return m_text.size() + m_extraBytes; }
 
-    /// Calls take(Line) for every line in order.
+    /// Calls take(Line) for every line in order; the line's texts live until it returns.
     template<typename Take>
     void forEachLine(Take take) const;
 
@@ -45,7 +44,7 @@ private:
         qsizetype end;
     };
 
-    QString directionText(const QString &line, qsizetype begin, const Escape **next) const;
+    QStringView directionText(QStringView line, const Escape **next, QString *buffer) const;
 
     QString m_text;
     QVarLengthArray<Escape, 16> m_escapes; ///< in order, none touching the next
@@ -128,13 +127,15 @@ template<typename Take>
 void DecodedText::forEachLine(Take take) const
 {
     const Escape *nextEscape = m_escapes.constData();
+    QString withoutEscapes;
     for (qsizetype begin = 0; begin < m_text.size();) {
         const qsizetype lineFeed = m_text.indexOf(u'\n', begin);
         const bool ended = lineFeed >= 0;
         const qsizetype end = ended ? lineFeed : m_text.size();
-        Line line{.text = m_text.mid(begin, end - begin), .directionText = {}, .ended = ended};
-        line.directionText = directionText(line.text, begin, &nextEscape);
-        take(std::move(line));
+        const auto line = QStringView(m_text).sliced(begin, end - begin);
+        take(Line{.text = line,
+                  .directionText = directionText(line, &nextEscape, &withoutEscapes),
+                  .ended = ended});
         begin = end + 1;
     }
 }

@@ -40,7 +40,7 @@ QString textOf(QByteArrayView utf8)
     return text;
 }
 
-bool isSameText(QByteArrayView bytes, const QString &text)
+bool isSameText(QByteArrayView bytes, QStringView text)
 {
     if (text.size() < bytes.size())
         return text.toUtf8() == bytes;
@@ -51,40 +51,61 @@ bool isSameText(QByteArrayView bytes, const QString &text)
     return bits < 0x80 && QLatin1StringView(bytes) == text;
 }
 
-} // namespace
-
-bool PackedRecords::isPackable(const TranscriptRecord &record)
+bool isPackable(QByteArrayView bytes, QStringView text)
 {
     // No character of the text takes more than three bytes for each of its code units.
     constexpr qsizetype most = std::numeric_limits<qint32>::max() / 3;
-    return record.kind == TranscriptRecordKind::StreamOutput && record.stream
-           && record.bytes.size() <= most && record.text.size() <= most;
+    return bytes.size() <= most && text.size() <= most;
 }
+
+TranscriptRecord outputRecord(TranscriptStream stream, QByteArrayView bytes, QStringView text)
+{
+    TranscriptRecord record;
+    record.kind = TranscriptRecordKind::StreamOutput;
+    record.stream = stream;
+    record.bytes = bytes.toByteArray();
+    record.text = text.toString();
+    return record;
+}
+
+} // namespace
 
 void PackedRecords::append(TranscriptRecord &&record)
 {
-    if (isPackable(record)) {
-        pack(record);
-    } else {
-        m_entries.append(Entry());
-        m_whole.append(record);
+    if (record.kind == TranscriptRecordKind::StreamOutput && record.stream) {
+        appendOutput(*record.stream, record.bytes, record.text);
+        return;
     }
+    m_entries.append(Entry());
+    m_whole.append(record);
     if (m_isUnpacked)
         m_unpacked.append(std::move(record));
 }
 
-void PackedRecords::pack(const TranscriptRecord &record)
+void PackedRecords::appendOutput(TranscriptStream stream, QByteArrayView bytes, QStringView text)
 {
-    Entry entry{.byteCount = static_cast<qint32>(record.bytes.size()),
+    if (isPackable(bytes, text)) {
+        pack(stream, bytes, text);
+    } else {
+        m_entries.append(Entry());
+        m_whole.append(outputRecord(stream, bytes, text));
+    }
+    if (m_isUnpacked)
+        m_unpacked.append(outputRecord(stream, bytes, text));
+}
+
+void PackedRecords::pack(TranscriptStream stream, QByteArrayView bytes, QStringView text)
+{
+    Entry entry{.byteCount = static_cast<qint32>(bytes.size()),
                 .textByteCount = 0,
                 .form = Form::SameText,
-                .isError = record.stream == TranscriptStream::StandardError};
-    m_bytes.append(record.bytes);
-    if (!isSameText(record.bytes, record.text)) {
-        const QByteArray text = record.text.toUtf8();
+                .isError = stream == TranscriptStream::StandardError};
+    m_bytes.append(bytes);
+    if (!isSameText(bytes, text)) {
+        const QByteArray utf8 = text.toUtf8();
         entry.form = Form::OwnText;
-        entry.textByteCount = static_cast<qint32>(text.size());
-        m_texts.append(text);
+        entry.textByteCount = static_cast<qint32>(utf8.size());
+        m_texts.append(utf8);
     }
     m_entries.append(entry);
 }

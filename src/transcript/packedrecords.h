@@ -3,7 +3,9 @@
 #include "transcript/transcriptrecord.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
+#include <QStringView>
 
 namespace tarn::console {
 
@@ -15,6 +17,8 @@ class PackedRecords
 public:
     qint64 size() const { return m_entries.size(); }
     void append(TranscriptRecord &&record);
+    /// A record of output.
+    void appendOutput(TranscriptStream stream, QByteArrayView bytes, QStringView text);
     void clear();
 
     /// The records from one on; the index is not checked.
@@ -43,8 +47,7 @@ private:
         qsizetype text = 0;
     };
 
-    static bool isPackable(const TranscriptRecord &record);
-    void pack(const TranscriptRecord &record);
+    void pack(TranscriptStream stream, QByteArrayView bytes, QStringView text);
     TranscriptRecord unpack(const Entry &entry, Place *place) const;
 
     QList<Entry> m_entries;

@@ -29,7 +29,7 @@ void Transcript::setDirection(ContentDirection direction)
 
 ParagraphPresentation Transcript::presentationForParagraph(qint64 index) const
 {
-    return paragraphPresentation(m_direction, m_paragraphs.at(index).directionText);
+    return presentationOf(m_direction, m_paragraphs.packed().firstStrongDirection(index));
 }
 
 void Transcript::stop(TranscriptLimit limit)
@@ -48,7 +48,7 @@ void Transcript::clear()
     for (StreamState &state : m_streams) {
         // The paragraph held the direction text of the line; the rest of the line inherits it.
         if (state.hasOpenParagraph())
-            state.directionText = m_paragraphs.at(state.paragraphIndex).directionText;
+            state.directionText = m_paragraphs.packed().at(state.paragraphIndex).directionText;
         state.paragraphIndex = -1;
     }
     m_records.clear();
@@ -122,8 +122,8 @@ bool Transcript::canApplyFrom(bool paragraphOpen, const QList<DecoderFragment> &
 qint64 Transcript::addParagraph(TranscriptRecordKind kind, std::optional<TranscriptStream> stream,
                                 const QString &directionText)
 {
-    return m_paragraphs.add(
-        {.kind = kind, .stream = stream, .text = {}, .directionText = directionText});
+    return m_paragraphs.add({.kind = kind, .stream = stream, .text = {}, .directionText = {}}, {},
+                            directionText);
 }
 
 } // namespace tarn::console

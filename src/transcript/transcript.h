@@ -32,9 +32,9 @@ public:
     /// Takes much memory from then on: there is one for every chunk of output.
     const QList<TranscriptRecord> &records() const { return m_records.all(); }
     const PackedRecords &packedRecords() const { return m_records; }
-    const QList<TranscriptParagraph> &paragraphs() const { return m_paragraphs.all(); }
-    /// Whether a line break ended the paragraph; the index is not checked.
-    bool isParagraphTerminated(qint64 index) const { return m_paragraphs.isTerminated(index); }
+    /// Takes much memory from then on: they are kept packed otherwise.
+    const QList<TranscriptParagraph> &paragraphs() const { return m_paragraphs.packed().all(); }
+    const PackedParagraphs &packedParagraphs() const { return m_paragraphs.packed(); }
     bool captureStopped() const { return m_stopReason.has_value(); }
     TranscriptLimit stopReason() const { return m_stopReason.value_or(TranscriptLimit::None); }
     qint64 retainedByteCount() const { return m_retainedByteCount; }

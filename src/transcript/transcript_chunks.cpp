@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 namespace tarn::console {
 
@@ -27,9 +26,9 @@ public:
 
     /// Goes on until the chunk or the capture ends.
     void run();
-    QByteArray acceptedBytes() const;
-    /// What the accepted bytes display.
-    QString takeText();
+    qint64 acceptedByteCount() const { return m_position + (m_withCarriageReturn ? 1 : 0); }
+    /// One record of all that was accepted.
+    void record();
 
 private:
     struct Prefix
@@ -40,7 +39,7 @@ private:
 
     Prefix unlimitedPrefix() const;
     bool applyPrefix(const Prefix &prefix);
-    void applyLine(DecodedText::Line &&line);
+    void applyLine(const DecodedText::Line &line);
     bool applyNextPiece();
     bool applyPiece(QByteArrayView piece);
 
@@ -79,20 +78,14 @@ void Transcript::ChunkIntake::run()
     }
 }
 
-QByteArray Transcript::ChunkIntake::acceptedBytes() const
+void Transcript::ChunkIntake::record()
 {
-    QByteArray accepted = m_bytes.first(m_position).toByteArray();
+    const QByteArrayView accepted = m_bytes.first(m_position);
+    PackedRecords &records = m_transcript->m_records;
     if (m_withCarriageReturn)
-        accepted.prepend('\r');
-    return accepted;
-}
-
-QString Transcript::ChunkIntake::takeText()
-{
-    // Without reserve there may be a paragraph that shares it, from which squeeze() would part it.
-    if (m_text.capacity() > m_text.size())
-        m_text.squeeze();
-    return std::exchange(m_text, {});
+        records.appendOutput(m_stream, accepted.toByteArray().prepend('\r'), m_text);
+    else if (!accepted.isEmpty())
+        records.appendOutput(m_stream, accepted, m_text);
 }
 
 /// Bytes that can be taken together because no limit can be reached within them; none when the
@@ -142,7 +135,7 @@ bool Transcript::ChunkIntake::applyPrefix(const Prefix &prefix)
     if (decoded.displayBytes() > to.m_limits.maxPendingUpdateBytes - to.m_pendingUpdateByteCount)
         return false;
     m_state.decoder = decoder;
-    decoded.forEachLine([this](DecodedText::Line &&line) { applyLine(std::move(line)); });
+    decoded.forEachLine([this](const DecodedText::Line &line) { applyLine(line); });
     m_state.lineBytes = prefix.lineBytes;
     to.m_retainedByteCount += prefix.size;
     to.m_pendingUpdateByteCount += decoded.displayBytes();
@@ -151,16 +144,16 @@ bool Transcript::ChunkIntake::applyPrefix(const Prefix &prefix)
     return true;
 }
 
-void Transcript::ChunkIntake::applyLine(DecodedText::Line &&line)
+void Transcript::ChunkIntake::applyLine(const DecodedText::Line &line)
 {
     TranscriptParagraphs &paragraphs = m_transcript->m_paragraphs;
     if (!m_state.hasOpenParagraph() && m_state.directionText.isEmpty()) {
         // The usual case, a paragraph that begins with the line, needs no appending.
         const qint64 index = paragraphs.add({.kind = TranscriptRecordKind::StreamOutput,
                                              .stream = m_stream,
-                                             .text = std::move(line.text),
-                                             .directionText = std::move(line.directionText)},
-                                            line.ended);
+                                             .text = {},
+                                             .directionText = {}},
+                                            line.text, line.directionText, line.ended);
         m_state.paragraphIndex = line.ended ? -1 : index;
         return;
     }
@@ -241,9 +234,8 @@ TranscriptAppendResult Transcript::appendStream(TranscriptStream stream, QByteAr
         return resultOf(0);
     ChunkIntake intake(this, stream, bytes);
     intake.run();
-    const QByteArray accepted = intake.acceptedBytes();
-    appendStreamRecord(stream, accepted, intake.takeText());
-    return resultOf(accepted.size());
+    intake.record();
+    return resultOf(intake.acceptedByteCount());
 }
 
 TranscriptAppendResult Transcript::appendStreamBytes(TranscriptStream stream, QByteArrayView bytes)

@@ -49,18 +49,7 @@ QString Transcript::fragmentsText(const QList<DecoderFragment> &fragments)
 
 QString Transcript::documentText() const
 {
-    qsizetype length = m_paragraphs.size();
-    for (const TranscriptParagraph &paragraph : paragraphs())
-        length += paragraph.text.size();
-
-    QString text;
-    text.reserve(length);
-    for (qint64 i = 0; i < m_paragraphs.size(); ++i) {
-        text.append(m_paragraphs.at(i).text);
-        if (i + 1 < m_paragraphs.size() || m_paragraphs.isTerminated(i))
-            text.append(u'\n');
-    }
-    return text;
+    return packedParagraphs().documentTextFrom(0);
 }
 
 QString Transcript::copy(qint64 from, qint64 to) const

@@ -34,9 +34,9 @@ QString nameOf(ParagraphVoice voice)
 
 } // namespace
 
-AccessibleTranscript::AccessibleTranscript(QTextEdit *view, ParagraphOf paragraphOf)
+AccessibleTranscript::AccessibleTranscript(QTextEdit *view, OriginOf originOf)
     : AccessibleText(view)
-    , m_paragraphOf(std::move(paragraphOf))
+    , m_originOf(std::move(originOf))
     , m_toldVoice(voiceAtCaret())
 {
     QObject::connect(view, &QTextEdit::cursorPositionChanged, &m_context, [this] { tellVoice(); });
@@ -52,7 +52,7 @@ QString AccessibleTranscript::text(QAccessible::Text kind) const
 
 QString AccessibleTranscript::voiceAtCaret() const
 {
-    const TranscriptParagraph *paragraph = m_paragraphOf(view()->textCursor().block());
+    const auto paragraph = m_originOf(view()->textCursor().block());
     return nameOf(paragraph ? voiceOf(*paragraph) : ParagraphVoice::Output);
 }
 
@@ -69,7 +69,7 @@ void AccessibleTranscript::tellVoice()
 /// Whose words they are, as a colour and in words.
 QString AccessibleTranscript::attributesOf(const QTextBlock &block) const
 {
-    const TranscriptParagraph *paragraph = m_paragraphOf(block);
+    const auto paragraph = m_originOf(block);
     if (!paragraph)
         return {};
     const QColor colour = paragraphColour(*paragraph, view()->palette());

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "transcript/transcriptparagraph.h"
 #include "widgets/accessibletext.h"
 
 #include <QObject>
 
 #include <functional>
+#include <optional>
 
 namespace tarn::console {
-
-struct TranscriptParagraph;
 
 /// What assistive technology reads of the transcript. Its description says whose words the
 /// paragraph at the caret shows, and a change of it is told: of the attributes that could say so,
@@ -16,10 +16,10 @@ struct TranscriptParagraph;
 class AccessibleTranscript : public AccessibleText
 {
 public:
-    /// The paragraph whose text a block of the view shows; null for none.
-    using ParagraphOf = std::function<const TranscriptParagraph *(const QTextBlock &block)>;
+    /// The paragraph whose text a block of the view shows, without its texts; nothing for none.
+    using OriginOf = std::function<std::optional<TranscriptParagraph>(const QTextBlock &block)>;
 
-    AccessibleTranscript(QTextEdit *view, ParagraphOf paragraphOf);
+    AccessibleTranscript(QTextEdit *view, OriginOf originOf);
     ~AccessibleTranscript() override;
 
     using AccessibleText::text;
@@ -32,7 +32,7 @@ private:
     QString voiceAtCaret() const;
     void tellVoice();
 
-    ParagraphOf m_paragraphOf;
+    OriginOf m_originOf;
     QString m_toldVoice;
     QObject m_context; ///< of connections: the view may live on
 };

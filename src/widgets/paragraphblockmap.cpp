@@ -1,6 +1,7 @@
 #include "widgets/paragraphblockmap.h"
 
 #include <QChar>
+#include <QList>
 
 #include <algorithm>
 #include <iterator>
@@ -35,10 +36,15 @@ void ParagraphBlockMap::clear()
     m_splits.clear();
 }
 
-void ParagraphBlockMap::appendParagraph(QStringView text)
+void ParagraphBlockMap::appendParagraphs(qint64 count, QStringView texts)
 {
-    ++m_paragraphCount;
-    extendParagraph(m_paragraphCount - 1, text);
+    const qint64 first = m_paragraphCount;
+    m_paragraphCount += count;
+    if (countSeparators(texts) == 0)
+        return;
+    const auto each = texts.split(u'\n');
+    for (qint64 i = 0; i < count; ++i)
+        extendParagraph(first + i, each[i]);
 }
 
 void ParagraphBlockMap::extendParagraph(qint64 paragraph, QStringView addedText)

@@ -14,7 +14,8 @@ class ParagraphBlockMap
 {
 public:
     void clear();
-    void appendParagraph(QStringView text);
+    /// So many, whose texts are joined by line feeds.
+    void appendParagraphs(qint64 count, QStringView texts);
     void extendParagraph(qint64 paragraph, QStringView addedText);
 
     qint64 paragraphCount() const { return m_paragraphCount; }

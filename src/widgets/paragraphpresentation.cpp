@@ -39,9 +39,15 @@ Qt::LayoutDirection firstStrongDirection(const QString &text)
 
 ParagraphPresentation paragraphPresentation(ContentDirection direction, const QString &text)
 {
+    const bool asks = direction == ContentDirection::Auto;
+    return presentationOf(direction, asks ? firstStrongDirection(text) : Qt::LeftToRight);
+}
+
+ParagraphPresentation presentationOf(ContentDirection direction, Qt::LayoutDirection firstStrong)
+{
     const bool rightToLeft =
         direction == ContentDirection::RightToLeft
-        || (direction == ContentDirection::Auto && firstStrongDirection(text) == Qt::RightToLeft);
+        || (direction == ContentDirection::Auto && firstStrong == Qt::RightToLeft);
     return {.layoutDirection = rightToLeft ? Qt::RightToLeft : Qt::LeftToRight,
             .rightAligned = rightToLeft};
 }

@@ -28,5 +28,7 @@ Qt::LayoutDirection firstStrongDirection(const QString &text);
 /// Presentation of a paragraph with this text; the text matters under Auto only. A value outside
 /// the enumeration means left to right.
 ParagraphPresentation paragraphPresentation(ContentDirection direction, const QString &text);
+/// The same where the direction of its first strong character is known.
+ParagraphPresentation presentationOf(ContentDirection direction, Qt::LayoutDirection firstStrong);
 
 } // namespace tarn::console

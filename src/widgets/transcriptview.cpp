@@ -34,7 +34,7 @@ QAccessibleInterface *accessibleTranscript(const QString &, QObject *object)
     if (!view)
         return nullptr;
     return new AccessibleTranscript(
-        view, [view](const QTextBlock &block) { return view->paragraphOf(block); });
+        view, [view](const QTextBlock &block) { return view->originOf(block); });
 }
 
 } // namespace
@@ -65,13 +65,13 @@ TranscriptView::~TranscriptView() = default;
 
 QColor TranscriptView::colourOf(const QTextBlock &block, const QPalette &palette) const
 {
-    const TranscriptParagraph *paragraph = paragraphOf(block);
+    const auto paragraph = originOf(block);
     return paragraph ? paragraphColour(*paragraph, palette) : palette.color(QPalette::Text);
 }
 
-const TranscriptParagraph *TranscriptView::paragraphOf(const QTextBlock &block) const
+std::optional<TranscriptParagraph> TranscriptView::originOf(const QTextBlock &block) const
 {
-    return m_writer.paragraphOfBlock(block.blockNumber());
+    return m_writer.originOfBlock(block.blockNumber());
 }
 
 void TranscriptView::setCopyAction(QAction *action)

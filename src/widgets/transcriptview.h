@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 
 class QAction;
 class QTextBlock;
@@ -46,8 +47,9 @@ public:
     /// Goes to the end when the anchor's block is gone.
     void restoreScrollAnchor(ScrollAnchor anchor);
 
-    /// The paragraph whose text a block shows; null for the empty block after the last.
-    const TranscriptParagraph *paragraphOf(const QTextBlock &block) const;
+    /// The paragraph whose text a block shows, without its texts; nothing for the empty block after
+    /// the last.
+    std::optional<TranscriptParagraph> originOf(const QTextBlock &block) const;
 
     /// Gives every block the presentation of the paragraph whose text it shows.
     void applyParagraphFormats();

@@ -2,7 +2,6 @@
 
 #include "widgets/blockpresentation.h"
 
-#include <QScopedValueRollback>
 #include <QSignalBlocker>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -52,7 +51,8 @@ void TranscriptWriter::rebuild()
 
 void TranscriptWriter::extendParagraph(const TranscriptChanges::Extension &extension)
 {
-    const QString &text = m_transcript->paragraphs()[extension.paragraph].text;
+    QString text;
+    m_transcript->packedParagraphs().appendTextTo(&text, extension.paragraph);
     const QStringView added = QStringView(text).sliced(extension.shownLength);
     const qint64 lastBlock = m_blockMap.firstBlock(extension.paragraph + 1) - 1;
     const QTextBlock block = m_document->findBlockByNumber(static_cast<int>(lastBlock));
@@ -86,52 +86,63 @@ void TranscriptWriter::presentParagraph(qint64 paragraph)
 /// Adds the paragraphs from an index on, and the empty block after a last line break.
 void TranscriptWriter::appendParagraphs(qint64 first, bool previousWasTerminated)
 {
-    const qint64 count = m_transcript->paragraphs().size();
+    const PackedParagraphs &paragraphs = m_transcript->packedParagraphs();
+    const qint64 count = paragraphs.size();
     if (count == 0)
         return;
-    const bool terminated = m_transcript->isParagraphTerminated(count - 1);
+    const bool terminated = paragraphs.isTerminated(count - 1);
     if (first == count && terminated == previousWasTerminated)
         return;
-    const QScopedValueRollback guard(m_isAppending, true);
 
     QTextCursor cursor(m_document);
     cursor.beginEditBlock();
     cursor.setPosition(m_document->characterCount() - 1);
-    bool inFreshBlock = first == 0 || previousWasTerminated;
-    while (first < count) {
+    const bool inFreshBlock = first == 0 || previousWasTerminated;
+    m_added = {.start = cursor.position() + (inFreshBlock ? 0 : 1),
+               .text = paragraphs.documentTextFrom(first)};
+    if (terminated && first < count)
+        m_added.text.chop(1);
+    insertAdded(cursor, first, inFreshBlock);
+    if (terminated)
+        cursor.insertBlock(blockFormatFor({}));
+    // Now the layout asks for the texts of blocks.
+    cursor.endEditBlock();
+    m_added = {};
+}
+
+/// Inserts the text of the paragraphs from one on, in pieces that share a presentation.
+void TranscriptWriter::insertAdded(QTextCursor &cursor, qint64 first, bool inFreshBlock)
+{
+    for (qsizetype from = 0; first < m_transcript->packedParagraphs().size();) {
         const QTextBlockFormat format =
             blockFormatFor(m_transcript->presentationForParagraph(first));
         // The format goes first: the blocks of the run inherit it.
-        if (inFreshBlock)
+        if (from == 0 && inFreshBlock)
             cursor.setBlockFormat(format);
         else
             cursor.insertBlock(format);
-        inFreshBlock = false;
-        first = appendRun(cursor, first);
+        const Run run = runFrom(first);
+        const QString text = m_added.text.mid(from, run.length);
+        m_blockMap.appendParagraphs(run.end - first, text);
+        cursor.insertText(text);
+        first = run.end;
+        from += run.length + 1;
     }
-    if (terminated)
-        cursor.insertBlock(blockFormatFor({}));
-    cursor.endEditBlock();
 }
 
-/// Inserts the paragraphs that share the presentation of the first, in one piece; returns the
-/// index after the last.
-qint64 TranscriptWriter::appendRun(QTextCursor &cursor, qint64 first)
+/// The paragraphs from one on that share its presentation.
+TranscriptWriter::Run TranscriptWriter::runFrom(qint64 first) const
 {
-    const QList<TranscriptParagraph> &paragraphs = m_transcript->paragraphs();
+    const PackedParagraphs &paragraphs = m_transcript->packedParagraphs();
     const auto presentation = m_transcript->presentationForParagraph(first);
-    QString text;
-    qint64 index = first;
+    qint64 end = first;
+    qint64 length = -1;
     do {
-        if (index > first)
-            text.append(u'\n');
-        text.append(paragraphs[index].text);
-        m_blockMap.appendParagraph(paragraphs[index].text);
-        ++index;
-    } while (index < paragraphs.size()
-             && m_transcript->presentationForParagraph(index) == presentation);
-    cursor.insertText(text);
-    return index;
+        length += paragraphs.textLength(end) + 1;
+        ++end;
+    } while (end < paragraphs.size()
+             && m_transcript->presentationForParagraph(end) == presentation);
+    return {.end = end, .length = length};
 }
 
 void TranscriptWriter::applyFormats()
@@ -177,34 +188,44 @@ ParagraphPresentation TranscriptWriter::presentationOfBlock(int number) const
                             : ParagraphPresentation();
 }
 
-const TranscriptParagraph *TranscriptWriter::paragraphOfBlock(int number) const
+std::optional<TranscriptParagraph> TranscriptWriter::originOfBlock(int number) const
 {
     const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
-    return shows(paragraph) ? &m_transcript->paragraphs().at(paragraph) : nullptr;
+    if (!shows(paragraph))
+        return std::nullopt;
+    return m_transcript->packedParagraphs().originOf(paragraph);
 }
 
 /// Whether the paragraphs that the document shows are in the transcript as they were.
 bool TranscriptWriter::isShownAsItWas() const
 {
     const TranscriptChanges &changes = m_transcript->changes();
-    return m_isAppending
-           || (!changes.everything && changes.acknowledgement == m_shownAcknowledgement);
+    return !changes.everything && changes.acknowledgement == m_shownAcknowledgement;
 }
 
 QString TranscriptWriter::textOfBlock(const QTextBlock &block) const
 {
+    const int length = block.length() - 1;
+    if (!m_added.text.isNull()) {
+        const qint64 from = block.position() - m_added.start;
+        const bool isAdded = from >= 0 && from + length <= m_added.text.size();
+        return isAdded ? QString::fromRawData(m_added.text.constData() + from, length) : QString();
+    }
     if (!isShownAsItWas())
         return {};
-    const TranscriptParagraph *paragraph = paragraphOfBlock(block.blockNumber());
+    const qint64 paragraph = m_blockMap.paragraphOfBlock(block.blockNumber());
     // One that was split, or has grown meanwhile, has another length.
-    return paragraph && paragraph->text.size() == block.length() - 1 ? paragraph->text : QString();
+    QString text;
+    if (shows(paragraph) && m_transcript->packedParagraphs().textLength(paragraph) == length)
+        m_transcript->packedParagraphs().appendTextTo(&text, paragraph);
+    return text;
 }
 
 /// After the last paragraph, and before anything is shown, there is an empty block.
 bool TranscriptWriter::shows(qint64 paragraph) const
 {
     return paragraph
-           < std::min<qint64>(m_blockMap.paragraphCount(), m_transcript->paragraphs().size());
+           < std::min(m_blockMap.paragraphCount(), m_transcript->packedParagraphs().size());
 }
 
 } // namespace tarn::console

@@ -3,6 +3,8 @@
 #include "transcript/transcript.h"
 #include "widgets/paragraphblockmap.h"
 
+#include <QString>
+
 #include <optional>
 
 class QTextBlock;
@@ -26,11 +28,12 @@ public:
     /// Gives every block the presentation of the paragraph whose text it shows.
     void applyFormats();
 
-    /// The paragraph whose text a block of the document shows; null for the empty block that has
-    /// none, and for one whose paragraph the transcript has meanwhile dropped.
-    const TranscriptParagraph *paragraphOfBlock(int number) const;
+    /// The paragraph whose text a block of the document shows, without its texts; nothing for the
+    /// empty block that has none, and for one whose paragraph the transcript has meanwhile dropped.
+    std::optional<TranscriptParagraph> originOfBlock(int number) const;
 
-    /// The text of a block, without asking the document; null when it may be another by now.
+    /// The text of a block, without asking the document; null when it may be another by now. Valid
+    /// until the next change.
     QString textOfBlock(const QTextBlock &block) const;
 
     /// Tells the transcript that its changes are shown.
@@ -40,7 +43,13 @@ private:
     void rebuild();
     void extendParagraph(const TranscriptChanges::Extension &extension);
     void appendParagraphs(qint64 first, bool previousWasTerminated);
-    qint64 appendRun(QTextCursor &cursor, qint64 first);
+    struct Run
+    {
+        qint64 end;    ///< the paragraph after it
+        qint64 length; ///< of its text, line breaks between its paragraphs included
+    };
+    Run runFrom(qint64 first) const;
+    void insertAdded(QTextCursor &cursor, qint64 first, bool inFreshBlock);
     void presentParagraph(qint64 paragraph);
     QTextBlock presentRun(QTextBlock block);
     ParagraphPresentation presentationOfBlock(int number) const;
@@ -52,7 +61,13 @@ private:
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first.
     std::optional<quint64> m_shownAcknowledgement;
-    bool m_isAppending = false; ///< the document and the map are ahead of what is acknowledged
+    /// What is being added, and where it begins in the document; null otherwise.
+    struct Added
+    {
+        qint64 start = 0;
+        QString text;
+    };
+    Added m_added;
 };
 
 } // namespace tarn::console

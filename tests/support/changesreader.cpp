@@ -1,5 +1,7 @@
 #include "support/changesreader.h"
 
+#include "support/transcripttesting.h"
+
 namespace tarn::console {
 
 using namespace Qt::StringLiterals;
@@ -19,7 +21,7 @@ QString ChangesReader::catchUp(const Transcript &transcript)
     const QString problem = apply(transcript);
     m_terminated.clear();
     for (qsizetype i = 0; i < transcript.paragraphs().size(); ++i)
-        m_terminated << transcript.isParagraphTerminated(i);
+        m_terminated << isTerminated(transcript, i);
     return problem;
 }
 
@@ -54,7 +56,7 @@ QString ChangesReader::checkExtensions(const Transcript &transcript) const
     QStringList expected;
     for (qsizetype i = 0; i < m_texts.size(); ++i) {
         const bool grown = transcript.paragraphs().at(i).text != m_texts.at(i);
-        if (grown || transcript.isParagraphTerminated(i) != m_terminated.at(i))
+        if (grown || isTerminated(transcript, i) != m_terminated.at(i))
             expected << u"%1@%2"_s.arg(i).arg(m_texts.at(i).size());
     }
     QStringList actual;

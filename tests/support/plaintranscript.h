@@ -104,4 +104,9 @@ private:
     TranscriptLimit m_stopReason = TranscriptLimit::None;
 };
 
+inline bool isTerminated(const Transcript &transcript, qint64 paragraph)
+{
+    return transcript.isParagraphTerminated(paragraph);
+}
+
 } // namespace tarn::console::plain

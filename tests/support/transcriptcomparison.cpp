@@ -42,8 +42,8 @@ QString paragraphsMismatch(const Transcript &actual, const plain::Transcript &ex
     for (qsizetype i = 0; i < expected.paragraphs().size(); ++i) {
         const TranscriptParagraph &paragraph = expected.paragraphs().at(i);
         if (!same(actual.paragraphs().at(i), paragraph)
-            || actual.isParagraphTerminated(i) != expected.isParagraphTerminated(i)) {
-            return mismatch(describe(actual.paragraphs().at(i), actual.isParagraphTerminated(i)),
+            || isTerminated(actual, i) != expected.isParagraphTerminated(i)) {
+            return mismatch(describe(actual.paragraphs().at(i), isTerminated(actual, i)),
                             describe(paragraph, expected.isParagraphTerminated(i)));
         }
         if (actual.presentationForParagraph(i)

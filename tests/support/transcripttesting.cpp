@@ -140,7 +140,7 @@ QStringList paragraphTexts(const Transcript &transcript)
     QStringList texts;
     for (qsizetype i = 0; i < transcript.paragraphs().size(); ++i) {
         const QString &text = transcript.paragraphs().at(i).text;
-        texts << (transcript.isParagraphTerminated(i) ? text + u'$' : text);
+        texts << (isTerminated(transcript, i) ? text + u'$' : text);
     }
     return texts;
 }

@@ -50,6 +50,12 @@ QString append(Transcript &transcript, TranscriptStream stream, const QByteArray
 TranscriptRecord outputRecord(TranscriptStream stream, const QByteArray &bytes,
                               const QString &text);
 
+/// Whether a line break ended a paragraph; the plain transcript has the same.
+inline bool isTerminated(const Transcript &transcript, qint64 paragraph)
+{
+    return transcript.packedParagraphs().isTerminated(paragraph);
+}
+
 /// Counts, stop state, records and paragraphs of a transcript; also of the plain one.
 template<typename AnyTranscript>
 QStringList describeAll(const AnyTranscript &transcript)
@@ -63,7 +69,7 @@ QStringList describeAll(const AnyTranscript &transcript)
     for (const TranscriptRecord &record : transcript.records())
         lines << describe(record);
     for (qsizetype i = 0; i < transcript.paragraphs().size(); ++i)
-        lines << describe(transcript.paragraphs().at(i), transcript.isParagraphTerminated(i));
+        lines << describe(transcript.paragraphs().at(i), isTerminated(transcript, i));
     return lines;
 }
 

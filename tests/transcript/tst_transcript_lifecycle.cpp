@@ -231,9 +231,9 @@ void TestTranscriptLifecycle::addParagraphBeginsAnEmptyOne()
     QCOMPARE(transcript.addParagraph(TranscriptRecordKind::InputEcho, std::nullopt, QString()), 0);
     QCOMPARE(transcript.addParagraph(TranscriptRecordKind::StreamOutput, Err, u"d"_s), 1);
     QCOMPARE(transcript.paragraphs().size(), 2);
-    QCOMPARE(describe(transcript.paragraphs().at(0), transcript.isParagraphTerminated(0)),
+    QCOMPARE(describe(transcript.paragraphs().at(0), isTerminated(transcript, 0)),
              u"paragraph 1 stream none text \"\" direction \"\" terminated 0"_s);
-    QCOMPARE(describe(transcript.paragraphs().at(1), transcript.isParagraphTerminated(1)),
+    QCOMPARE(describe(transcript.paragraphs().at(1), isTerminated(transcript, 1)),
              u"paragraph 0 stream 1 text \"\" direction \"d\" terminated 0"_s);
     QVERIFY(transcript.records().isEmpty());
 }

@@ -64,7 +64,7 @@ void TestTranscriptRecords::echoIsShownAndRecorded()
     QCOMPARE(transcript.paragraphs().size(), 1);
     const TranscriptParagraph paragraph{TranscriptRecordKind::InputEcho, std::nullopt, u"\u00E9"_s,
                                         u"\u00E9"_s};
-    QCOMPARE(describe(transcript.paragraphs().at(0), transcript.isParagraphTerminated(0)),
+    QCOMPARE(describe(transcript.paragraphs().at(0), isTerminated(transcript, 0)),
              describe(paragraph, true));
     QCOMPARE(transcript.retainedByteCount(), 3);
     QCOMPARE(transcript.pendingUpdateByteCount(), 3);

@@ -63,7 +63,7 @@ void TestTranscriptWindowLimits::lineOf65536BytesMayEndInAnyLineBreak()
     QCOMPARE(append(transcript, Out, QByteArray(65'536, 'a') + first), results.at(0));
     QCOMPARE(append(transcript, Out, second), results.at(1));
     const bool ended = !transcript.captureStopped();
-    QCOMPARE(transcript.isParagraphTerminated(0), ended);
+    QCOMPARE(isTerminated(transcript, 0), ended);
     QCOMPARE(transcript.paragraphs().size(), ended ? 2 : 1);
 
     Transcript finalized(windowLimits());
@@ -94,7 +94,7 @@ void TestTranscriptWindowLimits::invalidBytesFillThePendingUpdatesExactly()
     QCOMPARE(transcript.pendingUpdateByteCount(), 262'144);
     QCOMPARE(transcript.paragraphs().at(0).text, u"\\xFF"_s.repeated(65'536));
     QCOMPARE(append(transcript, Out, "\n"_ba), stopped(0, TranscriptLimit::PendingUpdates));
-    QVERIFY(!transcript.isParagraphTerminated(0));
+    QVERIFY(!isTerminated(transcript, 0));
 
     Transcript other(windowLimits());
     append(other, Out, invalid);
@@ -120,7 +120,7 @@ void TestTranscriptWindowLimits::paragraphLimitOfTheWindow()
     QCOMPARE(append(transcript, Out, "!\nnew"_ba), stopped(2, TranscriptLimit::Paragraphs));
     QCOMPARE(transcript.paragraphs().size(), 100'000);
     QCOMPARE(transcript.paragraphs().at(99'999).text, u"open line!"_s);
-    QVERIFY(transcript.isParagraphTerminated(99'999));
+    QVERIFY(isTerminated(transcript, 99'999));
 
     Transcript emptyLines(windowLimits());
     QCOMPARE(append(emptyLines, Err, QByteArray(100'001, '\n')),

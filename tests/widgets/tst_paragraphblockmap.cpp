@@ -36,7 +36,7 @@ ParagraphBlockMap mapOf(const QStringList &texts)
 {
     ParagraphBlockMap map;
     for (const QString &text : texts)
-        map.appendParagraph(text);
+        map.appendParagraphs(1, text);
     return map;
 }
 
@@ -156,7 +156,7 @@ void TestParagraphBlockMap::extendingSplitsLater()
     QCOMPARE(firstMismatch(map, {u"a"_s, u"bc\u2029d"_s}), QString());
     map.extendParagraph(1, u"\u2029"_s);
     QCOMPARE(firstMismatch(map, {u"a"_s, u"bc\u2029d\u2029"_s}), QString());
-    map.appendParagraph(u"e\uFDD1"_s);
+    map.appendParagraphs(1, u"e\uFDD1"_s);
     QCOMPARE(firstMismatch(map, {u"a"_s, u"bc\u2029d\u2029"_s, u"e\uFDD1"_s}), QString());
 }
 
@@ -184,7 +184,7 @@ void TestParagraphBlockMap::clearForgetsEverything()
     ParagraphBlockMap map = mapOf({u"a\u2029"_s, u"b"_s});
     map.clear();
     QCOMPARE(firstMismatch(map, {}), QString());
-    map.appendParagraph(u"c"_s);
+    map.appendParagraphs(1, u"c"_s);
     QCOMPARE(firstMismatch(map, {u"c"_s}), QString());
 }
 
@@ -227,7 +227,7 @@ void TestParagraphBlockMap::agreesWithAListOfTexts()
             map.clear();
             texts.clear();
         } else if (texts.isEmpty() || random.chance(60)) {
-            map.appendParagraph(text);
+            map.appendParagraphs(1, text);
             texts << text;
         } else {
             // Usually one of the last ones grows, sometimes any.
