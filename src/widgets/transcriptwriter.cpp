@@ -1,5 +1,6 @@
 #include "widgets/transcriptwriter.h"
 
+#include "textlayout/blockshaper.h"
 #include "widgets/blockpresentation.h"
 
 #include <QSignalBlocker>
@@ -28,12 +29,38 @@ void TranscriptWriter::update()
     const TranscriptChanges &changes = m_transcript->changes();
     if (changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
         rebuild();
-        return;
+    } else {
+        patch(changes);
     }
-    // No common edit block: it would lay out everything between them again.
-    for (const TranscriptChanges::Extension &extension : changes.extended)
+    m_added = {};
+}
+
+void TranscriptWriter::patch(const TranscriptChanges &changes)
+{
+    const bool endsInOne = growsIntoNewParagraphs(changes);
+    QTextCursor edit(m_document);
+    for (const TranscriptChanges::Extension &extension : changes.extended) {
+        if (endsInOne && extension.paragraph == changes.extended.last().paragraph)
+            edit.beginEditBlock();
         extendParagraph(extension);
+    }
     appendParagraphs(changes.firstNew, changes.lastWasTerminated);
+    if (endsInOne)
+        edit.endEditBlock();
+}
+
+/// Whether the last paragraph has grown and new ones come after it, so that the layout can take
+/// both as one change. It would lay out everything between two changes, all of a long paragraph,
+/// and tell a screen reader of another presentation.
+bool TranscriptWriter::growsIntoNewParagraphs(const TranscriptChanges &changes) const
+{
+    const qint64 last = changes.firstNew - 1;
+    const PackedParagraphs &paragraphs = m_transcript->packedParagraphs();
+    return !changes.extended.isEmpty() && changes.extended.last().paragraph == last
+           && paragraphs.size() > changes.firstNew
+           && paragraphs.textLength(last) <= BlockShaper::shortBlock
+           && hasBlockPresentation(m_document->lastBlock().blockFormat(),
+                                   m_transcript->presentationForParagraph(last));
 }
 
 void TranscriptWriter::rebuild()
@@ -105,9 +132,7 @@ void TranscriptWriter::appendParagraphs(qint64 first, bool previousWasTerminated
     insertAdded(cursor, first, inFreshBlock);
     if (terminated)
         cursor.insertBlock(blockFormatFor({}));
-    // Now the layout asks for the texts of blocks.
     cursor.endEditBlock();
-    m_added = {};
 }
 
 /// Inserts the text of the paragraphs from one on, in pieces that share a presentation.

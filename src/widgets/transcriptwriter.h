@@ -41,6 +41,8 @@ public:
 
 private:
     void rebuild();
+    void patch(const TranscriptChanges &changes);
+    bool growsIntoNewParagraphs(const TranscriptChanges &changes) const;
     void extendParagraph(const TranscriptChanges::Extension &extension);
     void appendParagraphs(qint64 first, bool previousWasTerminated);
     struct Run
@@ -61,7 +63,8 @@ private:
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first.
     std::optional<quint64> m_shownAcknowledgement;
-    /// What is being added, and where it begins in the document; null otherwise.
+    /// What is added by an update, and where it begins in the document, for the layout, which asks
+    /// for the texts of blocks when their edit block ends; null otherwise.
     struct Added
     {
         qint64 start = 0;
