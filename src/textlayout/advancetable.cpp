@@ -192,9 +192,16 @@ AdvanceTable::Sum AdvanceTable::sumOf(QStringView text, bool mayGuess) const
         script = scriptOf(text[i], script);
 
     Sum sum;
+    const ScriptTable &scripts = scriptTable();
     for (const QChar character : text) {
-        script = scriptOf(character, script);
-        const Unit unit = this->unit(character.unicode(), script, mayGuess);
+        // With all characters of all texts, this decides how long a change of the font takes.
+        const char16_t code = character.unicode();
+        if (code < simpleScriptsEnd && scripts[code] != common)
+            script = scripts[code];
+        const Page *page = m_tables[script][code >> 8].get();
+        const Unit *known = page ? &(*page)[code & 0xFF] : nullptr;
+        const Unit unit =
+            known && known->classes != 0 ? *known : this->unit(code, script, mayGuess);
         sum.advance += unit.advance;
         sum.classes |= unit.classes;
     }

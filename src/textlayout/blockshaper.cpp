@@ -229,7 +229,7 @@ ParagraphSize BlockShaper::placeCaret(const QTextBlock &block, QTextLayout *layo
 
 void BlockShaper::reset(const QTextBlock &block)
 {
-    if (unfinishedBlock() == block.blockNumber())
+    if (m_unfinished && m_unfinished->block == block.blockNumber())
         m_unfinished.reset();
     EscapeDisplay::reset(block);
 }

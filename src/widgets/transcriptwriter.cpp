@@ -138,36 +138,28 @@ void TranscriptWriter::applyFormats()
 {
     // The text stays: a screen reader must not hear all of it once more.
     const QSignalBlocker silence(m_document);
-    QTextCursor edit(m_document);
+    QTextCursor cursor(m_document);
+    FormatsToChange formats;
     // Outside one edit block, every single format would be a layout pass of its own.
-    edit.beginEditBlock();
-    for (QTextBlock block = m_document->begin(); block.isValid();)
-        block = presentRun(block);
-    edit.endEditBlock();
-}
-
-/// Gives a block and those after it that share its presentation that presentation, in one piece;
-/// returns the block after the last.
-QTextBlock TranscriptWriter::presentRun(QTextBlock block)
-{
-    const ParagraphPresentation presentation = presentationOfBlock(block.blockNumber());
-    const int start = block.position();
-    int end = start;
-    bool presented = true;
-    int number = block.blockNumber();
-    do {
-        presented = presented && hasBlockPresentation(block.blockFormat(), presentation);
-        end = block.position();
-        block = block.next();
-        ++number;
-    } while (block.isValid() && presentationOfBlock(number) == presentation);
-    if (!presented) {
-        QTextCursor cursor(m_document);
-        cursor.setPosition(start);
-        cursor.setPosition(end, QTextCursor::KeepAnchor);
-        cursor.mergeBlockFormat(blockFormatFor(presentation));
+    cursor.beginEditBlock();
+    int number = 0;
+    for (QTextBlock block = m_document->begin(); block.isValid();) {
+        const QTextBlock first = block;
+        const ParagraphPresentation presentation = presentationOfBlock(number);
+        QTextBlock last;
+        do {
+            last = block;
+            block = block.next();
+            ++number;
+        } while (block.isValid() && block.blockFormatIndex() == first.blockFormatIndex()
+                 && presentationOfBlock(number) == presentation);
+        if (const QTextBlockFormat *format = formats.changed(first, presentation)) {
+            cursor.setPosition(first.position());
+            cursor.setPosition(last.position(), QTextCursor::KeepAnchor);
+            cursor.setBlockFormat(*format);
+        }
     }
-    return block;
+    cursor.endEditBlock();
 }
 
 ParagraphPresentation TranscriptWriter::presentationOfBlock(int number) const
@@ -191,13 +183,14 @@ bool TranscriptWriter::isShownAsItWas() const
            || (!changes.everything && changes.acknowledgement == m_shownAcknowledgement);
 }
 
-QString TranscriptWriter::textOfBlock(const QTextBlock &block) const
+QStringView TranscriptWriter::textOfBlock(int number, qsizetype length) const
 {
     if (!isShownAsItWas())
         return {};
-    const TranscriptParagraph *paragraph = paragraphOfBlock(block.blockNumber());
+    const TranscriptParagraph *paragraph = paragraphOfBlock(number);
     // One that was split, or has grown meanwhile, has another length.
-    return paragraph && paragraph->text.size() == block.length() - 1 ? paragraph->text : QString();
+    return paragraph && paragraph->text.size() == length ? QStringView(paragraph->text)
+                                                         : QStringView();
 }
 
 /// After the last paragraph, and before anything is shown, there is an empty block.

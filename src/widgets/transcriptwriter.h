@@ -30,8 +30,9 @@ public:
     /// none, and for one whose paragraph the transcript has meanwhile dropped.
     const TranscriptParagraph *paragraphOfBlock(int number) const;
 
-    /// The text of a block, without asking the document; null when it may be another by now.
-    QString textOfBlock(const QTextBlock &block) const;
+    /// The text of a block that is so long, without asking the document; null when it may be
+    /// another by now.
+    QStringView textOfBlock(int number, qsizetype length) const;
 
     /// Tells the transcript that its changes are shown.
     void acknowledge();
@@ -42,7 +43,6 @@ private:
     void appendParagraphs(qint64 first, bool previousWasTerminated);
     qint64 appendRun(QTextCursor &cursor, qint64 first);
     void presentParagraph(qint64 paragraph);
-    QTextBlock presentRun(QTextBlock block);
     ParagraphPresentation presentationOfBlock(int number) const;
     bool shows(qint64 paragraph) const;
     bool isShownAsItWas() const;
