@@ -92,6 +92,11 @@ void InputController::reportRunEnd()
         show(StatusTexts::inputAfterRun(open));
 }
 
+void InputController::reportUnsavedSettings()
+{
+    showNotice(StatusTexts::settingsNotSaved());
+}
+
 void InputController::show(const StatusMessage &message)
 {
     m_status->setText(message.text());

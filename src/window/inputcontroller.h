@@ -48,6 +48,8 @@ public:
     /// draft was not sent.
     void reportRunStart();
     void reportRunEnd();
+    /// Where the run has nothing to do with it, and the next line sent takes its place.
+    void reportUnsavedSettings();
 
 Q_SIGNALS:
     /// A line was refused, or the input closed: what the user has to know without looking.
