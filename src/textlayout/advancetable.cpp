@@ -1,6 +1,7 @@
 #include "textlayout/advancetable.h"
 
 #include "textlayout/fontcoverage.h"
+#include "textlayout/simplescripts.h"
 
 #include <QChar>
 #include <QFontMetricsF>
@@ -19,61 +20,6 @@ namespace {
 
 constexpr qreal unitsPerPixel = 64;
 
-/// A script whose characters take the same room wherever they stand, but for kerning, ligatures
-/// and joining.
-struct SimpleScript
-{
-    QChar::Script script;
-    char16_t letter; ///< one that joins to nothing after it
-};
-
-/// The first stands for texts without any letter.
-constexpr std::array<SimpleScript, 7> simpleScripts = {{
-    {QChar::Script_Common, 0},
-    {QChar::Script_Latin, 0x0061},
-    {QChar::Script_Greek, 0x03B1},
-    {QChar::Script_Cyrillic, 0x0430},
-    {QChar::Script_Armenian, 0x0561},
-    {QChar::Script_Hebrew, 0x05D0},
-    {QChar::Script_Arabic, 0x0627},
-}};
-constexpr std::size_t common = 0;
-
-/// All characters of the simple scripts are before this one, but for rare ones.
-constexpr char16_t simpleScriptsEnd = 0x0700;
-
-/// Index of a character's script; the common one for the others.
-std::size_t findScript(QChar character)
-{
-    const QChar::Script script = character.script();
-    for (std::size_t i = 0; i < simpleScripts.size(); ++i) {
-        if (simpleScripts[i].script == script)
-            return i;
-    }
-    return common;
-}
-
-using ScriptTable = std::array<quint8, simpleScriptsEnd>;
-
-const ScriptTable &scriptTable()
-{
-    static const ScriptTable table = [] {
-        ScriptTable scripts;
-        for (char16_t code = 0; code < simpleScriptsEnd; ++code)
-            scripts[code] = static_cast<quint8>(findScript(QChar(code)));
-        return scripts;
-    }();
-    return table;
-}
-
-/// The script of a character, or another where it has none of its own.
-std::size_t scriptOf(QChar character, std::size_t otherwise)
-{
-    const char16_t code = character.unicode();
-    const std::size_t script = code < simpleScriptsEnd ? scriptTable()[code] : common;
-    return script == common ? otherwise : script;
-}
-
 bool isPredictable(QChar character)
 {
     const char16_t code = character.unicode();
@@ -87,7 +33,7 @@ bool isPredictable(QChar character)
     const QChar::Category category = character.category();
     return category != QChar::Other_Format && category != QChar::Other_Control
            && category != QChar::Other_NotAssigned
-           && (findScript(character) != common || character.script() == QChar::Script_Common);
+           && (findScript(character) != commonScript || character.script() == QChar::Script_Common);
 }
 
 bool joins(QChar character)
@@ -113,12 +59,6 @@ bool isAlef(QChar character)
     constexpr std::array<char16_t, 8> alefs{0x0622, 0x0623, 0x0625, 0x0627,
                                             0x0671, 0x0672, 0x0673, 0x0675};
     return std::find(alefs.begin(), alefs.end(), character.unicode()) != alefs.end();
-}
-
-bool runsLeft(std::size_t script)
-{
-    const QChar::Script name = simpleScripts[script].script;
-    return name == QChar::Script_Hebrew || name == QChar::Script_Arabic;
 }
 
 /// Whether the width of a character among others of a script is that between its carets.
@@ -186,16 +126,21 @@ std::optional<int> AdvanceTable::rowHeight(QStringView line, QStringView text) c
 
 AdvanceTable::Sum AdvanceTable::sumOf(QStringView text, bool mayGuess) const
 {
+    // With all characters of all texts, this decides how long a change of the font takes.
+    const SimpleScriptTable &scripts = simpleScriptTable();
     // What comes before the first letter takes that letter's script.
-    std::size_t script = common;
-    for (qsizetype i = 0; i < text.size() && script == common; ++i)
-        script = scriptOf(text[i], script);
+    std::size_t script = commonScript;
+    for (qsizetype i = 0; i < text.size() && script == commonScript; ++i)
+        script = scriptOf(scripts, text[i], script);
 
     Sum sum;
-    const QStringView rest = text.sliced(addKnownLatin1(text, script, &sum));
-    for (const QChar character : rest) {
-        script = scriptOf(character, script);
-        const Unit unit = this->unit(character.unicode(), script, mayGuess);
+    for (const QChar character : text.sliced(addKnownLatin1(text, script, &sum))) {
+        const char16_t code = character.unicode();
+        script = scriptOf(scripts, character, script);
+        const Page *page = m_tables[script][code >> 8].get();
+        const Unit *known = page ? &(*page)[code & 0xFF] : nullptr;
+        const Unit unit =
+            known && known->classes != 0 ? *known : this->unit(code, script, mayGuess);
         sum.advance += unit.advance;
         sum.classes |= unit.classes;
     }
@@ -263,7 +208,7 @@ void AdvanceTable::learnKerning(char16_t code, std::size_t script) const
     m_kerned[script] += code;
     // Between letters, characters without a direction of their own run as these do.
     const QString frame =
-        script == common ? QString() : QString(QChar(simpleScripts[script].letter));
+        script == commonScript ? QString() : QString(QChar(simpleScripts[script].letter));
     QString text = frame + QChar(code);
     for (const char16_t other : m_kerned[script]) {
         text += QChar(other);
@@ -294,7 +239,7 @@ AdvanceTable::Unit AdvanceTable::measure(char16_t code, std::size_t script) cons
 {
     const QChar character(code);
     if (character.isSurrogate())
-        return {.advance = unit(u'M', common, false).advance, .classes = uncertain};
+        return {.advance = unit(u'M', commonScript, false).advance, .classes = uncertain};
 
     const bool isLetter = findScript(character) == script;
     const QString before = isLetter ? QString() : QString(QChar(simpleScripts[script].letter));

@@ -7,6 +7,8 @@
 #include <QAbstractTextDocumentLayout>
 #include <QBasicTimer>
 #include <QColor>
+#include <QScopedValueRollback>
+#include <QStringView>
 #include <QTextBlock>
 
 #include <functional>
@@ -19,9 +21,9 @@ struct BlockHeight;
 /// for what is painted.
 using TextColour = std::function<QColor(const QTextBlock &block, const QPalette &palette)>;
 
-/// The text of a block where somebody has it at hand, null otherwise: to take it out of the
-/// document costs more than to measure it.
-using KnownText = std::function<QString(const QTextBlock &block)>;
+/// The text of the block of a number, where somebody has it at hand and it is so long; null
+/// otherwise. To take it out of the document costs more than to measure it.
+using KnownText = std::function<QStringView(int blockNumber, qsizetype length)>;
 
 /// Lays out a plain-text document, and shapes a block only when somebody looks at it. The heights
 /// of all others come from the AdvanceTable: exact where a block surely stays on one line, guessed
@@ -90,6 +92,9 @@ public:
     /// be set before there is a text. Not for a text that is composed with an input method.
     void setKeepsEscapes(bool keeps) { m_shaper.setKeepsEscapes(keeps); }
 
+    /// As long as the result lives, whoever changes the document leaves its texts as they are.
+    auto keepTexts() { return QScopedValueRollback(m_keepsTexts, true); }
+
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
     int pageCount() const override;
@@ -126,7 +131,9 @@ private:
     void changeEverything(bool sameTexts);
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
-    void estimate(QTextBlock block, int *promptCharacters);
+    void estimate(QTextBlock block, int number, int *promptCharacters);
+    void estimateAgain(const QTextBlock &block, int number, qreal widthBefore,
+                       int *promptCharacters);
     void guess(const QTextBlock &block, const BlockHeight &height);
     bool measureOnce(Sight sight, bool *hasShaped);
     bool measureGuesses();
@@ -149,6 +156,7 @@ private:
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
+    bool m_keepsTexts = false; ///< changes are of formats
     mutable LayoutTurn m_turn;
     QBasicTimer m_idleTimer;
 };

@@ -30,12 +30,6 @@ constexpr int promptCharacters = 16 * 1024;
 constexpr auto idleDelay = 100ms;
 constexpr auto idleSlice = 4ms;
 
-QString textOf(const QTextBlock &block, const KnownText &knownText)
-{
-    const QString known = knownText ? knownText(block) : QString();
-    return known.isNull() ? block.text() : known;
-}
-
 /// The position after a block's last character.
 int endOf(const QTextBlock &block)
 {
@@ -61,12 +55,14 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     const bool newFont = m_setting.take(document(), paintDevice(), [this] { m_shaper.clear(); });
     if (newFont)
         m_shaper.setFont(m_setting.font(), m_setting.heights());
+    if (m_keepsTexts)
+        m_shaper.clear();
     // The wide line may be gone. A change of a format is no removal, it counts the same twice.
     const bool maybeNarrower =
         charsRemoved > 0 && charsRemoved != charsAdded && m_widestLine > lineWidth();
     qreal top = 0;
     if (noHeights || newFont || wholeDocument || maybeNarrower)
-        changeEverything(!noHeights && !newFont && charsRemoved == 0);
+        changeEverything(!noHeights && !newFont && (m_keepsTexts || charsRemoved == 0));
     else
         top = topOf(changeBlocks(from, charsRemoved, charsAdded));
     m_blockCount = document()->blockCount();
@@ -95,17 +91,29 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
     m_widestLine = 0;
     m_lastGuess = -1;
     int prompt = document()->characterCount() <= promptCharacters ? promptCharacters : 0;
+    int number = 0;
     for (QTextBlock block = document()->firstBlock(); block.isValid(); block = block.next()) {
-        // The pixels are another search in the document's tree, which most blocks do not need.
-        const auto known = BlockHeight::fromUserState(block.userState());
-        const bool fits = known.oneLineWidth <= lineWidth();
-        if (sameTexts && fits && known.certainty == BlockHeight::Certainty::OneLine)
-            continue;
-        if (sameTexts && !fits && known.isSized() && block.length() > prompt)
-            guess(block, BlockHeight::of(block).guessedAgain(widthBefore, lineWidth()));
+        if (sameTexts)
+            estimateAgain(block, number, widthBefore, &prompt);
         else
-            estimate(block, &prompt);
+            estimate(block, number, &prompt);
+        ++number;
     }
+}
+
+/// Of a block that has the same text as before, and is not shaped.
+void LazyDocumentLayout::estimateAgain(const QTextBlock &block, int number, qreal widthBefore,
+                                       int *promptCharacters)
+{
+    // The pixels are another search in the document's tree, which most blocks do not need.
+    const auto known = BlockHeight::fromUserState(block.userState());
+    const bool fits = known.oneLineWidth <= lineWidth();
+    if (fits && known.certainty == BlockHeight::Certainty::OneLine)
+        return;
+    if (!fits && known.isSized() && block.length() > *promptCharacters)
+        guess(block, BlockHeight::of(block).guessedAgain(widthBefore, lineWidth()));
+    else
+        estimate(block, number, promptCharacters);
 }
 
 /// Returns the first block that changed.
@@ -132,10 +140,15 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
         return first;
     }
     int prompt = promptCharacters;
+    int number = first.blockNumber();
     for (QTextBlock block = first; block.isValid(); block = block.next()) {
-        estimate(block, &prompt);
+        if (m_keepsTexts)
+            estimateAgain(block, number, lineWidth(), &prompt);
+        else
+            estimate(block, number, &prompt);
         if (block == last)
             break;
+        ++number;
     }
     return first;
 }
@@ -152,14 +165,17 @@ void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
         shape(block, {});
     } else {
         int nothing = 0;
-        estimate(block, &nothing);
+        estimate(block, block.blockNumber(), &nothing);
     }
 }
 
-void LazyDocumentLayout::estimate(QTextBlock block, int *promptCharacters)
+void LazyDocumentLayout::estimate(QTextBlock block, int number, int *promptCharacters)
 {
     m_shaper.reset(block);
-    const QString text = textOf(block, m_texts.known);
+    const QStringView known =
+        m_texts.known ? m_texts.known(number, block.length() - 1) : QStringView();
+    const QString own = known.isNull() ? block.text() : QString();
+    const QStringView text = known.isNull() ? own : known;
     const AdvanceTable::Line line = m_setting.heights()->lineOf(text);
     // Wider than the characters: kerning, and glyphs that reach over their advance.
     BlockHeight height{.pixels = line.height,

@@ -3,6 +3,7 @@
 #include <QStringDecoder>
 
 #include <array>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -49,6 +50,16 @@ bool isSameText(QByteArrayView bytes, QStringView text)
     for (const char byte : bytes)
         bits |= uchar(byte);
     return bits < 0x80 && QLatin1StringView(bytes) == text;
+}
+
+/// QByteArray::append() copies all to another place whenever it needs more room.
+void appendTo(QByteArray *to, QByteArrayView bytes)
+{
+    if (bytes.isEmpty())
+        return;
+    const qsizetype size = to->size();
+    to->resize(size + bytes.size());
+    std::memcpy(to->data() + size, bytes.data(), size_t(bytes.size()));
 }
 
 bool isPackable(QByteArrayView bytes, QStringView text)
@@ -100,12 +111,12 @@ void PackedRecords::pack(TranscriptStream stream, QByteArrayView bytes, QStringV
                 .textByteCount = 0,
                 .form = Form::SameText,
                 .isError = stream == TranscriptStream::StandardError};
-    m_bytes.append(bytes);
+    appendTo(&m_bytes, bytes);
     if (!isSameText(bytes, text)) {
         const QByteArray utf8 = text.toUtf8();
         entry.form = Form::OwnText;
         entry.textByteCount = static_cast<qint32>(utf8.size());
-        m_texts.append(utf8);
+        appendTo(&m_texts, utf8);
     }
     m_entries.append(entry);
 }

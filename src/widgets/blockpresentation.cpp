@@ -1,6 +1,6 @@
 #include "widgets/blockpresentation.h"
 
-#include <QTextBlockFormat>
+#include <QTextBlock>
 
 namespace tarn::console {
 
@@ -32,6 +32,22 @@ bool hasBlockPresentation(const QTextBlockFormat &format, ParagraphPresentation 
            && format.hasProperty(QTextFormat::BlockAlignment)
            && format.intProperty(QTextFormat::LayoutDirection) == directionProperty(presentation)
            && format.intProperty(QTextFormat::BlockAlignment) == alignmentProperty(presentation);
+}
+
+const QTextBlockFormat *FormatsToChange::changed(const QTextBlock &block,
+                                                 ParagraphPresentation presentation)
+{
+    const auto key =
+        std::pair(block.blockFormatIndex(),
+                  std::pair(directionProperty(presentation), alignmentProperty(presentation)));
+    auto known = m_formats.find(key);
+    if (known == m_formats.end()) {
+        QTextBlockFormat format = block.blockFormat();
+        const bool isChanged = !hasBlockPresentation(format, presentation);
+        format.merge(blockFormatFor(presentation));
+        known = m_formats.emplace(key, isChanged ? std::optional(format) : std::nullopt).first;
+    }
+    return known->second ? &*known->second : nullptr;
 }
 
 } // namespace tarn::console

@@ -45,7 +45,7 @@ TranscriptView::TranscriptView(Transcript *transcript, QWidget *parent)
         [this](const QTextBlock &block, const QPalette &palette) {
             return colourOf(block, palette);
         },
-        [this](const QTextBlock &block) { return m_writer.textOfBlock(block); })
+        [this](int number, qsizetype length) { return m_writer.textOfBlock(number, length); })
     , m_transcript(transcript)
     , m_writer(transcript, document())
     , m_readingPlace(this, lazyLayout())
@@ -93,6 +93,7 @@ void TranscriptView::setContentDirection(ContentDirection direction)
     showChanges(&ReadingPlace::rearrange, [this, direction] {
         m_writer.update();
         m_transcript->setDirection(direction);
+        const auto keeping = lazyLayout()->keepTexts();
         m_writer.applyFormats();
     });
 }

@@ -1,5 +1,6 @@
 #include "widgets/transcriptwriter.h"
 
+#include "textlayout/blockshaper.h"
 #include "widgets/blockpresentation.h"
 
 #include <QSignalBlocker>
@@ -28,12 +29,39 @@ void TranscriptWriter::update()
     const TranscriptChanges &changes = m_transcript->changes();
     if (changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
         rebuild();
-        return;
+    } else {
+        patch(changes);
     }
-    // No common edit block: it would lay out everything between them again.
-    for (const TranscriptChanges::Extension &extension : changes.extended)
-        extendParagraph(extension);
-    appendParagraphs(changes.firstNew, changes.lastWasTerminated);
+    m_added = {};
+}
+
+void TranscriptWriter::patch(const TranscriptChanges &changes)
+{
+    const bool endsInOne = growsIntoNewParagraphs(changes);
+    // A single one: the document moves every cursor along at every insertion.
+    QTextCursor cursor(m_document);
+    for (const TranscriptChanges::Extension &extension : changes.extended) {
+        if (endsInOne && extension.paragraph == changes.extended.last().paragraph)
+            cursor.beginEditBlock();
+        extendParagraph(cursor, extension);
+    }
+    appendParagraphs(cursor, changes.firstNew, changes.lastWasTerminated);
+    if (endsInOne)
+        cursor.endEditBlock();
+}
+
+/// Whether the last paragraph has grown and new ones come after it, so that the layout can take
+/// both as one change. It would lay out everything between two changes, all of a long paragraph,
+/// and tell a screen reader of another presentation.
+bool TranscriptWriter::growsIntoNewParagraphs(const TranscriptChanges &changes) const
+{
+    const qint64 last = changes.firstNew - 1;
+    const PackedParagraphs &paragraphs = m_transcript->packedParagraphs();
+    return !changes.extended.isEmpty() && changes.extended.last().paragraph == last
+           && paragraphs.size() > changes.firstNew
+           && paragraphs.textLength(last) <= BlockShaper::shortBlock
+           && hasBlockPresentation(m_document->lastBlock().blockFormat(),
+                                   m_transcript->presentationForParagraph(last));
 }
 
 void TranscriptWriter::rebuild()
@@ -45,11 +73,12 @@ void TranscriptWriter::rebuild()
     QTextCursor cursor(m_document);
     cursor.beginEditBlock();
     cursor.setBlockFormat(blockFormatFor({}));
-    appendParagraphs(0, false);
+    appendParagraphs(cursor, 0, false);
     cursor.endEditBlock();
 }
 
-void TranscriptWriter::extendParagraph(const TranscriptChanges::Extension &extension)
+void TranscriptWriter::extendParagraph(QTextCursor &cursor,
+                                       const TranscriptChanges::Extension &extension)
 {
     QString text;
     m_transcript->packedParagraphs().appendTextTo(&text, extension.paragraph);
@@ -59,7 +88,6 @@ void TranscriptWriter::extendParagraph(const TranscriptChanges::Extension &exten
 
     // By position and in an edit block: a movement would shape the block first, and an insertion
     // alone afterwards.
-    QTextCursor cursor(block);
     cursor.beginEditBlock();
     cursor.setPosition(block.position() + block.length() - 1);
     cursor.insertText(added.toString());
@@ -84,7 +112,8 @@ void TranscriptWriter::presentParagraph(qint64 paragraph)
 }
 
 /// Adds the paragraphs from an index on, and the empty block after a last line break.
-void TranscriptWriter::appendParagraphs(qint64 first, bool previousWasTerminated)
+void TranscriptWriter::appendParagraphs(QTextCursor &cursor, qint64 first,
+                                        bool previousWasTerminated)
 {
     const PackedParagraphs &paragraphs = m_transcript->packedParagraphs();
     const qint64 count = paragraphs.size();
@@ -94,20 +123,16 @@ void TranscriptWriter::appendParagraphs(qint64 first, bool previousWasTerminated
     if (first == count && terminated == previousWasTerminated)
         return;
 
-    QTextCursor cursor(m_document);
     cursor.beginEditBlock();
     cursor.setPosition(m_document->characterCount() - 1);
     const bool inFreshBlock = first == 0 || previousWasTerminated;
-    m_added = {.start = cursor.position() + (inFreshBlock ? 0 : 1),
-               .text = paragraphs.documentTextFrom(first)};
+    m_added = {.text = paragraphs.documentTextFrom(first), .block = m_blockMap.firstBlock(first)};
     if (terminated && first < count)
         m_added.text.chop(1);
     insertAdded(cursor, first, inFreshBlock);
     if (terminated)
         cursor.insertBlock(blockFormatFor({}));
-    // Now the layout asks for the texts of blocks.
     cursor.endEditBlock();
-    m_added = {};
 }
 
 /// Inserts the text of the paragraphs from one on, in pieces that share a presentation.
@@ -149,36 +174,28 @@ void TranscriptWriter::applyFormats()
 {
     // The text stays: a screen reader must not hear all of it once more.
     const QSignalBlocker silence(m_document);
-    QTextCursor edit(m_document);
+    QTextCursor cursor(m_document);
+    FormatsToChange formats;
     // Outside one edit block, every single format would be a layout pass of its own.
-    edit.beginEditBlock();
-    for (QTextBlock block = m_document->begin(); block.isValid();)
-        block = presentRun(block);
-    edit.endEditBlock();
-}
-
-/// Gives a block and those after it that share its presentation that presentation, in one piece;
-/// returns the block after the last.
-QTextBlock TranscriptWriter::presentRun(QTextBlock block)
-{
-    const ParagraphPresentation presentation = presentationOfBlock(block.blockNumber());
-    const int start = block.position();
-    int end = start;
-    bool presented = true;
-    int number = block.blockNumber();
-    do {
-        presented = presented && hasBlockPresentation(block.blockFormat(), presentation);
-        end = block.position();
-        block = block.next();
-        ++number;
-    } while (block.isValid() && presentationOfBlock(number) == presentation);
-    if (!presented) {
-        QTextCursor cursor(m_document);
-        cursor.setPosition(start);
-        cursor.setPosition(end, QTextCursor::KeepAnchor);
-        cursor.mergeBlockFormat(blockFormatFor(presentation));
+    cursor.beginEditBlock();
+    int number = 0;
+    for (QTextBlock block = m_document->begin(); block.isValid();) {
+        const QTextBlock first = block;
+        const ParagraphPresentation presentation = presentationOfBlock(number);
+        QTextBlock last;
+        do {
+            last = block;
+            block = block.next();
+            ++number;
+        } while (block.isValid() && block.blockFormatIndex() == first.blockFormatIndex()
+                 && presentationOfBlock(number) == presentation);
+        if (const QTextBlockFormat *format = formats.changed(first, presentation)) {
+            cursor.setPosition(first.position());
+            cursor.setPosition(last.position(), QTextCursor::KeepAnchor);
+            cursor.setBlockFormat(*format);
+        }
     }
-    return block;
+    cursor.endEditBlock();
 }
 
 ParagraphPresentation TranscriptWriter::presentationOfBlock(int number) const
@@ -200,25 +217,28 @@ std::optional<TranscriptParagraph> TranscriptWriter::originOfBlock(int number) c
 bool TranscriptWriter::isShownAsItWas() const
 {
     const TranscriptChanges &changes = m_transcript->changes();
-    return !changes.everything && changes.acknowledgement == m_shownAcknowledgement;
+    return !m_added.text.isNull()
+           || (!changes.everything && changes.acknowledgement == m_shownAcknowledgement);
 }
 
-QString TranscriptWriter::textOfBlock(const QTextBlock &block) const
+QStringView TranscriptWriter::textOfBlock(int number, qsizetype length) const
 {
-    const int length = block.length() - 1;
-    if (!m_added.text.isNull()) {
-        const qint64 from = block.position() - m_added.start;
-        const bool isAdded = from >= 0 && from + length <= m_added.text.size();
-        return isAdded ? QString::fromRawData(m_added.text.constData() + from, length) : QString();
-    }
     if (!isShownAsItWas())
         return {};
-    const qint64 paragraph = m_blockMap.paragraphOfBlock(block.blockNumber());
+    if (number == m_added.block && m_added.place + length <= m_added.text.size()) {
+        const auto text = QStringView(m_added.text).sliced(m_added.place, length);
+        ++m_added.block;
+        m_added.place += length + 1;
+        return text;
+    }
+    const PackedParagraphs &paragraphs = m_transcript->packedParagraphs();
+    const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
     // One that was split, or has grown meanwhile, has another length.
-    QString text;
-    if (shows(paragraph) && m_transcript->packedParagraphs().textLength(paragraph) == length)
-        m_transcript->packedParagraphs().appendTextTo(&text, paragraph);
-    return text;
+    if (!shows(paragraph) || paragraphs.textLength(paragraph) != length)
+        return {};
+    m_known.resize(0);
+    paragraphs.appendTextTo(&m_known, paragraph);
+    return m_known;
 }
 
 /// After the last paragraph, and before anything is shown, there is an empty block.

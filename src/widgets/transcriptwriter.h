@@ -32,17 +32,19 @@ public:
     /// empty block that has none, and for one whose paragraph the transcript has meanwhile dropped.
     std::optional<TranscriptParagraph> originOfBlock(int number) const;
 
-    /// The text of a block, without asking the document; null when it may be another by now. Valid
-    /// until the next change.
-    QString textOfBlock(const QTextBlock &block) const;
+    /// The text of a block that is so long, without asking the document; null when it may be
+    /// another by now. Valid until the next one is asked for.
+    QStringView textOfBlock(int number, qsizetype length) const;
 
     /// Tells the transcript that its changes are shown.
     void acknowledge();
 
 private:
     void rebuild();
-    void extendParagraph(const TranscriptChanges::Extension &extension);
-    void appendParagraphs(qint64 first, bool previousWasTerminated);
+    void patch(const TranscriptChanges &changes);
+    bool growsIntoNewParagraphs(const TranscriptChanges &changes) const;
+    void extendParagraph(QTextCursor &cursor, const TranscriptChanges::Extension &extension);
+    void appendParagraphs(QTextCursor &cursor, qint64 first, bool previousWasTerminated);
     struct Run
     {
         qint64 end;    ///< the paragraph after it
@@ -51,7 +53,6 @@ private:
     Run runFrom(qint64 first) const;
     void insertAdded(QTextCursor &cursor, qint64 first, bool inFreshBlock);
     void presentParagraph(qint64 paragraph);
-    QTextBlock presentRun(QTextBlock block);
     ParagraphPresentation presentationOfBlock(int number) const;
     bool shows(qint64 paragraph) const;
     bool isShownAsItWas() const;
@@ -61,13 +62,16 @@ private:
     ParagraphBlockMap m_blockMap;
     /// The acknowledgement of what the document shows; none before the first.
     std::optional<quint64> m_shownAcknowledgement;
-    /// What is being added, and where it begins in the document; null otherwise.
+    /// What is added by an update, for the layout, which asks for the texts of blocks in turn when
+    /// their edit block ends; null otherwise.
     struct Added
     {
-        qint64 start = 0;
         QString text;
+        qint64 block = 0;    ///< the number of the one that is asked for next,
+        qsizetype place = 0; ///< and where its text begins
     };
-    Added m_added;
+    mutable Added m_added;
+    mutable QString m_known; ///< what was asked for last, unpacked
 };
 
 } // namespace tarn::console

@@ -77,6 +77,7 @@ private Q_SLOTS:
     void newGuessesAreAnnouncedBeforeTheSize();
     void onlyWhatMayWrapIsGuessedAtAnotherWidth();
     void anInsertionLeavesTheOtherHeights();
+    void formatsLeaveTheTextsUnread();
     void bothEdgesOfTheFirstBlockAreItsOwn();
     void theSizeIsToldAfterTheLastGuess();
     void thereIsNothingWithoutAPage();
@@ -188,6 +189,39 @@ void TestLazyDocumentLayoutHeights::anInsertionLeavesTheOtherHeights()
     QCOMPARE(heightShape(document),
              before.chopped(document.line(1).size()) + u"3*"_s + document.line(1));
     QCOMPARE(sizes.size(), 1);
+}
+
+/// The layout asks for a text wherever it measures one.
+void TestLazyDocumentLayoutHeights::formatsLeaveTheTextsUnread()
+{
+    int asked = 0;
+    QTextDocument document(u"short\n"_s.repeated(5'000) + wide);
+    document.setDocumentLayout(new LazyDocumentLayout(&document, nullptr, {}, [&](int, qsizetype) {
+        ++asked;
+        return QStringView();
+    }));
+    document.setTextWidth(pageWidth);
+    auto &layout = static_cast<LazyDocumentLayout &>(*document.documentLayout());
+    QVERIFY(waitWhileBusy(&layout, [&] { return layout.isExact(); }));
+    const QString heights = heightShape(document);
+    const auto alignAll = [&](Qt::Alignment alignment) {
+        asked = 0;
+        QTextCursor cursor(&document);
+        cursor.select(QTextCursor::Document);
+        QTextBlockFormat format;
+        format.setAlignment(alignment);
+        cursor.setBlockFormat(format);
+    };
+    alignAll(Qt::AlignRight);
+    QCOMPARE(asked, 5'001);
+    {
+        const auto keeping = layout.keepTexts();
+        alignAll(Qt::AlignLeft);
+    }
+    QCOMPARE(asked, 0);
+    QCOMPARE(layout.blockBoundingRect(document.firstBlock()).left(), document.documentMargin());
+    QVERIFY(waitWhileBusy(&layout, [&] { return layout.isExact(); }));
+    QCOMPARE(heightShape(document), heights);
 }
 
 void TestLazyDocumentLayoutHeights::bothEdgesOfTheFirstBlockAreItsOwn()
