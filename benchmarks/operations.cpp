@@ -7,12 +7,16 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QTextCursor>
+#include <QWheelEvent>
 
 using namespace tarn::benchmark;
 using tarn::console::ContentDirection;
 using tarn::console::LazyDocumentLayout;
 
 namespace {
+
+/// For what a user does with all the text at once.
+constexpr double fewMilliseconds = 50;
 
 struct Shown
 {
@@ -176,11 +180,51 @@ void compareWrapping(Report &report, Filled &filled, int repetitions)
         });
     report.compare(u"resize of wrapping lines, against QPlainTextEdit"_s,
                    medianSettled(times.first), medianSettled(times.second), 2);
-    report.note(u"resize of wrapping lines, until no height is a guess"_s,
-                median(untilExact).count());
+    report.limit(u"resize of wrapping lines, until no height is a guess"_s,
+                 median(untilExact).count(), 2'000);
     resize(filled.ours.view, viewSize.width());
     resize(filled.theirs.edit, viewSize.width());
     waitForExactHeights(filled.ours.view);
+}
+
+/// The processor time of one turn of the event loop, in which the wheel is turned by so many
+/// notches.
+Milliseconds turnWheel(QWidget *viewport, int notches)
+{
+    constexpr QPoint notch(0, QWheelEvent::DefaultDeltasPerStep);
+    const Milliseconds before = processorTime();
+    QWheelEvent event(viewport->rect().center(), viewport->mapToGlobal(viewport->rect().center()),
+                      QPoint(), notches * notch, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                      false);
+    QCoreApplication::sendEvent(viewport, &event);
+    QCoreApplication::sendPostedEvents();
+    QAbstractEventDispatcher::instance()->processEvents(QEventLoop::AllEvents);
+    return processorTime() - before;
+}
+
+/// Upwards from the middle, while nearly all heights are guesses: slowly, and then page by page.
+void limitWheel(Report &report, int repetitions)
+{
+    constexpr int slowTurns = 300;
+    constexpr int fastTurns = 700;
+    constexpr int fastNotches = 10;
+    TranscriptSubject subject;
+    fill(subject, textOf(mixedLine));
+    std::vector<Milliseconds> longest;
+    for (int i = 0; i < repetitions; ++i) {
+        subject.view->resize(viewSize);
+        waitForExactHeights(subject.view);
+        scrollToMiddle(subject.view);
+        subject.view->resize(350, viewSize.height());
+        Milliseconds turn{};
+        for (int turns = 0; turns < slowTurns + fastTurns; ++turns)
+            turn = std::max(
+                turn, turnWheel(subject.view->viewport(), turns < slowTurns ? 1 : fastNotches));
+        longest.push_back(turn);
+    }
+    constexpr double frame = 1000.0 / 60;
+    report.limit(u"wheel through wrapped mixed lines after a resize, longest turn"_s,
+                 median(longest).count(), frame);
 }
 
 void compareZoom(Report &report, Filled &filled, int repetitions)
@@ -203,6 +247,8 @@ void compareZoom(Report &report, Filled &filled, int repetitions)
     report.compare(u"one zoom step, against setPlainText()"_s, medianSettled(times.first),
                    medianSettled(times.second), 0.5);
     report.note(u"one zoom step, until it is first painted"_s, medianPainted(times.first).count());
+    report.limit(u"one zoom step, until the window is right"_s, medianSettled(times.first).count(),
+                 fewMilliseconds);
     report.check(u"the paragraph at the top stays"_s, stays);
 }
 
@@ -219,13 +265,17 @@ void compareOperations(Report &report, Filled &filled, int repetitions)
 {
     TranscriptView *view = filled.ours.view;
     bool rightToLeft = false;
+    std::vector<Shown> switches;
     compareWithSetPlainText(report, u"direction switch"_s, filled, 1, 2 * repetitions, [&] {
         rightToLeft = !rightToLeft;
-        return timeUntilShown([&] {
+        switches.push_back(timeUntilShown([&] {
             view->setContentDirection(rightToLeft ? ContentDirection::RightToLeft
                                                   : ContentDirection::Auto);
-        });
+        }));
+        return switches.back();
     });
+    report.limit(u"direction switch, until the window is right"_s, medianSettled(switches).count(),
+                 fewMilliseconds);
     compareWithSetPlainText(report, u"find what is not there"_s, filled, 1, repetitions, [&] {
         return timeUntilShown([&] {
             if (view->findLiteral(u"nowhere"_s, false).found)
@@ -276,6 +326,7 @@ int main(int argc, char **argv)
     scrollToMiddle(filled.theirs.edit);
     compareResize(report, u"resize in the middle"_s, filled, options.repetitions);
     compareWrapping(report, filled, options.repetitions);
+    limitWheel(report, options.repetitions);
     compareZoom(report, filled, options.repetitions);
     compareOperations(report, filled, options.repetitions);
     compareClear(report, filled, text, std::max(1, options.repetitions / 2));

@@ -159,6 +159,6 @@ int main(int argc, char **argv)
         options.repetitions, [] { return timeStart(QStringLiteral(TARN_CONSOLE)); },
         [] { return timeStart(QStringLiteral(TARN_BARE_WINDOW)); });
     report.compare(u"the console, against a window with a QTextEdit"_s, median(times.first),
-                   median(times.second), 1.5);
+                   median(times.second), 1.15);
     return report.finish(options.jsonFile);
 }

@@ -188,6 +188,8 @@ void compareGap(Report &report, const Programs &programs, int repetitions)
         repetitions, [&] { return longestGap(programs); }, [&] { return worstRefresh(text); });
     report.compare(u"longest turn of the event loop, against the worst refresh"_s,
                    median(times.first), median(times.second), 3);
+    constexpr double frame = 1000.0 / 60;
+    report.limit(u"longest turn of the event loop"_s, median(times.first).count(), frame);
 }
 
 void limitStop(Report &report, const QString &name, const Programs &programs,

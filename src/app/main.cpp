@@ -1,5 +1,6 @@
 #include "app/cleanstart.h"
 #include "app/commandline.h"
+#include "app/firstpicture.h"
 #include "app/qtremarks.h"
 #include "app/terminationsignals.h"
 #include "session/filename.h"
@@ -17,6 +18,7 @@ using tarn::console::CaretRest;
 using tarn::console::CommandLine;
 using tarn::console::ConsoleStartupOptions;
 using tarn::console::ConsoleWindow;
+using tarn::console::FirstPicture;
 using tarn::console::TerminationSignals;
 
 namespace FileName = tarn::console::FileName;
@@ -36,6 +38,10 @@ QStringList trueArguments(int count, char *const *arguments)
 int runWindow(const ConsoleStartupOptions &options)
 {
     ConsoleWindow window(options);
+    // To look through the theme takes as long as a tenth of the start.
+    const FirstPicture icon(&window, [] {
+        QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
+    });
     window.show();
     const CaretRest caretRest;
     const TerminationSignals terminationSignals([&window] { window.stopAndClose(); });
@@ -66,9 +72,8 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(u"TARN"_s);
     QCoreApplication::setApplicationName(u"TARN Console"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(TARN_CONSOLE_VERSION));
-    // By this name desktops find the entry, and with it the icon, of the window.
+    // By this name desktops find the entry of the window.
     QGuiApplication::setDesktopFileName(u"org.tarn.console"_s);
-    QGuiApplication::setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
 
     return endApplication(runWindow(CommandLine().process(trueArguments(argc, argv))));
 }

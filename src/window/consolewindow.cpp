@@ -55,6 +55,8 @@ ConsoleWindow::ConsoleWindow(const ConsoleStartupOptions &options, QWidget *pare
     m_language.set(language.isEmpty() ? m_preferences->interfaceLanguage : language);
     m_preferences->interfaceLanguage = m_language.code();
 
+    // Nothing is to be measured in another font first.
+    setFont(m_preferences->font());
     m_ui = std::make_unique<ConsoleUi>(this, &m_transcript);
     const ConsoleLayout &layout = m_ui->layout;
     m_source = std::make_unique<SourceChoice>(m_preferences.get(), options.executablePath,

@@ -42,8 +42,9 @@ QSize RowStyle::sizeFromContents(ContentsType type, const QStyleOption *option, 
         return withoutSpareFrame(whole, button->text, widget->font());
     if (type == CT_LineEdit)
         return withoutSpareFrame(whole, {}, widget->font());
+    // The height of a whole menu bar comes from its items.
     const auto *item = qstyleoption_cast<const QStyleOptionMenuItem *>(option);
-    if (!item || item->menuItemType == QStyleOptionMenuItem::Separator)
+    if (!item || type == CT_MenuBar || item->menuItemType == QStyleOptionMenuItem::Separator)
         return whole;
     // A menu bar leaves the font of its items open.
     const QFont font = type == CT_MenuBarItem ? widget->font() : item->font;
