@@ -72,10 +72,12 @@ std::optional<QPoint> pointOf(const QTextEdit &view, int position, QPoint near)
     return std::nullopt;
 }
 
-int meantPosition(const QTextEdit &view, QPoint point)
+/// What is meant by a point; the answer, where that is as right as another.
+int meantPosition(const QTextEdit &view, QPoint point, int answer)
 {
     const QPoint scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
-    return MeantHits(*view.document()).at(point + scrolled, Qt::FuzzyHit);
+    const QSet<int> meant = MeantHits(*view.document()).at(point + scrolled);
+    return meant.contains(answer) ? answer : *meant.begin();
 }
 
 /// What a mouse event at a position makes of the cursor.
@@ -222,17 +224,25 @@ void TwinViews::sendToViewports(const QEvent &event)
 void TwinViews::sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton button,
                           Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers)
 {
+    leaveSidewaysAlone(real());
+    const int answer = real().cursorForPosition(point).position();
     both([&](Transcript &, QTextEdit &view, QTextEdit &) {
         leaveSidewaysAlone(view);
         const bool isPlain = &view == m_plain.view;
-        const int meant = isPlain ? meantPosition(view, point) : 0;
+        const int meant = isPlain ? meantPosition(view, point, answer) : 0;
         const auto hit = isPlain ? pointOf(view, meant, point) : point;
+        const int before = view.textCursor().position();
         QMouseEvent event(type, hit.value_or(point), hit.value_or(point), button, buttons,
                           modifiers);
         QCoreApplication::sendEvent(view.viewport(), &event);
-        if (hit || type == QEvent::MouseButtonRelease)
+        if (hit)
             return;
-        putCursor(view, answerTo(type, modifiers, view.textCursor(), meant));
+        // After a press on what was selected, the release is the click.
+        if (type == QEvent::MouseButtonRelease && view.textCursor().position() != before)
+            putCursor(view,
+                      answerTo(QEvent::MouseButtonPress, modifiers, view.textCursor(), meant));
+        else if (type != QEvent::MouseButtonRelease)
+            putCursor(view, answerTo(type, modifiers, view.textCursor(), meant));
     });
 }
 
