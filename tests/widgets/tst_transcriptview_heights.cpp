@@ -22,7 +22,6 @@ struct ViewAmongGuesses : ShownView
     {
         print(u"لا"_s.repeated(2000).toUtf8() + '\n' + numberedLines(1, 4000));
         scrollTo(scrollMaximum() / 2);
-        view.setFocus();
     }
     bool isExact() const
     {
@@ -40,6 +39,7 @@ class TestTranscriptViewHeights : public QObject
 
 private Q_SLOTS:
     void aJumpAmongGuessedHeightsStaysWhereItWent();
+    void theFocusMovesNothingAmongGuessedHeights();
     void aKeyShowsTheCaretAmongGuessedHeights();
     void aKeyGoesOnFromWhereTheReaderIsAmongGuessedHeights();
     void theMinimumHeightHoldsALineAndThePlaceOfTheNext();
@@ -62,6 +62,18 @@ void TestTranscriptViewHeights::aJumpAmongGuessedHeightsStaysWhereItWent()
     QVERIFY(!shown.view.followsEnd());
     QVERIFY(waitWhileBusy(layout, [layout] { return layout->isExact(); }));
     QCOMPARE(shown.topBlock(), there);
+}
+
+void TestTranscriptViewHeights::theFocusMovesNothingAmongGuessedHeights()
+{
+    ViewAmongGuesses shown;
+    shown.view.clearFocus();
+    shown.scrollTo(shown.scrollMaximum() / 3);
+    const int top = shown.topBlock();
+    QVERIFY(!shown.isExact());
+    QCOMPARE(shown.view.textCursor().position(), 0);
+    shown.view.setFocus();
+    QCOMPARE(shown.topBlock(), top);
 }
 
 void TestTranscriptViewHeights::aKeyShowsTheCaretAmongGuessedHeights()
