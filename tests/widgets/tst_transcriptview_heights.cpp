@@ -40,6 +40,7 @@ class TestTranscriptViewHeights : public QObject
 private Q_SLOTS:
     void aJumpAmongGuessedHeightsStaysWhereItWent();
     void theFocusMovesNothingAmongGuessedHeights();
+    void keysThatScrollGoAsFarAsEverAmongGuessedHeights();
     void aKeyShowsTheCaretAmongGuessedHeights();
     void aKeyGoesOnFromWhereTheReaderIsAmongGuessedHeights();
     void theMinimumHeightHoldsALineAndThePlaceOfTheNext();
@@ -74,6 +75,17 @@ void TestTranscriptViewHeights::theFocusMovesNothingAmongGuessedHeights()
     QCOMPARE(shown.view.textCursor().position(), 0);
     shown.view.setFocus();
     QCOMPARE(shown.topBlock(), top);
+}
+
+void TestTranscriptViewHeights::keysThatScrollGoAsFarAsEverAmongGuessedHeights()
+{
+    ViewAmongGuesses shown;
+    const int top = shown.topBlock();
+    const int offset = shown.topOf(top);
+    QVERIFY(!shown.isExact());
+    for (int i = 0; i < 3; ++i)
+        QTest::keyClick(&shown.view, Qt::Key_Up, Qt::ControlModifier);
+    QCOMPARE(shown.topOf(top), offset + 3 * shown.view.verticalScrollBar()->singleStep());
 }
 
 void TestTranscriptViewHeights::aKeyShowsTheCaretAmongGuessedHeights()
