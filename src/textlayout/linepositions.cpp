@@ -2,6 +2,7 @@
 
 #include <QGlyphRun>
 #include <QList>
+#include <QRawFont>
 
 #include <algorithm>
 #include <cmath>
@@ -116,6 +117,52 @@ int nearestLeftwards(const QTextLayout &layout, const QTextLine &line, int posit
     return position;
 }
 
+/// A character that is drawn from right to left, or a part of one.
+struct LeftwardsCharacter
+{
+    int position;
+    qreal left;
+    qreal width;
+};
+
+/// The one that is drawn at an x.
+std::optional<LeftwardsCharacter> leftwardsCharacterAt(const QTextLayout &layout,
+                                                       const QTextLine &line, qreal x)
+{
+    const int end = line.textStart() + line.textLength();
+    int next = line.textStart();
+    for (int position = next; position < end; position = next) {
+        next = std::max(position + 1, layout.nextCursorPosition(position));
+        const QList<QGlyphRun> runs = line.glyphRuns(position, 1);
+        if (runs.isEmpty() || !runs.front().isRightToLeft() || runs.front().positions().isEmpty())
+            continue;
+        const qreal left = runs.front().positions().front().x();
+        const qreal width =
+            runs.front().rawFont().advancesForGlyphIndexes(runs.front().glyphIndexes()).front().x();
+        if (left <= x && x < left + width)
+            return LeftwardsCharacter{.position = position, .left = left, .width = width};
+    }
+    return std::nullopt;
+}
+
+/// A position beside the character at an x, when that runs from right to left and the answer is far
+/// from it: where a sign beside English words is one, Qt's answer may be in the words.
+int besideLeftwardsCharacter(const QTextLayout &layout, const QTextLine &line, int answer, qreal x)
+{
+    constexpr int longLine = 2048;
+    if (line.textLength() > longLine)
+        return answer;
+    const auto character = leftwardsCharacterAt(layout, line, x);
+    if (!character)
+        return answer;
+    const int before = character->position;
+    const int after = layout.nextCursorPosition(before);
+    const bool isNear = answer >= layout.previousCursorPosition(before)
+                        && answer <= layout.nextCursorPosition(after);
+    const bool isInLeftHalf = x < character->left + character->width / 2;
+    return isNear ? answer : isInLeftHalf ? after : before;
+}
+
 /// Where a character is drawn that runs from left to right; nothing for others.
 std::optional<qreal> leftOfRightwards(const QTextLine &line, int position)
 {
@@ -178,7 +225,8 @@ int positionAt(const QTextLayout &layout, const QTextLine &line, QStringView tex
         if (where != QTextLine::CursorBetweenCharacters || x <= rect.left() || x >= rect.right())
             return found;
         const int beside = besideMarkedLetter(layout, line, found, asked);
-        return positions.nearest(nearestLeftwards(layout, line, beside, x));
+        const int nearest = nearestLeftwards(layout, line, beside, x);
+        return positions.nearest(besideLeftwardsCharacter(layout, line, nearest, x));
     };
     if (hanging == 0 || x >= rect.right())
         return answer(x);
