@@ -77,8 +77,10 @@ bool isAmongLeftwards(const QTextLayout &layout, const QTextLine &line, int posi
     const int end = begin + line.textLength();
     const int before = layout.previousCursorPosition(position);
     const int after = layout.nextCursorPosition(position);
-    return (position == begin || runLeftwards(line, before, position))
-           && (position == end || runLeftwards(line, position, after));
+    // The ends of a line run as its paragraph does.
+    const bool endsDo = layout.textOption().textDirection() == Qt::RightToLeft;
+    return (position == begin ? endsDo : runLeftwards(line, before, position))
+           && (position == end ? endsDo : runLeftwards(line, position, after));
 }
 
 /// The position before or after a letter with marks that are drawn apart from it, when an x is at
