@@ -2,9 +2,11 @@
 
 #include <QGlyphRun>
 #include <QList>
+#include <QRawFont>
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace tarn::console {
 
@@ -19,22 +21,31 @@ int trailingBlanks(const QTextLine &line, QStringView text)
     return line.textStart() + static_cast<int>(visible);
 }
 
-/// The width of the blanks that hang out of a line of right-to-left text. Qt leaves them out where
-/// it draws, and takes them for a part of the line where it looks for a position.
-qreal hangingWidth(const QTextLayout &layout, QTextLine line, int blanks)
+/// Whether there is a tab among the blanks that end a line. Qt draws it elsewhere than it looks for
+/// it.
+bool endsInTab(QStringView text)
 {
-    const int end = line.textStart() + line.textLength();
-    if (blanks == end || layout.textOption().textDirection() != Qt::RightToLeft)
+    const auto isBlank = [](QChar character) { return character.isSpace(); };
+    const auto visible = std::find_if_not(text.rbegin(), text.rend(), isBlank);
+    return std::find(text.rbegin(), visible, u'\t') != visible;
+}
+
+/// The width of the blanks that hang out of a line of right-to-left text. Qt leaves them out where
+/// it draws, and takes them for a part of the line where it looks for a position. At the end of a
+/// text blanks are a part of the line, as long as there is room for them.
+qreal hangingWidth(const QTextLayout &layout, QTextLine line, QStringView text)
+{
+    if (layout.textOption().textDirection() != Qt::RightToLeft || endsInTab(text))
         return 0;
     // Carets left of everything are drawn at the edge; there is none left of a line further right.
     constexpr qreal farRight = 100'000;
     const QPointF position = line.position();
     line.setPosition(position + QPointF(farRight, 0));
-    const qreal last = line.cursorToX(end);
-    const qreal width = std::abs(line.cursorToX(blanks) - last);
+    const qreal last = line.cursorToX(line.textStart() + line.textLength());
+    const qreal left = line.naturalTextRect().left();
     line.setPosition(position);
     // After English words, blanks run on beyond the other edge, where no caret tells how far.
-    return last < farRight + position.x() + line.width() ? width : 0;
+    return std::max(0.0, left - last);
 }
 
 /// The position from first to last whose caret is the nearest, as far as they come nearer.
@@ -66,18 +77,36 @@ bool isAmongLeftwards(const QTextLayout &layout, const QTextLine &line, int posi
     const int end = begin + line.textLength();
     const int before = layout.previousCursorPosition(position);
     const int after = layout.nextCursorPosition(position);
-    return (position == begin || runLeftwards(line, before, position))
-           && (position == end || runLeftwards(line, position, after));
+    // The ends of a line run as its paragraph does.
+    const bool endsDo = layout.textOption().textDirection() == Qt::RightToLeft;
+    return (position == begin ? endsDo : runLeftwards(line, before, position))
+           && (position == end ? endsDo : runLeftwards(line, position, after));
+}
+
+/// The position before or after a letter with marks that are drawn apart from it, when an x is at
+/// one: Qt misses its right half, and answers with the end of a whole run.
+int besideMarkedLetter(const QTextLayout &layout, const QTextLine &line, int answer, qreal x)
+{
+    const int before = line.xToCursor(x, QTextLine::CursorOnCharacter);
+    const int after = layout.nextCursorPosition(before);
+    if (answer == before || answer == after || after - before < 2
+        || runLeftwards(line, before, after))
+        return answer;
+    const bool isInLeftHalf = x - line.cursorToX(before) < line.cursorToX(after) - x;
+    return isInLeftHalf ? before : after;
 }
 
 /// The nearest caret around a position, in text that runs from right to left. There, Qt's answer
 /// may be some characters off among those without a script of their own: it looks for them as if
-/// they ran from left to right.
+/// they ran from left to right. In a paragraph that does, the carets at their borders are
+/// elsewhere.
 int nearestLeftwards(const QTextLayout &layout, const QTextLine &line, int position, qreal x)
 {
+    const bool isRightToLeft = layout.textOption().textDirection() == Qt::RightToLeft;
     const auto isNearer = [&](int other) {
         return std::abs(line.cursorToX(other) - x) < std::abs(line.cursorToX(position) - x)
-               && isAmongLeftwards(layout, line, other);
+               && isAmongLeftwards(layout, line, other)
+               && (isRightToLeft || isAmongLeftwards(layout, line, position));
     };
     for (int next = layout.nextCursorPosition(position);
          line.cursorToX(next) < line.cursorToX(position) && isNearer(next);
@@ -88,6 +117,86 @@ int nearestLeftwards(const QTextLayout &layout, const QTextLine &line, int posit
          before = layout.previousCursorPosition(position))
         position = before;
     return position;
+}
+
+/// A character that is drawn from right to left, or a part of one.
+struct LeftwardsCharacter
+{
+    int position;
+    qreal left;
+    qreal width;
+};
+
+/// The one that is drawn at an x.
+std::optional<LeftwardsCharacter> leftwardsCharacterAt(const QTextLayout &layout,
+                                                       const QTextLine &line, qreal x)
+{
+    const int end = line.textStart() + line.textLength();
+    int next = line.textStart();
+    for (int position = next; position < end; position = next) {
+        next = std::max(position + 1, layout.nextCursorPosition(position));
+        const QList<QGlyphRun> runs = line.glyphRuns(position, 1);
+        if (runs.isEmpty() || !runs.front().isRightToLeft() || runs.front().positions().isEmpty())
+            continue;
+        const qreal left = runs.front().positions().front().x();
+        const qreal width =
+            runs.front().rawFont().advancesForGlyphIndexes(runs.front().glyphIndexes()).front().x();
+        if (left <= x && x < left + width)
+            return LeftwardsCharacter{.position = position, .left = left, .width = width};
+    }
+    return std::nullopt;
+}
+
+/// A position beside the character at an x, when that runs from right to left and the answer is far
+/// from it: where a sign beside English words is one, Qt's answer may be in the words.
+int besideLeftwardsCharacter(const QTextLayout &layout, const QTextLine &line, int answer, qreal x)
+{
+    constexpr int longLine = 2048;
+    if (line.textLength() > longLine)
+        return answer;
+    const auto character = leftwardsCharacterAt(layout, line, x);
+    if (!character)
+        return answer;
+    const int before = character->position;
+    const int after = layout.nextCursorPosition(before);
+    const bool isNear = answer >= layout.previousCursorPosition(before)
+                        && answer <= layout.nextCursorPosition(after);
+    const bool isInLeftHalf = x < character->left + character->width / 2;
+    return isNear ? answer : isInLeftHalf ? after : before;
+}
+
+/// Where a character is drawn that runs from left to right; nothing for others.
+std::optional<qreal> leftOfRightwards(const QTextLine &line, int position)
+{
+    const QList<QGlyphRun> runs = line.glyphRuns(position, 1);
+    if (runs.isEmpty() || runs.front().isRightToLeft() || runs.front().positions().isEmpty())
+        return std::nullopt;
+    return runs.front().positions().front().x();
+}
+
+/// In the last bit of a line of right-to-left text, which is out of reach for Qt where blanks hang
+/// out of it on the other side. There may be a number, or an English word.
+int atRightEdge(const QTextLayout &layout, const QTextLine &line, LinePositions positions, qreal x)
+{
+    int position = positions.first;
+    auto left = leftOfRightwards(line, position);
+    if (!left || x < *left)
+        return nearestCaret(layout, line, positions, x);
+    qreal right = line.naturalTextRect().right();
+    while (position < positions.last) {
+        const int next = layout.nextCursorPosition(position);
+        const auto nextLeft = leftOfRightwards(line, next);
+        if (!nextLeft || *nextLeft < *left)
+            break;
+        if (*nextLeft > x) {
+            right = *nextLeft;
+            break;
+        }
+        position = next;
+        left = nextLeft;
+    }
+    return x < (*left + right) / 2 ? position
+                                   : positions.nearest(layout.nextCursorPosition(position));
 }
 
 } // namespace
@@ -111,21 +220,22 @@ int positionAt(const QTextLayout &layout, const QTextLine &line, QStringView tex
 {
     const LinePositions positions = positionsIn(layout, line);
     const int blanks = trailingBlanks(line, text);
-    const qreal hanging = text.isEmpty() ? 0 : hangingWidth(layout, line, blanks);
+    const qreal hanging = text.isEmpty() ? 0 : hangingWidth(layout, line, text);
     const QRectF rect = line.naturalTextRect();
     const auto answer = [&](qreal asked) {
         const int found = positions.nearest(line.xToCursor(asked, where));
-        return where == QTextLine::CursorBetweenCharacters
-                   ? positions.nearest(nearestLeftwards(layout, line, found, x))
-                   : found;
+        if (where != QTextLine::CursorBetweenCharacters || x <= rect.left() || x >= rect.right())
+            return found;
+        const int beside = besideMarkedLetter(layout, line, found, asked);
+        const int nearest = nearestLeftwards(layout, line, beside, x);
+        return positions.nearest(besideLeftwardsCharacter(layout, line, nearest, x));
     };
     if (hanging == 0 || x >= rect.right())
         return answer(x);
     if (x <= rect.left())
         return nearestCaret(layout, line, {positions.nearest(blanks), positions.last}, x);
-    // The last bit at the right edge is out of reach for Qt then.
     if (x + hanging >= rect.right())
-        return nearestCaret(layout, line, positions, x);
+        return atRightEdge(layout, line, positions, x);
     return answer(x + hanging);
 }
 

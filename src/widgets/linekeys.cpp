@@ -134,8 +134,10 @@ std::optional<QTextCursor> meantInstead(const QKeyEvent &key, const QTextCursor 
                                         const QTextCursor &to)
 {
     const auto lineKey = found(lineKeys, key);
+    if (!lineKey)
+        return std::nullopt;
     const SeenLine start = lineOf(from);
-    if (!lineKey || !start.block.layout()->preeditAreaText().isEmpty())
+    if (!start.block.layout()->preeditAreaText().isEmpty())
         return std::nullopt;
     const bool stays = lineKey->move == QTextCursor::EndOfLine;
     const SeenLine line = stays ? start : lineBeside(start, lineKey->move);

@@ -130,6 +130,23 @@ void ReadingPlace::settle()
     }
     if (m_layout->isExact())
         m_place.anchor = anchor();
+    notePlace();
+}
+
+void ReadingPlace::notePlace()
+{
+    m_placeTop = topOf(m_place.anchor.blockNumber).value_or(0);
+}
+
+void ReadingPlace::takeMoves()
+{
+    if (m_isSettling || m_layout->isExact())
+        return;
+    const bool isPlaceMoved = topOf(m_place.anchor.blockNumber) != m_placeTop;
+    if (!isPlaceMoved && range().maximum == bar()->maximum())
+        return;
+    const QScopedValueRollback guard(m_isSettling, true);
+    settle();
 }
 
 /// Measures what is in view at the place, or will be, and some pixels above and below. Returns
@@ -198,6 +215,7 @@ void ReadingPlace::takeScrolling()
         m_view->viewport()->update();
     }
     m_place.anchor = anchor();
+    notePlace();
     noteMatch();
 }
 

@@ -56,6 +56,10 @@ public:
     /// The same of what would be in sight around a position of the text.
     void measureAround(int position);
 
+    /// Who asks where something is has its paragraph measured, and everything below may move. That
+    /// is noticed in the next turn of the event loop, or now.
+    void takeMoves();
+
 private:
     struct Place
     {
@@ -78,6 +82,7 @@ private:
 
     void settleAround(const std::function<void()> &change, bool atEnd);
     void settle();
+    void notePlace();
     bool measureSight(int beside = 0);
     void takeHeights();
     void takeScrolling();
@@ -94,6 +99,7 @@ private:
     bool m_followsEnd = true;
     bool m_isSettling = false; ///< the scroll bar's moves are not the reader's
     Place m_place;             ///< where the reader is, or will be once all heights are known
+    int m_placeTop = 0;        ///< where the place's block was when it was settled
     int m_matchStart = -1;     ///< of the last match; it ends with the selection of it
     int m_matchEnd = -1;
     bool m_isMatchInSight = false;

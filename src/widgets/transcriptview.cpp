@@ -177,6 +177,19 @@ void TranscriptView::changeEvent(QEvent *event)
         ConsoleTextEdit::changeEvent(event);
 }
 
+/// A caret that is shown or hidden has its paragraph measured, which may be far above.
+void TranscriptView::focusInEvent(QFocusEvent *event)
+{
+    ConsoleTextEdit::focusInEvent(event);
+    m_readingPlace.takeMoves();
+}
+
+void TranscriptView::focusOutEvent(QFocusEvent *event)
+{
+    ConsoleTextEdit::focusOutEvent(event);
+    m_readingPlace.takeMoves();
+}
+
 void TranscriptView::paintEvent(QPaintEvent *event)
 {
     ConsoleTextEdit::paintEvent(event);

@@ -3,6 +3,8 @@
 #include "support/testregistry.h"
 
 #include <QFont>
+#include <QGlyphRun>
+#include <QRawFont>
 #include <QTest>
 #include <QTextLayout>
 #include <QTextOption>
@@ -42,6 +44,8 @@ class TestLinePositions : public QObject
 private Q_SLOTS:
     void aClickFindsTheNearestCaret_data();
     void aClickFindsTheNearestCaret();
+    void aClickOnASignStaysBesideIt_data();
+    void aClickOnASignStaysBesideIt();
 };
 
 void TestLinePositions::aClickFindsTheNearestCaret_data()
@@ -78,6 +82,34 @@ void TestLinePositions::aClickFindsTheNearestCaret()
                 qPrintable(
                     u"at %1 in line %2: %3, %4 too far away"_s.arg(x).arg(i).arg(found).arg(off)));
         }
+    }
+}
+
+void TestLinePositions::aClickOnASignStaysBesideIt_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("sign");
+    QTest::newRow("between English words") << u"مرحبا x word 😀٣٤word "_s << u"😀"_s;
+    QTest::newRow("with marks") << u"abc e\u0301\u0302\u0304 def"_s << u"e\u0301\u0302\u0304"_s;
+}
+
+/// Qt's answer may be at the other end of the words beside it.
+void TestLinePositions::aClickOnASignStaysBesideIt()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, sign);
+    const auto layout = brokenText(text, 400);
+    const QTextLine line = layout->lineAt(0);
+    const int position = int(text.indexOf(sign));
+    const int after = layout->nextCursorPosition(position);
+    const QGlyphRun run = line.glyphRuns(position, 1).constFirst();
+    const qreal left = run.positions().constFirst().x();
+    const qreal width = run.rawFont().advancesForGlyphIndexes(run.glyphIndexes()).constFirst().x();
+    QVERIFY(width > 2);
+    for (qreal x = left + 0.5; x < left + width - 0.5; x += 0.25) {
+        const int found = positionAt(*layout, line, text, x, QTextLine::CursorBetweenCharacters);
+        QVERIFY2(found == position || found == after,
+                 qPrintable(u"%1 of %2: %3"_s.arg(x - left).arg(width).arg(found)));
     }
 }
 

@@ -208,15 +208,21 @@ QString TwinEdits::hitDifference(Qt::HitTestAccuracy accuracy)
 {
     const QSizeF size = layoutOf(stock()).documentSize();
     const qreal height = std::min(size.height(), 600.0);
-    for (qreal y = -7; y < height + 30; y += 6.5) {
-        for (qreal x = -9; x < size.width() + 30; x += 8.5) {
-            for (const QPointF point : {QPointF(x, y), QPointF(x, size.height() - y)}) {
-                const QString difference =
-                    compared(u"hit test %1 at %2"_s.arg(accuracy).arg(described(point)),
-                             layoutOf(lazy()).hitTest(point, accuracy),
-                             MeantHits(*stock().document()).at(point, accuracy));
-                if (!difference.isEmpty())
-                    return difference;
+    const MeantHits meant(*stock().document());
+    for (qreal below = -7; below < height + 30; below += 9.5) {
+        for (const qreal y : {below, size.height() - below}) {
+            for (qreal x = -9; x < size.width() + 30; x += 12.5) {
+                const QPointF point(x, y);
+                const int answer = layoutOf(lazy()).hitTest(point, accuracy);
+                const int stocks = layoutOf(stock()).hitTest(point, accuracy);
+                const auto what = [&] {
+                    return u"hit test %1 at %2"_s.arg(accuracy).arg(described(point));
+                };
+                // Whoever asks for exact hits only wants to know whether there is one.
+                if (accuracy == Qt::ExactHit && (answer < 0) != (stocks < 0))
+                    return compared(what(), answer, stocks);
+                if (accuracy == Qt::FuzzyHit && !meant.at(point).contains(answer))
+                    return compared(what(), answer, *meant.at(point).begin());
             }
         }
     }

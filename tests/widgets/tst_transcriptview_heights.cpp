@@ -22,7 +22,6 @@ struct ViewAmongGuesses : ShownView
     {
         print(u"لا"_s.repeated(2000).toUtf8() + '\n' + numberedLines(1, 4000));
         scrollTo(scrollMaximum() / 2);
-        view.setFocus();
     }
     bool isExact() const
     {
@@ -40,6 +39,8 @@ class TestTranscriptViewHeights : public QObject
 
 private Q_SLOTS:
     void aJumpAmongGuessedHeightsStaysWhereItWent();
+    void theFocusMovesNothingAmongGuessedHeights();
+    void keysThatScrollGoAsFarAsEverAmongGuessedHeights();
     void aKeyShowsTheCaretAmongGuessedHeights();
     void aKeyGoesOnFromWhereTheReaderIsAmongGuessedHeights();
     void theMinimumHeightHoldsALineAndThePlaceOfTheNext();
@@ -62,6 +63,29 @@ void TestTranscriptViewHeights::aJumpAmongGuessedHeightsStaysWhereItWent()
     QVERIFY(!shown.view.followsEnd());
     QVERIFY(waitWhileBusy(layout, [layout] { return layout->isExact(); }));
     QCOMPARE(shown.topBlock(), there);
+}
+
+void TestTranscriptViewHeights::theFocusMovesNothingAmongGuessedHeights()
+{
+    ViewAmongGuesses shown;
+    shown.view.clearFocus();
+    shown.scrollTo(shown.scrollMaximum() / 3);
+    const int top = shown.topBlock();
+    QVERIFY(!shown.isExact());
+    QCOMPARE(shown.view.textCursor().position(), 0);
+    shown.view.setFocus();
+    QCOMPARE(shown.topBlock(), top);
+}
+
+void TestTranscriptViewHeights::keysThatScrollGoAsFarAsEverAmongGuessedHeights()
+{
+    ViewAmongGuesses shown;
+    const int top = shown.topBlock();
+    const int offset = shown.topOf(top);
+    QVERIFY(!shown.isExact());
+    for (int i = 0; i < 3; ++i)
+        QTest::keyClick(&shown.view, Qt::Key_Up, Qt::ControlModifier);
+    QCOMPARE(shown.topOf(top), offset + 3 * shown.view.verticalScrollBar()->singleStep());
 }
 
 void TestTranscriptViewHeights::aKeyShowsTheCaretAmongGuessedHeights()

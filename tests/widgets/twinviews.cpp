@@ -11,6 +11,7 @@
 #include <QImage>
 #include <QMouseEvent>
 #include <QPixmap>
+#include <QRegion>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QTest>
@@ -18,6 +19,7 @@
 #include <QTextCursor>
 #include <QTextDocument>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -72,10 +74,12 @@ std::optional<QPoint> pointOf(const QTextEdit &view, int position, QPoint near)
     return std::nullopt;
 }
 
-int meantPosition(const QTextEdit &view, QPoint point)
+/// What is meant by a point; the answer, where that is as right as another.
+int meantPosition(const QTextEdit &view, QPoint point, int answer)
 {
     const QPoint scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
-    return MeantHits(*view.document()).at(point + scrolled, Qt::FuzzyHit);
+    const QSet<int> meant = MeantHits(*view.document()).at(point + scrolled);
+    return meant.contains(answer) ? answer : *meant.begin();
 }
 
 /// What a mouse event at a position makes of the cursor.
@@ -116,13 +120,42 @@ QStringList describe(const QTextEdit &edit)
             describe(edit.verticalScrollBar()), describe(edit.horizontalScrollBar())};
 }
 
-/// In how many rows two pictures of a size differ.
-int otherRows(const QImage &a, const QImage &b)
+/// Where the pieces of a long text meet, in the viewport. What of a letter leans into another piece
+/// is drawn there, but not on a selection that ends or goes on in that one.
+QRegion bordersOfPieces(const QTextEdit &view)
 {
-    int rows = 0;
-    for (int y = 0; y < a.height(); ++y)
-        rows += a.copy(0, y, a.width(), 1) == b.copy(0, y, b.width(), 1) ? 0 : 1;
-    return rows;
+    constexpr int lean = 2;
+    const QAbstractTextDocumentLayout &layout = *view.document()->documentLayout();
+    const QPointF scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
+    QRegion region;
+    for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next()) {
+        layout.blockBoundingRect(block);
+        const QPointF position = block.layout()->position() - scrolled;
+        for (const QTextLayout::FormatRange &piece : block.layout()->formats()) {
+            const QTextLine line = block.layout()->lineForTextPosition(piece.start);
+            const QRect row = line.rect().translated(position).toAlignedRect();
+            for (const int beside : {piece.start - 1, piece.start}) {
+                const int x = qRound(position.x() + line.cursorToX(std::max(0, beside)));
+                region += QRect(x - lean, row.top(), 2 * lean + 1, row.height());
+            }
+            if (line.textStart() == piece.start)
+                region += QRect(0, row.top() - lean, view.viewport()->width(), 2 * lean);
+        }
+    }
+    return region;
+}
+
+/// In which pixels two pictures of a size differ.
+QRegion otherPixels(const QImage &a, const QImage &b)
+{
+    QRegion region;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            if (a.pixel(x, y) != b.pixel(x, y))
+                region += QRect(x, y, 1, 1);
+        }
+    }
+    return region;
 }
 
 QString insteadOf(const QString &actual, const QString &expected)
@@ -222,17 +255,25 @@ void TwinViews::sendToViewports(const QEvent &event)
 void TwinViews::sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton button,
                           Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers)
 {
+    leaveSidewaysAlone(real());
+    const int answer = real().cursorForPosition(point).position();
     both([&](Transcript &, QTextEdit &view, QTextEdit &) {
         leaveSidewaysAlone(view);
         const bool isPlain = &view == m_plain.view;
-        const int meant = isPlain ? meantPosition(view, point) : 0;
+        const int meant = isPlain ? meantPosition(view, point, answer) : 0;
         const auto hit = isPlain ? pointOf(view, meant, point) : point;
+        const int before = view.textCursor().position();
         QMouseEvent event(type, hit.value_or(point), hit.value_or(point), button, buttons,
                           modifiers);
         QCoreApplication::sendEvent(view.viewport(), &event);
-        if (hit || type == QEvent::MouseButtonRelease)
+        if (hit)
             return;
-        putCursor(view, answerTo(type, modifiers, view.textCursor(), meant));
+        // After a press on what was selected, the release is the click.
+        if (type == QEvent::MouseButtonRelease && view.textCursor().position() != before)
+            putCursor(view,
+                      answerTo(QEvent::MouseButtonPress, modifiers, view.textCursor(), meant));
+        else if (type != QEvent::MouseButtonRelease)
+            putCursor(view, answerTo(type, modifiers, view.textCursor(), meant));
     });
 }
 
@@ -321,11 +362,10 @@ bool TwinViews::samePixels()
     both([](Transcript &, QTextEdit &view, QTextEdit &) { leaveSidewaysAlone(view); });
     const QImage real = m_real.view->viewport()->grab().toImage();
     const QImage plain = m_plain.view->viewport()->grab().toImage();
-    // Where two parts of a long line meet, the selection of the lower one covers what leans into
-    // it, as between paragraphs.
-    constexpr int borders = 2;
-    return real == plain
-           || (m_real.view->textCursor().hasSelection() && otherRows(real, plain) <= borders);
+    if (real == plain)
+        return true;
+    return m_real.view->textCursor().hasSelection()
+           && (otherPixels(real, plain) - bordersOfPieces(*m_real.view)).isEmpty();
 }
 
 } // namespace tarn::console
