@@ -171,7 +171,8 @@ void compareWithTerminals(Report &report, const Programs &programs, int repetiti
                                        {u"--nofork"_s, u"--qwindowgeometry"_s, u"900x620"_s}));
     }
     report.compare(u"from Run to the outcome, against xterm"_s, median(ours), median(xterm), 1);
-    report.compare(u"from Run to the outcome, against Konsole"_s, median(ours), median(konsole), 2);
+    report.compare(u"from Run to the outcome, against Konsole"_s, median(ours), median(konsole),
+                   0.95);
 }
 
 Milliseconds worstRefresh(const QByteArray &text)
@@ -190,12 +191,11 @@ void compareGap(Report &report, const Programs &programs, int repetitions)
 }
 
 void limitStop(Report &report, const QString &name, const Programs &programs,
-               const QString &interpreter, int repetitions)
+               const QString &interpreter, double bar, int repetitions)
 {
     std::vector<Milliseconds> times;
     for (int i = 0; i < repetitions; ++i)
         times.push_back(timeStop(programs, interpreter));
-    constexpr double bar = 1'200;
     report.limit(name, median(times).count(), bar);
 }
 
@@ -212,8 +212,10 @@ int main(int argc, char **argv)
     compareGap(report, programs, options.repetitions);
     const int stops = std::max(1, options.repetitions / 2);
     limitStop(report, u"from Stop to the outcome, SIGTERM ignored, 400 kB a second"_s, programs,
-              programs.stream(), stops);
+              programs.stream(), 1'200, stops);
+    // Output beyond a limit asks the program to end again and again, which gives it the longest
+    // grace.
     limitStop(report, u"from Stop to the outcome, SIGTERM ignored, as fast as it can"_s, programs,
-              programs.flooder(), stops);
+              programs.flooder(), 5'200, stops);
     return report.finish(options.jsonFile);
 }

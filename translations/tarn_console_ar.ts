@@ -353,5 +353,9 @@
         <source>Lines left out: %1</source>
         <translation>عدد الأسطر المتروكة: %1</translation>
     </message>
+    <message>
+        <source>The settings could not be saved.</source>
+        <translation>تعذّر حفظ الإعدادات.</translation>
+    </message>
 </context>
 </TS>

@@ -40,7 +40,7 @@ public:
     /// From the last stop() to the forced kill.
     static constexpr std::chrono::milliseconds killDelay{1000};
     /// From the first stop() to the forced kill, however often stop() is repeated in between.
-    static constexpr std::chrono::seconds longestKillDelay{10};
+    static constexpr std::chrono::seconds longestKillDelay{5};
 
     /// Prepares a run of a valid launch. The process and the timers become children of the session.
     ProgramRun(quint64 id, const ProgramLaunch &launch, InputWriter writeInput, QObject *session);

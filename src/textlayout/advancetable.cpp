@@ -170,6 +170,20 @@ AdvanceTable::Line AdvanceTable::lineOf(QStringView text) const
             .certain = !(sum.classes & uncertain)};
 }
 
+std::optional<int> AdvanceTable::rowHeight(QStringView line, QStringView text) const
+{
+    // A text layout also counts the fonts of what is beside the line.
+    const quint32 classes = sumOf(followsInk() ? line : text, false).classes;
+    if (classes & uncertain)
+        return std::nullopt;
+    const int height = heightOf(classes);
+    for (quint32 one = 1; one <= classes && !followsInk(); one <<= 1) {
+        if ((classes & one) && heightOf(one) != height)
+            return std::nullopt;
+    }
+    return height;
+}
+
 AdvanceTable::Sum AdvanceTable::sumOf(QStringView text, bool mayGuess) const
 {
     // What comes before the first letter takes that letter's script.

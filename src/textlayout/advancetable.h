@@ -44,6 +44,10 @@ public:
 
     Line lineOf(QStringView text) const;
 
+    /// The height of a line that is a part of a broken text. Nothing where its characters do not
+    /// tell.
+    std::optional<int> rowHeight(QStringView line, QStringView text) const;
+
     /// Asked before a character is measured that has not turned up before. While it says so,
     /// characters are guessed, and nothing is certain.
     void setImpatience(const std::function<bool()> &isInAHurry) { m_isInAHurry = isInAHurry; }

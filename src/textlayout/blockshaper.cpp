@@ -2,6 +2,7 @@
 
 #include "textlayout/advancetable.h"
 #include "textlayout/fallbackfonts.h"
+#include "textlayout/linebreaking.h"
 #include "textlayout/overlongclusters.h"
 #include "textlayout/textpieces.h"
 
@@ -36,7 +37,9 @@ void BlockShaper::setFont(const QFont &font, const AdvanceTable *heights)
 {
     m_font = font;
     m_heights = heights;
-    m_escapes.setFont(font, m_document->documentLayout()->paintDevice());
+    QPaintDevice *device = m_document->documentLayout()->paintDevice();
+    m_escapes.setFont(font, device);
+    m_wordRows.setFont(font, device, heights);
 }
 
 bool BlockShaper::hasOnlyCaret(const QTextBlock &block)
@@ -172,11 +175,13 @@ ParagraphSize BlockShaper::sizeOf(const QTextBlock &block, const IsEnough &isEno
         return sizeOfSlow(block, isEnough);
     const auto display = displayOf(block);
     const QString text = display ? display->text : block.text();
+    const QTextOption option = paragraphOption(block);
+    if (const auto size = m_wordRows.sizeOf(text, option, m_lineWidth))
+        return *size;
     QTextLayout layout(text, m_font, m_document->documentLayout()->paintDevice());
     layout.setFormats(display ? display->formats : fallbackFormats(text, m_font));
-    return placeCaret(
-        block, &layout,
-        breakIntoLines(&layout, text, paragraphOption(block), m_lineWidth, m_heights));
+    return placeCaret(block, &layout,
+                      breakIntoLines(&layout, text, option, m_lineWidth, m_heights));
 }
 
 ParagraphSize BlockShaper::sizeOfSlow(const QTextBlock &block, const IsEnough &isEnough)

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "textlayout/escapedisplay.h"
-#include "textlayout/linebreaking.h"
+#include "textlayout/linebreaker.h"
 #include "textlayout/segmentedparagraph.h"
 #include "textlayout/segmentedparagraphcache.h"
 #include "textlayout/shapedblockcache.h"
+#include "textlayout/wordrows.h"
 
 #include <QFont>
 #include <QList>
@@ -113,6 +114,7 @@ private:
     ShapedBlockCache m_shaped;
     SegmentedParagraphCache m_segmented;
     std::optional<Unfinished> m_unfinished;
+    WordRows m_wordRows;
     /// A paragraph that is shaped only for its size, which is not known yet, and its block.
     std::pair<int, std::unique_ptr<SegmentedParagraph>> m_measured;
     QTextBlock m_cutBlock; ///< while it is cut into pieces

@@ -99,7 +99,7 @@ ConsoleWindow::~ConsoleWindow()
     qApp->removeEventFilter(this);
     m_ui->answerFocus.forget();
     // The view reads the transcript, which goes before the widgets of the base class.
-    delete takeCentralWidget();
+    delete centralWidget();
 }
 
 void ConsoleWindow::connectRun()

@@ -111,7 +111,8 @@ void ConsoleWindow::chooseTarn()
     if (!m_source->chooseInterpreter())
         return;
     m_run->showStatus(StatusTexts::interpreterSelected());
-    m_preferences.save(saveGeometry());
+    if (!m_preferences.save(saveGeometry()))
+        m_input->reportUnsavedSettings();
 }
 
 void ConsoleWindow::updateSourcePathLabel()
@@ -177,7 +178,8 @@ void ConsoleWindow::updateActionStates()
 
 void ConsoleWindow::sendDraft()
 {
-    m_input->send();
+    if (m_input->send())
+        m_states->followRun();
 }
 
 void ConsoleWindow::closeProgramInput()
@@ -271,8 +273,8 @@ void ConsoleWindow::setInterfaceLanguage(const QString &code, bool save)
     m_preferences->interfaceLanguage = m_language.code();
     sendLanguageChange(this);
     updateActionStates();
-    if (save)
-        m_preferences.save(saveGeometry());
+    if (save && !m_preferences.save(saveGeometry()))
+        m_input->reportUnsavedSettings();
 }
 
 void ConsoleWindow::showHelp()

@@ -127,15 +127,14 @@ QByteArray textOf(const Preferences &preferences, const QString &path)
 
 /// In one step, and only when all of it is on the disk: QSaveFile alone takes what is written last
 /// for granted.
-void replace(const QString &path, const QByteArray &content)
+bool replace(const QString &path, const QByteArray &content)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
-        return;
-    if (file.write(content) == content.size() && file.flush() && ::fsync(file.handle()) == 0)
-        file.commit();
-    else
+        return false;
+    if (file.write(content) != content.size() || !file.flush() || ::fsync(file.handle()) != 0)
         file.cancelWriting();
+    return file.commit();
 }
 
 /// Whether QSettings has all of our keys that are there: it takes a file that it cannot read for an
@@ -161,10 +160,10 @@ std::optional<Preferences> SettingsFile::read()
     return Preferences::load(settings);
 }
 
-void SettingsFile::write(const Preferences &preferences)
+bool SettingsFile::write(const Preferences &preferences)
 {
     if (!mayBeUsed())
-        return;
+        return false;
     const QString path = QSettings().fileName();
     QDir().mkpath(QFileInfo(path).path());
     // QSettings would wait for it for as long as it takes, 30 seconds for one of another machine.
@@ -173,8 +172,11 @@ void SettingsFile::write(const Preferences &preferences)
         lock.tryLock(0);
     const std::optional<QByteArray> content = contentOf(path);
     const QByteArray text = textOf(preferences, path);
-    if (content && !text.isEmpty())
-        replace(path, SettingsText::merged(*content, text));
+    const bool written =
+        content && !text.isEmpty() && replace(path, SettingsText::merged(*content, text));
+    // What other QSettings of this program remember of the file is read again for a new one.
+    const QSettings afresh;
+    return written;
 }
 
 } // namespace tarn::console

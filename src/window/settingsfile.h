@@ -15,8 +15,8 @@ namespace SettingsFile {
 std::optional<Preferences> read();
 /// All of them at once, and nothing else in the file is touched. Whatever fails, the file is as it
 /// was or has all of them. In place of what is no ordinary file, or cannot be read, nothing is
-/// written.
-void write(const Preferences &preferences);
+/// written. Says whether they are in the file now.
+bool write(const Preferences &preferences);
 
 } // namespace SettingsFile
 

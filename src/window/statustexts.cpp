@@ -128,6 +128,11 @@ bool StatusTexts::saysNotSent(const QString &status)
     return status.contains(tr("not sent"));
 }
 
+StatusMessage StatusTexts::settingsNotSaved()
+{
+    return {tr("The settings could not be saved.")};
+}
+
 StatusMessage StatusTexts::noMatch()
 {
     return {tr("No match")};

@@ -35,6 +35,9 @@ public:
     /// Whether a status says that the draft was not sent, in any sentence.
     static bool saysNotSent(const QString &status);
 
+    /// The settings.
+    static StatusMessage settingsNotSaved();
+
     /// The search.
     static StatusMessage noMatch();
     static StatusMessage wrapped();

@@ -7,19 +7,20 @@
 namespace tarn::console {
 
 StoredPreferences::StoredPreferences(bool persistent)
+    : m_persistent(persistent)
 {
     const std::optional<Preferences> stored =
         persistent ? SettingsFile::read() : std::optional<Preferences>();
-    m_persistent = stored.has_value();
+    m_readable = stored.has_value();
     m_preferences = stored.value_or(Preferences());
 }
 
-void StoredPreferences::save(const QByteArray &windowGeometry)
+bool StoredPreferences::save(const QByteArray &windowGeometry)
 {
     if (!m_persistent)
-        return;
+        return true;
     m_preferences.windowGeometry = windowGeometry;
-    SettingsFile::write(m_preferences);
+    return m_readable && SettingsFile::write(m_preferences);
 }
 
 } // namespace tarn::console

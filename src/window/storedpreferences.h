@@ -14,8 +14,9 @@ public:
     /// is not written either.
     explicit StoredPreferences(bool persistent);
 
-    /// With the geometry that the window has now.
-    void save(const QByteArray &windowGeometry);
+    /// With the geometry that the window has now. False when they should be there the next time,
+    /// and will not.
+    bool save(const QByteArray &windowGeometry);
 
     Preferences *get() { return &m_preferences; }
     Preferences *operator->() { return &m_preferences; }
@@ -23,6 +24,7 @@ public:
 
 private:
     bool m_persistent;
+    bool m_readable;
     Preferences m_preferences;
 };
 

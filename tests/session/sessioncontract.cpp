@@ -14,7 +14,7 @@ namespace {
 
 // As the headers of the session have them.
 constexpr qint64 killDelay = 1000;
-constexpr qint64 longestKillDelay = 10000;
+constexpr qint64 longestKillDelay = 5000;
 constexpr qint64 killPatience = 2000;
 /// From the moment when a reaper kills to the moment when it is gone.
 constexpr qint64 reaperTime = 50;

@@ -295,6 +295,9 @@ void TestProgramSessionStop::repeatedStopsCannotKeepAProgramAlive()
     // What the window does with a program that goes on writing after a limit was reached.
     connect(&run.session, &ProgramSession::runOutputAvailable, &run.session, &ProgramSession::stop);
     run.session.stop();
+    const auto *deadline = run.session.findChild<QTimer *>(u"deadline"_s);
+    QVERIFY(deadline && deadline->isActive());
+    QCOMPARE(deadline->intervalAsDuration(), 5000ms);
 
     QVERIFY(run.waitForOutcome());
     QCOMPARE(run.outcomes().size(), 1);

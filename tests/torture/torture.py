@@ -23,7 +23,7 @@ PATIENCE = 60.0
 LAST_BREATH = 5.0
 # From Stop to the outcome, in milliseconds: the longest that the session ever waits with the kill,
 # and until a program is called one that cannot be killed.
-KILL_DEADLINE = 12500
+KILL_DEADLINE = 7500
 
 STUCK = 1000
 PR_SET_CHILD_SUBREAPER = 36

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QPointer>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -23,7 +24,27 @@ private Q_SLOTS:
     void destructionWithTheFocusInside_data();
     void destructionWithTheFocusInside();
     void nothingReachesADestroyedWindow();
+    void aWindowThatGoesLaysNothingOut();
 };
+
+namespace {
+
+/// Counts the layouts of all texts that a font brings.
+class FontChanges : public QObject
+{
+public:
+    using QObject::QObject;
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject * /*watched*/, QEvent *event) override
+    {
+        count += event->type() == QEvent::FontChange;
+        return false;
+    }
+};
+
+} // namespace
 
 void TestConsoleWindowDestruction::init()
 {
@@ -93,6 +114,22 @@ void TestConsoleWindowDestruction::nothingReachesADestroyedWindow()
     other.press(Qt::Key_E, Qt::ControlModifier | Qt::AltModifier);
     QVERIFY(other.runToEnd());
     QCOMPARE(other.output(), u"other\n"_s);
+}
+
+void TestConsoleWindowDestruction::aWindowThatGoesLaysNothingOut()
+{
+    ConsoleWindowFixture fixture("print output\\n\n");
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    const QPointer<QWidget> view = fixture.view();
+    FontChanges changes;
+    view->installEventFilter(&changes);
+    fixture.window->setFont(QFont(fixture.window->font().family(), 20));
+    QVERIFY(changes.count > 0);
+    changes.count = 0;
+    fixture.window.reset();
+    QVERIFY(!view);
+    QCOMPARE(changes.count, 0);
 }
 
 } // namespace tarn::console

@@ -45,6 +45,11 @@ void trigger(const ConsoleWindow &window, const QString &name)
     action(window, name)->trigger();
 }
 
+QString inputStatus(const ConsoleWindow &window)
+{
+    return window.findChild<QLabel *>(u"inputStatus"_s)->text();
+}
+
 QVariant stored(const QString &key)
 {
     return QSettings().value(key);
@@ -70,6 +75,7 @@ private Q_SLOTS:
     void theStartUpLanguageGoesBeforeTheSavedOne();
     void writesExactlySixKeysOnClosing();
     void writesAtOnceWhenTheLanguageIsChosen();
+    void whatIsWrittenIsSeenByOtherSettings();
     void writesAtOnceWhenAnInterpreterIsChosen();
     void doesNotWriteWhenASourceIsChosen();
     void doesNotRememberZoomAndDirection();
@@ -139,6 +145,7 @@ void TestConsoleWindowPreferences::neitherReadsNorWritesWithoutPersistentSetting
     QCOMPARE(window->size(), QSize(900, 620));
 
     trigger(*window, u"englishLanguageAction"_s);
+    QCOMPARE(inputStatus(*window), QString());
     QVERIFY(window->close());
     QFile file(settingsFile());
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -224,8 +231,20 @@ void TestConsoleWindowPreferences::writesAtOnceWhenTheLanguageIsChosen()
     trigger(*window, u"englishLanguageAction"_s);
     QCOMPARE(stored(u"interfaceLanguage"_s), u"en"_s);
     QCOMPARE(QSettings().allKeys(), allKeys);
+    QCOMPARE(inputStatus(*window), QString());
     trigger(*window, u"arabicLanguageAction"_s);
     QCOMPARE(stored(u"interfaceLanguage"_s), u"ar"_s);
+}
+
+/// All QSettings of a program share what they remember of a file.
+void TestConsoleWindowPreferences::whatIsWrittenIsSeenByOtherSettings()
+{
+    QSettings settings;
+    settings.setValue("interfaceLanguage", u"ar"_s);
+    settings.sync();
+    const auto window = showWindow();
+    trigger(*window, u"englishLanguageAction"_s);
+    QCOMPARE(settings.value("interfaceLanguage"), u"en"_s);
 }
 
 void TestConsoleWindowPreferences::writesAtOnceWhenAnInterpreterIsChosen()
@@ -343,6 +362,7 @@ void TestConsoleWindowPreferences::survivesADirectoryInPlaceOfTheFile()
     QCOMPARE(window->font().pointSize(), 11);
     trigger(*window, u"englishLanguageAction"_s);
     QVERIFY(action(*window, u"englishLanguageAction"_s)->isChecked());
+    QCOMPARE(inputStatus(*window), u"The settings could not be saved."_s);
     QVERIFY(window->close());
     QVERIFY(QFileInfo(settingsFile()).isDir());
 }
@@ -357,6 +377,7 @@ void TestConsoleWindowPreferences::survivesAConfigurationDirectoryThatCannotExis
     const auto window = showWindow();
     trigger(*window, u"englishLanguageAction"_s);
     QVERIFY(action(*window, u"englishLanguageAction"_s)->isChecked());
+    QCOMPARE(inputStatus(*window), u"The settings could not be saved."_s);
     QVERIFY(window->close());
 }
 

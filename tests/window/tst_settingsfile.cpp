@@ -140,7 +140,7 @@ void TestSettingsFile::whatCannotBeReadIsNotWritten()
     StoredPreferences preferences(true);
     QCOMPARE(*preferences.get(), Preferences());
     failure = {};
-    preferences.save("geometry"_ba);
+    QVERIFY(!preferences.save("geometry"_ba));
     QCOMPARE(content(), oldContent);
 }
 
@@ -151,7 +151,7 @@ void TestSettingsFile::whatIsReadInPartIsNotWritten()
     StoredPreferences preferences(true);
     QVERIFY(failure.met > 1);
     failure = {};
-    preferences.save("geometry"_ba);
+    QVERIFY(!preferences.save("geometry"_ba));
     QCOMPARE(content(), oldContent);
 }
 
@@ -170,7 +170,7 @@ void TestSettingsFile::anyCallMayFail()
     QFETCH(QByteArray, function);
     QFETCH(int, calls);
     failure = {std::string_view(function.constData()), -1};
-    SettingsFile::write(newPreferences());
+    QVERIFY(SettingsFile::write(newPreferences()));
     QCOMPARE(content(), newContent);
     QVERIFY2(failure.met >= calls, qPrintable(QString::number(failure.met)));
     for (int number = failure.met; number >= 0; --number)
@@ -182,9 +182,10 @@ void TestSettingsFile::playFailure(int number)
     init();
     const std::string_view function = failure.function;
     failure = {function, number};
-    SettingsFile::write(newPreferences());
+    const bool written = SettingsFile::write(newPreferences());
     failure = {function, -1};
     const QByteArray after = content();
+    QCOMPARE(written, after == newContent);
     QVERIFY2(after == oldContent || after == newContent, after.constData());
     const QStringList left = QFileInfo(path()).dir().entryList(QDir::Files | QDir::Hidden);
     QCOMPARE(left, QStringList(u"TARN Console.conf"_s));
@@ -195,7 +196,7 @@ void TestSettingsFile::aFullTemporaryDirectoryIsNoObstacle()
 {
     const QByteArray before = qgetenv("TMPDIR");
     qputenv("TMPDIR", "/proc");
-    SettingsFile::write(newPreferences());
+    QVERIFY(SettingsFile::write(newPreferences()));
     qputenv("TMPDIR", before);
     QCOMPARE(content(), newContent);
     const QFileInfoList left = QFileInfo(path()).dir().entryInfoList(QDir::AllEntries | QDir::Hidden
