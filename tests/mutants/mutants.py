@@ -141,8 +141,9 @@ def build(work, rooms, folders, reasons, jobs):
     mutants = find(work, rooms)
     refuse_lost_reasons(reasons, rooms, [each.key for each in mutants])
     found, dropped = len(mutants), []
+    # Once: what compiles need not be built again when others are left out.
+    plant.number(mutants)
     for _ in range(12):
-        plant.number(mutants)
         write_sources(work, mutants)
         places = compile_all(work, folders, jobs)
         if places is None:

@@ -234,8 +234,7 @@ void TestFailingCalls::theReaperGivesUpOnWhatMayNotBeKilled()
     const pid_t grandchild = run.report("grandchild"_ba).toInt();
     refuseKill = true;
     QObject owner;
-    const QPointer<QObject> reaper =
-        new SessionReaper(run.report("group"_ba).toInt(), 0ms, &owner);
+    const QPointer<QObject> reaper = new SessionReaper(run.report("group"_ba).toInt(), 0ms, &owner);
     QTRY_VERIFY_WITH_TIMEOUT(!reaper, patience);
     QVERIFY(processIsAlive(grandchild));
     refuseKill = false;

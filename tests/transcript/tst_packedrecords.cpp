@@ -165,11 +165,13 @@ void TestPackedRecords::whatCannotBePackedIsKeptAsItIs_data()
     QTest::newRow("of no stream") << ofNoStream;
     if constexpr (sizeof(void *) < 8)
         return;
-    // More than the numbers of a packed record could tell. Nobody reads them, so they take no memory.
+    // More than the numbers of a packed record could tell. Nobody reads them, so they take no
+    // memory.
     static const Emptiness emptiness(qsizetype(1) << 31);
     const qsizetype most = std::numeric_limits<qint32>::max() / 3;
     const auto *text = reinterpret_cast<const QChar *>(emptiness.data());
-    QTest::newRow("long bytes") << outputOf(QByteArray::fromRawData(emptiness.data(), most + 1), {});
+    QTest::newRow("long bytes") << outputOf(QByteArray::fromRawData(emptiness.data(), most + 1),
+                                            {});
     QTest::newRow("a long text") << outputOf("a", QString::fromRawData(text, most + 1));
 }
 
