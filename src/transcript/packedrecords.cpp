@@ -83,26 +83,23 @@ TranscriptRecord outputRecord(TranscriptStream stream, QByteArrayView bytes, QSt
 
 void PackedRecords::append(TranscriptRecord &&record)
 {
-    if (record.kind == TranscriptRecordKind::StreamOutput && record.stream) {
-        appendOutput(*record.stream, record.bytes, record.text);
-        return;
+    if (record.kind == TranscriptRecordKind::StreamOutput && record.stream
+        && isPackable(record.bytes, record.text)) {
+        pack(*record.stream, record.bytes, record.text);
+    } else {
+        m_entries.append(Entry());
+        m_whole.append(record);
     }
-    m_entries.append(Entry());
-    m_whole.append(record);
     if (m_isUnpacked)
         m_unpacked.append(std::move(record));
 }
 
 void PackedRecords::appendOutput(TranscriptStream stream, QByteArrayView bytes, QStringView text)
 {
-    if (isPackable(bytes, text)) {
+    if (m_isUnpacked || !isPackable(bytes, text))
+        append(outputRecord(stream, bytes, text));
+    else
         pack(stream, bytes, text);
-    } else {
-        m_entries.append(Entry());
-        m_whole.append(outputRecord(stream, bytes, text));
-    }
-    if (m_isUnpacked)
-        m_unpacked.append(outputRecord(stream, bytes, text));
 }
 
 void PackedRecords::pack(TranscriptStream stream, QByteArrayView bytes, QStringView text)
