@@ -183,8 +183,11 @@ int atRightEdge(const QTextLayout &layout, const QTextLine &line, LinePositions 
     if (!left || x < *left)
         return nearestCaret(layout, line, positions, x);
     qreal right = line.naturalTextRect().right();
-    while (position < positions.last) {
-        const int next = layout.nextCursorPosition(position);
+    for (int next = layout.nextCursorPosition(position);
+         next < line.textStart() + line.textLength(); next = layout.nextCursorPosition(next)) {
+        // Some characters are not drawn.
+        if (line.glyphRuns(next, 1).isEmpty())
+            continue;
         const auto nextLeft = leftOfRightwards(line, next);
         if (!nextLeft || *nextLeft < *left)
             break;
