@@ -21,10 +21,12 @@ int trailingBlanks(const QTextLine &line, QStringView text)
     return line.textStart() + static_cast<int>(visible);
 }
 
-/// Whether there is a tab among the blanks that end a line. Qt draws it elsewhere than it looks for
-/// it.
-bool endsInTab(QStringView text)
+/// Whether there is a tab among the blanks that end a line of right-to-left text. Carets in it are
+/// drawn as far away as the tab is wide, and tell nothing.
+bool endsInTab(const QTextLayout &layout, QStringView text)
 {
+    if (layout.textOption().textDirection() != Qt::RightToLeft)
+        return false;
     const auto isBlank = [](QChar character) { return character.isSpace(); };
     const auto visible = std::find_if_not(text.rbegin(), text.rend(), isBlank);
     return std::find(text.rbegin(), visible, u'\t') != visible;
@@ -33,9 +35,9 @@ bool endsInTab(QStringView text)
 /// The width of the blanks that hang out of a line of right-to-left text. Qt leaves them out where
 /// it draws, and takes them for a part of the line where it looks for a position. At the end of a
 /// text blanks are a part of the line, as long as there is room for them.
-qreal hangingWidth(const QTextLayout &layout, QTextLine line, QStringView text)
+qreal hangingWidth(const QTextLayout &layout, QTextLine line)
 {
-    if (layout.textOption().textDirection() != Qt::RightToLeft || endsInTab(text))
+    if (layout.textOption().textDirection() != Qt::RightToLeft)
         return 0;
     // Carets left of everything are drawn at the edge; there is none left of a line further right.
     constexpr qreal farRight = 100'000;
@@ -183,8 +185,11 @@ int atRightEdge(const QTextLayout &layout, const QTextLine &line, LinePositions 
     if (!left || x < *left)
         return nearestCaret(layout, line, positions, x);
     qreal right = line.naturalTextRect().right();
-    while (position < positions.last) {
-        const int next = layout.nextCursorPosition(position);
+    for (int next = layout.nextCursorPosition(position);
+         next < line.textStart() + line.textLength(); next = layout.nextCursorPosition(next)) {
+        // Some characters are not drawn.
+        if (line.glyphRuns(next, 1).isEmpty())
+            continue;
         const auto nextLeft = leftOfRightwards(line, next);
         if (!nextLeft || *nextLeft < *left)
             break;
@@ -219,8 +224,10 @@ int positionAt(const QTextLayout &layout, const QTextLine &line, QStringView tex
                QTextLine::CursorPosition where)
 {
     const LinePositions positions = positionsIn(layout, line);
+    if (endsInTab(layout, text))
+        return positions.nearest(line.xToCursor(x, where));
     const int blanks = trailingBlanks(line, text);
-    const qreal hanging = text.isEmpty() ? 0 : hangingWidth(layout, line, text);
+    const qreal hanging = text.isEmpty() ? 0 : hangingWidth(layout, line);
     const QRectF rect = line.naturalTextRect();
     const auto answer = [&](qreal asked) {
         const int found = positions.nearest(line.xToCursor(asked, where));

@@ -214,7 +214,8 @@ private:
             return !m_layout.preeditAreaText().isEmpty()
                    || (isRightToLeft() && text.contains(u'\t'))
                    || std::any_of(text.begin(), text.end(), [](QChar character) {
-                          return character.category() == QChar::Other_Format;
+                          return character.category() == QChar::Other_Format
+                                 || character == QChar::ObjectReplacementCharacter;
                       });
         }
 

@@ -1,8 +1,11 @@
 #include "support/testregistry.h"
 #include "textlayout/lazydocumentlayout.h"
+#include "textlayout/linebreaker.h"
 
 #include <QFile>
 #include <QGlyphRun>
+#include <QImage>
+#include <QPainter>
 #include <QTest>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -11,6 +14,7 @@
 #include <QTextLayout>
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -109,6 +113,87 @@ QList<int> seenOrder(const QTextLine &line, int start, int length)
     return order;
 }
 
+/// Every so many of Unicode's texts are tried where a long text is cut; with TARN_TEST_EXHAUSTIVE=N
+/// every Nth.
+qsizetype stepOfTexts(qsizetype usual)
+{
+    const int wanted = qEnvironmentVariableIntValue("TARN_TEST_EXHAUSTIVE");
+    return wanted > 0 ? wanted : usual;
+}
+
+/// What Qt draws of a text that it lays out at once, as wide as the lines of a view.
+class WholeText
+{
+public:
+    WholeText(const QString &text, bool rightToLeft, const QTextDocument &document)
+        : m_layout(text, document.defaultFont(), document.documentLayout()->paintDevice())
+        , m_margin(document.documentMargin())
+    {
+        QTextOption option = document.defaultTextOption();
+        option.setTextDirection(rightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
+        option.setAlignment(rightToLeft ? Qt::AlignRight | Qt::AlignAbsolute : Qt::AlignLeft);
+        breakIntoLines(&m_layout, text, option, document.textWidth() - 2 * m_margin);
+    }
+
+    /// Puts its lines where those of another layout are, of which some may be lower: Qt makes all
+    /// lines of a script as high as the highest. Returns false when they hold other texts.
+    bool standLike(const QTextLayout &other) const
+    {
+        for (int i = 0; i < std::min(m_layout.lineCount(), other.lineCount()); ++i) {
+            const QTextLine line = other.lineAt(i);
+            QTextLine own = m_layout.lineAt(i);
+            if (own.textStart() != line.textStart() || own.textLength() != line.textLength())
+                return false;
+            own.setPosition(QPointF(0, line.y() + line.ascent() - own.ascent()));
+        }
+        return m_layout.lineCount() == other.lineCount();
+    }
+
+    /// The rows of the lines from one position to another.
+    QRect rows(int from, int to) const
+    {
+        const QRectF first = m_layout.lineForTextPosition(from).rect();
+        const QRectF last = m_layout.lineForTextPosition(to).rect();
+        return QRectF(0, first.top() + m_margin, last.right() + 2 * m_margin,
+                      last.bottom() - first.top())
+            .toAlignedRect();
+    }
+
+    QImage picture(const QRect &rows) const
+    {
+        return painted(rows, [this, &rows](QPainter *painter) {
+            m_layout.draw(painter, QPointF(m_margin, m_margin), {}, rows);
+        });
+    }
+
+    /// The same of what a document's layout draws.
+    static QImage picture(const QRect &rows, const QTextDocument &document)
+    {
+        return painted(rows, [&rows, &document](QPainter *painter) {
+            QAbstractTextDocumentLayout::PaintContext context;
+            context.clip = rows;
+            context.palette.setColor(QPalette::Text, Qt::black);
+            document.documentLayout()->draw(painter, context);
+        });
+    }
+
+private:
+    template<typename Paint>
+    static QImage painted(const QRect &rows, const Paint &paint)
+    {
+        QImage image(rows.size(), QImage::Format_RGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        painter.translate(-rows.topLeft());
+        painter.setClipRect(rows);
+        paint(&painter);
+        return image;
+    }
+
+    QTextLayout m_layout;
+    qreal m_margin;
+};
+
 /// The same of a text between others, laid out at once.
 QList<int> orderBetween(const QString &before, const OrderedText &text, const QString &after,
                         const QFont &font)
@@ -134,6 +219,7 @@ class TestBidiOrder : public QObject
 private Q_SLOTS:
     void isThatOfUnicode();
     void isTheSameAtEachBorderOfALongText();
+    void looksTheSameAtEachBorderOfALongParagraph();
 
 private:
     static void show(QTextEdit &edit, const QList<OrderedText> &texts);
@@ -211,11 +297,10 @@ void TestBidiOrder::isTheSameAtEachBorderOfALongText()
     edit.setLineWrapMode(QTextEdit::NoWrap);
     edit.resize(600, 300);
     edit.show();
-    constexpr qsizetype eachSo = 499;
     constexpr int pieceLength = 2048;
     int seen = 0;
     const QList<OrderedText> texts = orderedTexts();
-    for (qsizetype i = 0; i < texts.size(); i += eachSo) {
+    for (qsizetype i = 0; i < texts.size(); i += stepOfTexts(499)) {
         const OrderedText &text = texts.at(i);
         const QString word = text.rightToLeft ? u"\u0627 "_s : u"a "_s;
         const auto expected = orderBetween(word, text, u' ' + word, edit.document()->defaultFont());
@@ -233,6 +318,62 @@ void TestBidiOrder::isTheSameAtEachBorderOfALongText()
         }
     }
     QVERIFY(seen > 500);
+}
+
+/// What is drawn of a long paragraph is drawn of segments, where its text runs in one direction,
+/// and of a layout of the whole otherwise. A segment ends with a line.
+void TestBidiOrder::looksTheSameAtEachBorderOfALongParagraph()
+{
+    QTextEdit edit;
+    // On a clock that stands still, everything is painted at once.
+    auto *layout = new LazyDocumentLayout(edit.document(), edit.viewport(), {}, {},
+                                          [] { return std::chrono::nanoseconds(0); });
+    edit.document()->setDocumentLayout(layout);
+    edit.setFont(QFont(u"Noto Sans"_s, 10));
+    edit.resize(300, 300);
+    edit.show();
+    const auto borderOf = [&](const QString &text, bool rightToLeft) {
+        show(edit, {{text, rightToLeft, {}}});
+        const QTextBlock block = edit.document()->firstBlock();
+        layout->blockBoundingRect(block);
+        const auto pieces = block.layout()->formats();
+        return pieces.size() < 2 ? -1 : pieces.at(1).start;
+    };
+    const int leftToRight = borderOf(u"a "_s.repeated(1500), false);
+    const int rightToLeft = borderOf(u"\u0627 "_s.repeated(1500), true);
+    QVERIFY(leftToRight > 1000 && rightToLeft > 1000);
+    int seen = 0;
+    int atBorder = 0;
+    // A number takes its order from the letters before it, which a segment does not hold.
+    QList<OrderedText> texts{{u"1-2"_s, true, {}}, {u"1-2"_s, false, {}}};
+    const QList<OrderedText> unicodes = orderedTexts();
+    for (qsizetype i = 0; i < unicodes.size(); i += stepOfTexts(1999))
+        texts << unicodes.at(i);
+    for (qsizetype i = 0; i < texts.size(); ++i) {
+        const OrderedText &text = texts.at(i);
+        const QString word = text.rightToLeft ? u"\u0627 "_s : u"a "_s;
+        const int words = (text.rightToLeft ? rightToLeft : leftToRight) / 2;
+        const int length = int(text.text.size());
+        for (int before = words - length / 2 - 1; before <= words + 1; ++before) {
+            const int start = 2 * before;
+            const QString all = word.repeated(before) + text.text + u' ' + word.repeated(100);
+            const int border = borderOf(all, text.rightToLeft);
+            atBorder += border >= start && border <= start + length + 1 ? 1 : 0;
+            const WholeText whole(all, text.rightToLeft, *edit.document());
+            const QTextLayout &own = *edit.document()->firstBlock().layout();
+            QVERIFY2(whole.standLike(own), qPrintable(text.text));
+            const QRect rows = whole.rows(start - 2, start + length + 2);
+            const QImage expected = whole.picture(rows);
+            const QImage drawn = WholeText::picture(rows, *edit.document());
+            QVERIFY2(drawn == expected,
+                     qPrintable(
+                         u"'%1' (text %2) at %3, cut at %4"_s.arg(text.text).arg(i).arg(start).arg(
+                             border)));
+            ++seen;
+        }
+    }
+    qInfo("%d places, %d at a border", seen, atBorder);
+    QVERIFY(atBorder > 10);
 }
 
 } // namespace tarn::console

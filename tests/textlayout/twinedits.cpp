@@ -209,9 +209,9 @@ QString TwinEdits::hitDifference(Qt::HitTestAccuracy accuracy)
     const QSizeF size = layoutOf(stock()).documentSize();
     const qreal height = std::min(size.height(), 600.0);
     const MeantHits meant(*stock().document());
-    for (qreal below = -7; below < height + 30; below += 9.5) {
+    for (qreal below = -7; below < height + 30; below += 6.5) {
         for (const qreal y : {below, size.height() - below}) {
-            for (qreal x = -9; x < size.width() + 30; x += 12.5) {
+            for (qreal x = -9; x < size.width() + 30; x += 17) {
                 const QPointF point(x, y);
                 const int answer = layoutOf(lazy()).hitTest(point, accuracy);
                 const int stocks = layoutOf(stock()).hitTest(point, accuracy);
