@@ -150,6 +150,8 @@ void PackedParagraphs::makeRoom(qint64 size)
 
 void PackedParagraphs::packText(const Entry &entry, QStringView text)
 {
+    if (text.isEmpty())
+        return;
     QByteArray &chunk = m_chunks.last();
     const qsizetype place = chunk.size();
     chunk.resize(place + text.size() * bytesPerUnit(entry.isWide));
