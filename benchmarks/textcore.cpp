@@ -174,7 +174,8 @@ void noteMemory(Report &report, const Case &benchmark, qsizetype sliceSize, qsiz
     const double bytes = double(allocatedBytes() - before);
     const QString row = rowOf(benchmark, sliceSize) + u", memory "_s;
     report.note(row + u"of a byte"_s, bytes / double(input.size()), u"B"_s);
-    report.note(row + u"of a paragraph"_s, bytes / double(transcript->packedParagraphs().size()), u"B"_s);
+    report.note(row + u"of a paragraph"_s, bytes / double(transcript->packedParagraphs().size()),
+                u"B"_s);
     report.note(row + u"of a record"_s, bytes / double(transcript->packedRecords().size()), u"B"_s);
 }
 

@@ -31,17 +31,27 @@ qint64 bytesPerUnit(bool isWide)
     return isWide ? 2 : 1;
 }
 
+QString textAt(const char *bytes, qint64 length, bool isWide)
+{
+    if (!isWide)
+        return QString::fromLatin1(bytes, length);
+    QString text(length, Qt::Uninitialized);
+    std::memcpy(text.data(), bytes, size_t(length) * sizeof(QChar));
+    return text;
+}
+
 } // namespace
 
 /// What does not fit into an entry stays as it is.
-bool PackedParagraphs::isPackable(const TranscriptParagraph &origin, QStringView text)
+bool PackedParagraphs::isPackable(const TranscriptParagraph &origin, QStringView text,
+                                  QStringView directionText)
 {
     const auto isSmall = [](auto value) {
         const auto number = static_cast<qint64>(value);
         return number >= 0 && number <= std::numeric_limits<qint8>::max();
     };
     return isSmall(origin.kind) && (!origin.stream || isSmall(*origin.stream))
-           && text.size() <= std::numeric_limits<qint32>::max();
+           && text.size() + directionText.size() < std::numeric_limits<qint32>::max() / 4;
 }
 
 void PackedParagraphs::add(const TranscriptParagraph &origin, QStringView text,
@@ -49,7 +59,7 @@ void PackedParagraphs::add(const TranscriptParagraph &origin, QStringView text,
 {
     Entry entry;
     entry.isTerminated = terminated;
-    if (terminated && isPackable(origin, text)) {
+    if (terminated && isPackable(origin, text, directionText)) {
         pack(&entry, origin, text, directionText);
     } else {
         TranscriptParagraph open = origin;
@@ -86,7 +96,8 @@ void PackedParagraphs::terminate(qint64 index)
     Entry &entry = m_entries[index];
     entry.isTerminated = true;
     const auto open = m_open.find(index);
-    if (open == m_open.end() || !isPackable(open->second, open->second.text))
+    if (open == m_open.end()
+        || !isPackable(open->second, open->second.text, open->second.directionText))
         return;
     const TranscriptParagraph paragraph = std::move(open->second);
     m_open.erase(open);
@@ -98,7 +109,7 @@ void PackedParagraphs::terminate(qint64 index)
 void PackedParagraphs::clear()
 {
     m_entries.clear();
-    m_bytes.clear();
+    m_chunks.clear();
     m_open.clear();
     m_unpacked.clear();
 }
@@ -106,7 +117,6 @@ void PackedParagraphs::clear()
 void PackedParagraphs::pack(Entry *entry, const TranscriptParagraph &origin, QStringView text,
                             QStringView directionText)
 {
-    entry->place = m_bytes.size();
     entry->length = static_cast<qint32>(text.size());
     entry->kind = static_cast<qint8>(origin.kind);
     entry->stream = origin.stream ? static_cast<qint8>(*origin.stream) : noStream;
@@ -115,19 +125,37 @@ void PackedParagraphs::pack(Entry *entry, const TranscriptParagraph &origin, QSt
     entry->isRightToLeft = console::firstStrongDirection(
                                QString::fromRawData(directionText.data(), directionText.size()))
                            == Qt::RightToLeft;
+
+    const qint64 length = directionText.size();
+    makeRoom((text.size() + length) * bytesPerUnit(entry->isWide) + qint64(sizeof length));
+    entry->chunk = static_cast<qint32>(m_chunks.size() - 1);
+    entry->place = static_cast<qint32>(m_chunks.last().size());
     packText(*entry, text);
     if (entry->hasDirectionText) {
-        const qint64 length = directionText.size();
-        m_bytes.append(reinterpret_cast<const char *>(&length), sizeof length);
+        m_chunks.last().append(reinterpret_cast<const char *>(&length), sizeof length);
         packText(*entry, directionText);
     }
 }
 
+/// Chunks never move. One array of all would, or take memory that is fresh from the system, which
+/// costs more than to fill it.
+void PackedParagraphs::makeRoom(qint64 size)
+{
+    constexpr qint64 usualChunk = 64 * 1024;
+    if (!m_chunks.isEmpty() && m_chunks.last().capacity() - m_chunks.last().size() >= size)
+        return;
+    m_chunks.append(QByteArray());
+    m_chunks.last().reserve(std::max(size, usualChunk));
+}
+
 void PackedParagraphs::packText(const Entry &entry, QStringView text)
 {
-    const qsizetype place = m_bytes.size();
-    m_bytes.resize(place + text.size() * bytesPerUnit(entry.isWide));
-    char *to = m_bytes.data() + place;
+    if (text.isEmpty())
+        return;
+    QByteArray &chunk = m_chunks.last();
+    const qsizetype place = chunk.size();
+    chunk.resize(place + text.size() * bytesPerUnit(entry.isWide));
+    char *to = chunk.data() + place;
     if (entry.isWide) {
         std::memcpy(to, text.data(), size_t(text.size()) * sizeof(QChar));
     } else {
@@ -136,25 +164,20 @@ void PackedParagraphs::packText(const Entry &entry, QStringView text)
     }
 }
 
-QString PackedParagraphs::textAt(const Entry &entry, qint64 place, qint64 length) const
+const char *PackedParagraphs::bytesOf(const Entry &entry) const
 {
-    const char *bytes = m_bytes.constData() + place;
-    if (!entry.isWide)
-        return QString::fromLatin1(bytes, length);
-    QString text(length, Qt::Uninitialized);
-    std::memcpy(text.data(), bytes, size_t(length) * sizeof(QChar));
-    return text;
+    return m_chunks[entry.chunk].constData() + entry.place;
 }
 
 void PackedParagraphs::appendTextTo(QString *text, qint64 index) const
 {
     const Entry &entry = m_entries[index];
-    if (entry.place == isOpen)
+    if (entry.chunk == isOpen)
         text->append(m_open.at(index).text);
     else if (entry.isWide)
-        text->append(textAt(entry, entry.place, entry.length));
+        text->append(textAt(bytesOf(entry), entry.length, true));
     else
-        text->append(QLatin1StringView(m_bytes.constData() + entry.place, entry.length));
+        text->append(QLatin1StringView(bytesOf(entry), entry.length));
 }
 
 QString PackedParagraphs::documentTextFrom(qint64 index) const
@@ -176,7 +199,7 @@ QString PackedParagraphs::documentTextFrom(qint64 index) const
 TranscriptParagraph PackedParagraphs::originOf(qint64 index) const
 {
     const Entry &entry = m_entries[index];
-    if (entry.place == isOpen) {
+    if (entry.chunk == isOpen) {
         const TranscriptParagraph &open = m_open.at(index);
         return {.kind = open.kind, .stream = open.stream, .text = {}, .directionText = {}};
     }
@@ -190,17 +213,17 @@ TranscriptParagraph PackedParagraphs::originOf(qint64 index) const
 TranscriptParagraph PackedParagraphs::at(qint64 index) const
 {
     const Entry &entry = m_entries[index];
-    if (entry.place == isOpen)
+    if (entry.chunk == isOpen)
         return m_open.at(index);
     TranscriptParagraph paragraph = originOf(index);
-    paragraph.text = textAt(entry, entry.place, entry.length);
+    const char *bytes = bytesOf(entry);
+    paragraph.text = textAt(bytes, entry.length, entry.isWide);
     paragraph.directionText = paragraph.text;
     if (entry.hasDirectionText) {
-        qint64 place = entry.place + entry.length * bytesPerUnit(entry.isWide);
+        bytes += entry.length * bytesPerUnit(entry.isWide);
         qint64 length = 0;
-        std::memcpy(&length, m_bytes.constData() + place, sizeof length);
-        place += qint64(sizeof length);
-        paragraph.directionText = textAt(entry, place, length);
+        std::memcpy(&length, bytes, sizeof length);
+        paragraph.directionText = textAt(bytes + sizeof length, length, entry.isWide);
     }
     return paragraph;
 }
@@ -208,13 +231,13 @@ TranscriptParagraph PackedParagraphs::at(qint64 index) const
 qint64 PackedParagraphs::textLength(qint64 index) const
 {
     const Entry &entry = m_entries[index];
-    return entry.place == isOpen ? m_open.at(index).text.size() : entry.length;
+    return entry.chunk == isOpen ? m_open.at(index).text.size() : entry.length;
 }
 
 Qt::LayoutDirection PackedParagraphs::firstStrongDirection(qint64 index) const
 {
     const Entry &entry = m_entries[index];
-    if (entry.place == isOpen)
+    if (entry.chunk == isOpen)
         return console::firstStrongDirection(m_open.at(index).directionText);
     return entry.isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight;
 }

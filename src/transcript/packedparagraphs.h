@@ -13,7 +13,7 @@
 namespace tarn::console {
 
 /// The paragraphs of a transcript, packed: a paragraph that has ended never changes, and most are
-/// short and Latin, so what it says is kept in one array with all others, in one byte for each
+/// short and Latin, so what it says is kept with others in one array, in one byte for each
 /// character where that will do. Those that may still grow are kept as they are. No index is
 /// checked.
 class PackedParagraphs
@@ -45,8 +45,9 @@ public:
 private:
     struct Entry
     {
-        qint64 place = isOpen; ///< where its text begins among the bytes
-        qint32 length = 0;     ///< of the text, unless it is open
+        qint32 chunk = isOpen; ///< which holds its text,
+        qint32 place = 0;      ///< from there on
+        qint32 length = 0;     ///< of the text
         qint8 kind = 0;
         qint8 stream = noStream;
         bool isTerminated : 1 = false;
@@ -54,17 +55,19 @@ private:
         bool isRightToLeft : 1 = false;
         bool hasDirectionText : 1 = false; ///< another, after the text
     };
-    static constexpr qint64 isOpen = -1;
+    static constexpr qint32 isOpen = -1;
     static constexpr qint8 noStream = -1;
 
-    static bool isPackable(const TranscriptParagraph &origin, QStringView text);
+    static bool isPackable(const TranscriptParagraph &origin, QStringView text,
+                           QStringView directionText);
     void pack(Entry *entry, const TranscriptParagraph &origin, QStringView text,
               QStringView directionText);
+    void makeRoom(qint64 size);
     void packText(const Entry &entry, QStringView text);
-    QString textAt(const Entry &entry, qint64 place, qint64 length) const;
+    const char *bytesOf(const Entry &entry) const;
 
     QList<Entry> m_entries;
-    QByteArray m_bytes;
+    QList<QByteArray> m_chunks;
     std::map<qint64, TranscriptParagraph> m_open; ///< by index
     mutable QList<TranscriptParagraph> m_unpacked;
     mutable bool m_isUnpacked = false;

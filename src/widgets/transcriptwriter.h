@@ -7,7 +7,6 @@
 
 #include <optional>
 
-class QTextBlock;
 class QTextCursor;
 class QTextDocument;
 

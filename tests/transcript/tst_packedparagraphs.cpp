@@ -114,6 +114,7 @@ class TestPackedParagraphs : public QObject
 
 private Q_SLOTS:
     void everyParagraphIsAsItWasAdded();
+    void longTextsAreKeptWhole();
     void aParagraphGrowsUntilItEnds_data();
     void aParagraphGrowsUntilItEnds();
     void theListIsUpToDateFromTheFirstTimeOn();
@@ -130,6 +131,21 @@ void TestPackedParagraphs::everyParagraphIsAsItWasAdded()
     QCOMPARE(paragraphs.all().size(), samples().size());
     for (qint64 i = 0; i < paragraphs.size(); ++i)
         compare(paragraphs.all()[i], samples()[i].paragraph);
+}
+
+void TestPackedParagraphs::longTextsAreKeptWhole()
+{
+    PackedParagraphs paragraphs;
+    QList<Sample> expected;
+    for (const int length : {40'000, 30'000, 100'000, 1, 65'536}) {
+        const QString wide(length, QChar(0x0645));
+        const QString narrow(length, u'a');
+        expected << outputOf(narrow, narrow) << outputOf(wide, wide)
+                 << outputOf(u"\\xFF" + wide, wide);
+    }
+    for (const Sample &sample : expected)
+        add(paragraphs, sample);
+    compareAll(paragraphs, expected);
 }
 
 void TestPackedParagraphs::aParagraphGrowsUntilItEnds_data()
