@@ -2,6 +2,7 @@
 
 #include "textlayout/advancetable.h"
 #include "textlayout/fallbackfonts.h"
+#include "textlayout/linebreaking.h"
 #include "textlayout/overlongclusters.h"
 #include "textlayout/textpieces.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "textlayout/escapedisplay.h"
-#include "textlayout/linebreaking.h"
+#include "textlayout/linebreaker.h"
 #include "textlayout/segmentedparagraph.h"
 #include "textlayout/segmentedparagraphcache.h"
 #include "textlayout/shapedblockcache.h"

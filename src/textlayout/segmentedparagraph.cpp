@@ -1,6 +1,7 @@
 #include "textlayout/segmentedparagraph.h"
 
 #include "textlayout/fallbackfonts.h"
+#include "textlayout/linebreaking.h"
 #include "textlayout/overlongclusters.h"
 #include "textlayout/textpieces.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "textlayout/linebreaker.h"
 #include "textlayout/linedrawing.h"
 
 #include <QFont>

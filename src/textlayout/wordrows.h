@@ -1,6 +1,6 @@
 #pragma once
 
-#include "textlayout/linebreaking.h"
+#include "textlayout/linebreaker.h"
 
 #include <QChar>
 #include <QFont>

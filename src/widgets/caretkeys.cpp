@@ -1,8 +1,11 @@
 #include "widgets/caretkeys.h"
 
+#include "widgets/linekeys.h"
+
 #include <QKeyEvent>
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTextEdit>
 #include <QTextLayout>
 
@@ -81,16 +84,16 @@ void putAtEnd(QTextEdit *text)
 
 bool isInFirstLine(const QTextEdit &text)
 {
-    QTextCursor start = text.textCursor();
-    start.movePosition(QTextCursor::Start);
-    return text.cursorRect().top() <= text.cursorRect(start).top();
+    QTextCursor caret = text.textCursor();
+    return caret.block() == text.document()->firstBlock()
+           && !LineKeys::moveOneLine(&caret, QTextCursor::Up, QTextCursor::MoveAnchor);
 }
 
 bool isInLastLine(const QTextEdit &text)
 {
-    QTextCursor end = text.textCursor();
-    end.movePosition(QTextCursor::End);
-    return text.cursorRect().top() >= text.cursorRect(end).top();
+    QTextCursor caret = text.textCursor();
+    return caret.block() == text.document()->lastBlock()
+           && !LineKeys::moveOneLine(&caret, QTextCursor::Down, QTextCursor::MoveAnchor);
 }
 
 } // namespace tarn::console::CaretKeys

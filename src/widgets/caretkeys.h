@@ -15,7 +15,8 @@ bool isCaretInSight(const QTextEdit &text);
 void putIntoNearestLineInSight(QTextEdit *text);
 void putAtEnd(QTextEdit *text);
 
-/// Whether the caret is in the first or last line of the text as it is shown.
+/// Whether the caret is in the first or last line of the text as it is shown. Looks at no other
+/// paragraph: one that is measured only now would move what is in sight.
 bool isInFirstLine(const QTextEdit &text);
 bool isInLastLine(const QTextEdit &text);
 

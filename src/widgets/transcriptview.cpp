@@ -234,6 +234,7 @@ void TranscriptView::keyPressEvent(QKeyEvent *event)
     }
     const bool movesCaret = CaretKeys::isCaretKey(*event);
     if (movesCaret) {
+        measureBeforeKey();
         bringCaretIntoSight();
         m_readingPlace.measurePagesBeside();
     }
@@ -250,6 +251,13 @@ void TranscriptView::showEndsAtTheCaret()
         bar->setValue(bar->maximum());
     else if (!followsEnd() && CaretKeys::isInFirstLine(*this))
         bar->setValue(bar->minimum());
+}
+
+/// To ask where the caret is measures its paragraph, which may be far above and move everything.
+void TranscriptView::measureBeforeKey()
+{
+    cursorRect();
+    m_readingPlace.measurePagesBeside();
 }
 
 /// The keys go on from where the user looks. A selection is to be extended instead.

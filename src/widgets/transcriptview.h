@@ -88,6 +88,7 @@ private:
     void showChanges(KeepPlace keepPlace, const std::function<void()> &update);
     void restoreCursor(int anchor, int position);
     void scrollToCursor();
+    void measureBeforeKey();
     void bringCaretIntoSight();
     void showEndsAtTheCaret();
     QColor colourOf(const QTextBlock &block, const QPalette &palette) const;

@@ -23,10 +23,12 @@ CommandStates::RunStates CommandStates::wantedStates() const
 {
     const bool active = m_parts.session->isActive();
     const bool inputOpen = m_parts.session->inputOpen();
+    const bool takesLine = inputOpen && !m_parts.session->inputPending();
     return {.open = !active,
             .run = !active && m_parts.source->hasSource(),
             .stop = active,
-            .send = inputOpen && !m_parts.session->inputPending(),
+            .draft = takesLine,
+            .send = takesLine,
             .closeInput = inputOpen};
 }
 
@@ -38,7 +40,8 @@ CommandStates::RunStates CommandStates::shownStates() const
     return {.open = isEnabled(Command::Open),
             .run = isEnabled(Command::Run),
             .stop = isEnabled(Command::Stop),
-            .send = isEnabled(Command::Send) && m_parts.input->isDraftEnabled(),
+            .draft = m_parts.input->isDraftEnabled(),
+            .send = isEnabled(Command::Send),
             .closeInput = isEnabled(Command::CloseInput)};
 }
 
@@ -61,7 +64,7 @@ void CommandStates::updateRun()
 void CommandStates::updateInput()
 {
     const RunStates states = wantedStates();
-    m_parts.input->setDraftEnabled(states.send);
+    m_parts.input->setDraftEnabled(states.draft);
     m_parts.commands->setEnabled(Command::Send, states.send);
     m_parts.commands->setEnabled(Command::CloseInput, states.closeInput);
     updateEdit();

@@ -45,7 +45,8 @@ private:
         bool open;
         bool run;
         bool stop;
-        bool send; ///< the draft too
+        bool draft;
+        bool send;
         bool closeInput;
 
         bool operator==(const RunStates &) const = default;

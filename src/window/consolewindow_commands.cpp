@@ -178,7 +178,8 @@ void ConsoleWindow::updateActionStates()
 
 void ConsoleWindow::sendDraft()
 {
-    m_input->send();
+    if (m_input->send())
+        m_states->followRun();
 }
 
 void ConsoleWindow::closeProgramInput()

@@ -27,16 +27,18 @@ QString InputController::draftText() const
     return m_draft->document()->toRawText();
 }
 
-void InputController::send()
+bool InputController::send()
 {
     const InputSendResult result = m_session->sendInput(draftText().toUtf8());
     const StatusMessage message = StatusTexts::sendResult(result);
-    if (result == InputSendResult::NotOneLine || result == InputSendResult::TooLong)
+    const bool isLine = result != InputSendResult::NotOneLine && result != InputSendResult::TooLong;
+    if (!isLine)
         showRefusal(message);
     else if (result == InputSendResult::Sent || result == InputSendResult::Pending)
         show(message); // what the program makes of the line says more
     else
         showNotice(message);
+    return isLine;
 }
 
 void InputController::clearDraft()
@@ -94,7 +96,8 @@ void InputController::reportRunEnd()
 
 void InputController::reportUnsavedSettings()
 {
-    showNotice(StatusTexts::settingsNotSaved());
+    if (!StatusTexts::saysNotSent(m_status->text()))
+        showNotice(StatusTexts::settingsNotSaved());
 }
 
 void InputController::show(const StatusMessage &message)

@@ -29,8 +29,9 @@ public:
     QString draftText() const;
 
     /// Hands the draft to the program as one line. The draft stays until clearDraft(): the caller
-    /// clears it when the session says that the line has been written.
-    void send();
+    /// clears it when the session says that the line has been written. False when it is no line
+    /// that a program can be sent, and the session has not been asked.
+    bool send();
     void clearDraft();
     /// Closes the program's input; the draft stays.
     void close();
@@ -48,7 +49,7 @@ public:
     /// draft was not sent.
     void reportRunStart();
     void reportRunEnd();
-    /// Where the run has nothing to do with it, and the next line sent takes its place.
+    /// Not in place of that the draft was not sent either.
     void reportUnsavedSettings();
 
 Q_SIGNALS:

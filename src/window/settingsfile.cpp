@@ -172,7 +172,11 @@ bool SettingsFile::write(const Preferences &preferences)
         lock.tryLock(0);
     const std::optional<QByteArray> content = contentOf(path);
     const QByteArray text = textOf(preferences, path);
-    return content && !text.isEmpty() && replace(path, SettingsText::merged(*content, text));
+    const bool written =
+        content && !text.isEmpty() && replace(path, SettingsText::merged(*content, text));
+    // What other QSettings of this program remember of the file is read again for a new one.
+    const QSettings afresh;
+    return written;
 }
 
 } // namespace tarn::console

@@ -26,6 +26,7 @@ import threading
 import time
 
 import plant
+import survivors
 
 ROOMS = {"session": 95, "transcript": 95, "widgets": 92, "textlayout": 92, "window": 92}
 HERE = pathlib.Path(__file__).resolve().parent
@@ -135,9 +136,10 @@ def find(work, rooms):
     return mutants
 
 
-def build(work, rooms, folders, jobs):
+def build(work, rooms, folders, reasons, jobs):
     copy_tree(work)
     mutants = find(work, rooms)
+    refuse_lost_reasons(reasons, rooms, [each.key for each in mutants])
     found, dropped = len(mutants), []
     for _ in range(12):
         plant.number(mutants)
@@ -351,38 +353,20 @@ def play_sample(work, options, wanted):
 
 # The report.
 
-def read_reasons(path):
-    """Reasons of survivors: lines "key => reason"; those of equivalent ones begin with it."""
-    reasons = {}
-    for line in path.read_text().splitlines() if path.exists() else []:
-        if line and not line.startswith("#"):
-            key, _, reason = line.partition(" => ")
-            reasons[key] = reason
-    return reasons
+def refuse_lost_reasons(reasons, rooms, keys):
+    """Ends when the list names faults that can be planted nowhere."""
+    lost = survivors.without_place(reasons, rooms, keys)
+    for key in lost:
+        say(f"in the list of survivors, and nowhere in the sources: {key}")
+    if lost:
+        sys.exit(1)
 
 
 def report(work, options, wanted):
-    results, reasons = read_results(work), read_reasons(options.survivors)
-    say(f"\n{'room':<12}{'played':>8}{'killed':>8}{'equal':>7}{'alive':>7}{'rate':>8}")
-    bad = False
-    for room, bar in ROOMS.items():
-        own = [(each, results[each["key"]]) for each in wanted
-               if each["room"] == room and each["key"] in results]
-        if not own:
-            continue
-        killed = sum(result["status"] == "killed" for _, result in own)
-        left = [each for each, result in own if result["status"] != "killed"]
-        equal = sum(reasons.get(each["key"], "").startswith("equivalent") for each in left)
-        rate = 100 * killed / max(1, len(own) - equal)
-        say(f"{room:<12}{len(own):>8}{killed:>8}{equal:>7}{len(left) - equal:>7}{rate:>7.1f}%"
-            + ("" if rate >= bar else f"  below {bar}%"))
-        bad = bad or rate < bar
-        for each in left:
-            if each["key"] not in reasons:
-                bad = True
-                say(f"  {results[each['key']]['status']}, no reason: {each['key']}"
-                    f" ({each['file']}:{each['line']})")
-    return not bad
+    return survivors.report(
+        read_results(work), survivors.read_reasons(options.survivors),
+        [(each["key"], each["room"], f"{each['file']}:{each['line']}") for each in wanted],
+        ROOMS, say)
 
 
 def main():
@@ -402,15 +386,22 @@ def main():
     parser.add_argument("--keep-build", action="store_true",
                         help="with the build and the reach as they are")
     parser.add_argument("--report", action="store_true", help="only tell what is known")
-    parser.add_argument("--survivors", type=pathlib.Path, default=HERE / "survivors.txt")
+    parser.add_argument("--check", action="store_true",
+                        help="only find the places, and compare the list of survivors with them")
+    parser.add_argument("--survivors", type=pathlib.Path, default=survivors.LIST)
     parser.add_argument("--folder", type=pathlib.Path, default=pathlib.Path("build/mutants"))
     options = parser.parse_args()
     root = pathlib.Path.cwd()
     work = Work(root, options.folder.resolve())
     work.folder.mkdir(parents=True, exist_ok=True)
+    if options.check:
+        refuse_lost_reasons(survivors.read_reasons(options.survivors), set(options.rooms),
+                            [each.key for each in find(work, set(options.rooms))])
+        return
     if not options.report and not (options.keep_build and work.tests.exists()):
         folders = set(options.rooms) | set(options.tests)
-        build(work, set(options.rooms), folders, options.jobs)
+        build(work, set(options.rooms), folders, survivors.read_reasons(options.survivors),
+              options.jobs)
         note_reach(work, folders, options.jobs)
     plan = [each for each in json.loads(work.plan.read_text()) if not plant.is_none(each["key"])]
     if options.only:

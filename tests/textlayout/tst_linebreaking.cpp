@@ -1,3 +1,4 @@
+#include "textlayout/linebreaker.h"
 #include "textlayout/linebreaking.h"
 
 #include "support/testregistry.h"
@@ -25,6 +26,8 @@ private Q_SLOTS:
     void theAlignmentOfABlockIsTakenAsItIs_data();
     void theAlignmentOfABlockIsTakenAsItIs();
     void afterACharacterThatIsTooWideLinesEndAsInATextDocument();
+    void piecesMakeNoLineWider_data();
+    void piecesMakeNoLineWider();
 };
 
 void TestLineBreaking::aBlockWithoutAlignmentTakesTheSideOfItsDirection_data()
@@ -104,6 +107,42 @@ void TestLineBreaking::afterACharacterThatIsTooWideLinesEndAsInATextDocument()
     }
     QVERIFY(layout.lineAt(0).naturalTextWidth() > 1);
     QCOMPARE(size.width, widest);
+}
+
+void TestLineBreaking::piecesMakeNoLineWider_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("border");
+    QTest::newRow("after a blank") << u"word word x word word"_s << 10;
+    QTest::newRow("after a tab") << u"word\tword\tword word"_s << 10;
+    QTest::newRow("after a tab and a blank") << u"word\tword\t x word"_s << 11;
+    QTest::newRow("right to left") << u"\u05E9\u05DC\u05D5\u05DD word \u05E9\u05DC"_s << 10;
+}
+
+/// A line that ends where a piece begins, in a page that is hardly as wide.
+void TestLineBreaking::piecesMakeNoLineWider()
+{
+    QFETCH(QString, text);
+    QFETCH(int, border);
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    option.setTabStopDistance(40);
+    QTextCharFormat format;
+    format.setFontCapitalization(QFont::MixedCase);
+    QTextLayout whole(text, QFont(u"Noto Sans"_s, 9));
+    QTextLayout inPieces(text, QFont(u"Noto Sans"_s, 9));
+    inPieces.setFormats({{.start = 0, .length = border, .format = format},
+                         {.start = border, .length = int(text.size()) - border, .format = format}});
+    int endingThere = 0;
+    for (qreal width = 30; width < 150; width += 0.125) {
+        const ParagraphSize expected = breakIntoLines(&whole, text, option, width);
+        const ParagraphSize size = breakIntoLines(&inPieces, text, option, width);
+        QVERIFY2(size.width <= std::max(expected.width, width), qPrintable(QString::number(width)));
+        QCOMPARE(size.height, expected.height);
+        for (int i = 0; i < inPieces.lineCount(); ++i)
+            endingThere += inPieces.lineAt(i).textStart() == border ? 1 : 0;
+    }
+    QVERIFY(endingThere > 0);
 }
 
 } // namespace tarn::console

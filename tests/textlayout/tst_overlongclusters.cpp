@@ -1,7 +1,7 @@
 #include "textlayout/overlongclusters.h"
 
 #include "support/testregistry.h"
-#include "textlayout/linebreaking.h"
+#include "textlayout/linebreaker.h"
 
 #include <QTest>
 #include <QTextLayout>

@@ -5,9 +5,33 @@
 
 #include <QScrollBar>
 #include <QTest>
+#include <QTextCursor>
 #include <QTextDocument>
 
+using namespace Qt::StringLiterals;
+
 namespace tarn::console {
+
+namespace {
+
+/// The middle of a text whose first paragraph is lower than a guess takes it for: each two of its
+/// letters are joined into one.
+struct ViewAmongGuesses : ShownView
+{
+    ViewAmongGuesses()
+    {
+        print(u"لا"_s.repeated(2000).toUtf8() + '\n' + numberedLines(1, 4000));
+        scrollTo(scrollMaximum() / 2);
+        view.setFocus();
+    }
+    bool isExact() const
+    {
+        return qobject_cast<LazyDocumentLayout *>(view.document()->documentLayout())->isExact();
+    }
+    QTextCursor at(QPoint point) const { return view.cursorForPosition(point); }
+};
+
+} // namespace
 
 /// What the view makes of heights: of those that are guesses still, and of its own.
 class TestTranscriptViewHeights : public QObject
@@ -16,6 +40,8 @@ class TestTranscriptViewHeights : public QObject
 
 private Q_SLOTS:
     void aJumpAmongGuessedHeightsStaysWhereItWent();
+    void aKeyShowsTheCaretAmongGuessedHeights();
+    void aKeyGoesOnFromWhereTheReaderIsAmongGuessedHeights();
     void theMinimumHeightHoldsALineAndThePlaceOfTheNext();
 };
 
@@ -36,6 +62,30 @@ void TestTranscriptViewHeights::aJumpAmongGuessedHeightsStaysWhereItWent()
     QVERIFY(!shown.view.followsEnd());
     QVERIFY(waitWhileBusy(layout, [layout] { return layout->isExact(); }));
     QCOMPARE(shown.topBlock(), there);
+}
+
+void TestTranscriptViewHeights::aKeyShowsTheCaretAmongGuessedHeights()
+{
+    ViewAmongGuesses shown;
+    const int bottom = shown.view.viewport()->height() - 1;
+    shown.view.setTextCursor(shown.at(QPoint(0, bottom)));
+    const int last = shown.view.textCursor().blockNumber();
+    QVERIFY(!shown.isExact());
+    QTest::keyClick(&shown.view, Qt::Key_Down);
+    QCOMPARE(shown.view.textCursor().blockNumber(), last + 1);
+    const QRect caret = shown.view.cursorRect();
+    QVERIFY2(caret.top() > 0 && caret.bottom() <= bottom, qPrintable(QString::number(caret.top())));
+}
+
+void TestTranscriptViewHeights::aKeyGoesOnFromWhereTheReaderIsAmongGuessedHeights()
+{
+    ViewAmongGuesses shown;
+    const int top = shown.topBlock();
+    QVERIFY(!shown.isExact());
+    QTest::keyClick(&shown.view, Qt::Key_Down);
+    QVERIFY(shown.view.textCursor().blockNumber() - top <= 2);
+    QVERIFY(shown.view.textCursor().blockNumber() >= top);
+    QCOMPARE(shown.topBlock(), top);
 }
 
 void TestTranscriptViewHeights::theMinimumHeightHoldsALineAndThePlaceOfTheNext()

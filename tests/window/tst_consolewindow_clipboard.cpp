@@ -1,4 +1,5 @@
 #include "support/testregistry.h"
+#include "widgets/clipboardoffer.h"
 #include "window/consolewindowfixture.h"
 
 #include <QApplication>
@@ -228,7 +229,7 @@ void TestConsoleWindowClipboard::aPasteComesWhenTheOwnerAnswers()
     QVERIFY(fixture.run());
     QElapsedTimer took;
     took.start();
-    QTest::qWait(200);
+    QTRY_VERIFY(fixture.window->findChild<ClipboardOffer *>()->isSilent());
     fixture.trigger("pasteAction");
     QCOMPARE(fixture.focus(), u"inputDraft"_s);
     fixture.trigger("stopAction");
@@ -258,7 +259,7 @@ void TestConsoleWindowClipboard::aPasteIsForgotten()
     const ConsoleWindowFixture fixture("wait-forever");
     QVERIFY(fixture.show());
     QVERIFY(fixture.run());
-    QTest::qWait(200);
+    QTRY_VERIFY(fixture.window->findChild<ClipboardOffer *>()->isSilent());
     fixture.trigger("pasteAction");
     const QString typed = byAKey ? u"x"_s : QString();
     if (byAKey)

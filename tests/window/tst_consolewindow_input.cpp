@@ -36,6 +36,7 @@ class TestConsoleWindowInput : public QObject
 private Q_SLOTS:
     void sendingWithoutAProgram_data();
     void sendingWithoutAProgram();
+    void sendingSetsTheControlsRight();
     void sendingWhileStarting();
     void sendingAfterTheInputWasClosed();
     void secondLineWhileOneIsPending();
@@ -74,6 +75,23 @@ void TestConsoleWindowInput::sendingWithoutAProgram()
     fixture.draft()->setPlainText(u"x"_s.repeated(65'537));
     fixture.window->sendDraft();
     QCOMPARE(fixture.inputStatus(), tooLong);
+}
+
+void TestConsoleWindowInput::sendingSetsTheControlsRight()
+{
+    const ConsoleWindowFixture fixture("exit 0");
+    fixture.draft()->setEnabled(true);
+    fixture.action("sendAction")->setEnabled(true);
+    fixture.draft()->setPlainText(u"x"_s.repeated(65'537));
+    fixture.window->sendDraft();
+    QVERIFY(fixture.draft()->isEnabled());
+    QVERIFY(fixture.action("sendAction")->isEnabled());
+
+    fixture.draft()->setPlainText(u"draft"_s);
+    fixture.window->sendDraft();
+    QCOMPARE(fixture.inputStatus(), notRunning);
+    QVERIFY(!fixture.draft()->isEnabled() && !fixture.action("sendAction")->isEnabled());
+    QCOMPARE(fixture.window->draftText(), u"draft"_s);
 }
 
 void TestConsoleWindowInput::sendingWhileStarting()

@@ -75,6 +75,7 @@ private Q_SLOTS:
     void theStartUpLanguageGoesBeforeTheSavedOne();
     void writesExactlySixKeysOnClosing();
     void writesAtOnceWhenTheLanguageIsChosen();
+    void whatIsWrittenIsSeenByOtherSettings();
     void writesAtOnceWhenAnInterpreterIsChosen();
     void doesNotWriteWhenASourceIsChosen();
     void doesNotRememberZoomAndDirection();
@@ -233,6 +234,17 @@ void TestConsoleWindowPreferences::writesAtOnceWhenTheLanguageIsChosen()
     QCOMPARE(inputStatus(*window), QString());
     trigger(*window, u"arabicLanguageAction"_s);
     QCOMPARE(stored(u"interfaceLanguage"_s), u"ar"_s);
+}
+
+/// All QSettings of a program share what they remember of a file.
+void TestConsoleWindowPreferences::whatIsWrittenIsSeenByOtherSettings()
+{
+    QSettings settings;
+    settings.setValue("interfaceLanguage", u"ar"_s);
+    settings.sync();
+    const auto window = showWindow();
+    trigger(*window, u"englishLanguageAction"_s);
+    QCOMPARE(settings.value("interfaceLanguage"), u"en"_s);
 }
 
 void TestConsoleWindowPreferences::writesAtOnceWhenAnInterpreterIsChosen()
