@@ -7,7 +7,8 @@
 #include <QTextLayout>
 
 #include <algorithm>
-#include <limits>
+#include <array>
+#include <utility>
 
 namespace tarn::console {
 
@@ -23,6 +24,17 @@ constexpr qsizetype maximumLength = 64;
 int inUnits(qreal pixels)
 {
     return qRound(pixels * unitsPerPixel);
+}
+
+bool isDigit(char16_t code)
+{
+    return code >= u'0' && code <= u'9';
+}
+
+bool isAscii(QStringView text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](QChar character) { return character > u' ' && character <= u'~'; });
 }
 
 bool runsToTheRight(QChar character)
@@ -139,7 +151,7 @@ void WordRows::setFont(const QFont &font, QPaintDevice *device, const AdvanceTab
     m_device = device;
     m_heights = heights;
     m_blank = UnbrokenText(QString(3, u' '), font, device).widthOf(1, 1);
-    m_words.clear();
+    m_scripts.clear();
 }
 
 std::optional<ParagraphSize> WordRows::sizeOf(QStringView text, const QTextOption &option,
@@ -161,7 +173,10 @@ std::optional<ParagraphSize> WordRows::sizeOf(QStringView text, const QTextOptio
 bool WordRows::fill(Rows *rows, QStringView text)
 {
     const QChar letter = letterOf(text);
-    Words &words = m_words[letter.script()];
+    // Nothing is worth knowing of the others, and to find a font for them may take long.
+    if (!letter.isNull() && !(runsToTheRight(letter) && m_heights->lineOf({&letter, 1}).certain))
+        return false;
+    Script &script = scriptOf(letter);
     for (qsizetype start = 0, end = 0; end < text.size();) {
         for (start = end; start < text.size() && text[start] == u' ';)
             ++start;
@@ -170,7 +185,7 @@ bool WordRows::fill(Rows *rows, QStringView text)
             ++end;
         if (start == end)
             return rows->setGap(blanks * m_blank);
-        const Word &word = wordOf(&words, text.sliced(start, end - start), letter);
+        const Word &word = wordOf(&script, text.sliced(start, end - start), letter);
         const qsizetype gap = blanks > 0 ? (blanks - 1) * m_blank + word.blankBefore : 0;
         if (word.parts.empty() || !rows->setGap(gap))
             return false;
@@ -186,17 +201,57 @@ bool WordRows::fill(Rows *rows, QStringView text)
     return true;
 }
 
-const WordRows::Word &WordRows::wordOf(Words *words, QStringView text, QChar letter) const
+WordRows::Script &WordRows::scriptOf(QChar letter)
+{
+    const auto [script, isNew] = m_scripts.try_emplace(letter.script());
+    if (isNew)
+        script->second.digitOverhang = digitOverhang(letter);
+    return script->second;
+}
+
+/// Sets each digit between all characters, and sees whether that makes a difference.
+std::optional<int> WordRows::digitOverhang(QChar letter) const
+{
+    std::vector<int> expected;
+    int overhang = 0;
+    for (char16_t digit = u'0'; digit <= u'9'; ++digit) {
+        QString text = letter.isNull() ? QString() : QString(letter);
+        for (char16_t other = u'!'; other <= u'~'; ++other)
+            text += QString(QChar(other)) + QChar(digit);
+        text += QString(u' ') + QChar(digit);
+        const UnbrokenText line(text, m_font, m_device);
+        std::vector<int> widths;
+        for (qsizetype i = 0; i < text.size(); ++i)
+            widths.push_back(line.widthOf(i, 1));
+        if (digit == u'0')
+            expected = widths;
+        else if (widths != expected)
+            return std::nullopt;
+        overhang = std::max(overhang, line.overhang());
+    }
+    return overhang;
+}
+
+const WordRows::Word &WordRows::wordOf(Script *script, QStringView text, QChar letter) const
 {
     static const Word unknown;
     if (text.size() > maximumLength)
         return unknown;
-    const std::u16string_view key(text.utf16(), static_cast<std::size_t>(text.size()));
-    if (const auto known = words->find(key); known != words->end())
+    std::array<char16_t, maximumLength> characters{};
+    const auto end = std::copy(text.utf16(), text.utf16() + text.size(), characters.begin());
+    const bool isNumber = script->digitOverhang && isAscii(text);
+    if (isNumber)
+        std::replace_if(characters.begin(), end, isDigit, u'0');
+    const std::u16string_view key(characters.data(), static_cast<std::size_t>(text.size()));
+
+    if (const auto known = script->words.find(key); known != script->words.end())
         return known->second;
-    if (words->size() == maximumWords)
-        words->clear();
-    return words->emplace(key, measure(text.toString(), letter)).first->second;
+    if (script->words.size() == maximumWords)
+        script->words.clear();
+    Word word = measure(QString::fromUtf16(key.data(), text.size()), letter);
+    if (isNumber && isDigit(key.back()) && !word.parts.empty())
+        word.parts.back().overhang = *script->digitOverhang;
+    return script->words.emplace(key, std::move(word)).first->second;
 }
 
 /// Twice in a text: once between blanks, and once at the end.

@@ -63,11 +63,20 @@ private:
             return std::hash<std::u16string_view>()(word);
         }
     };
-    using Words = std::unordered_map<std::u16string, Word, Hash, std::equal_to<>>;
+    /// What is known of the words of a script.
+    struct Script
+    {
+        std::unordered_map<std::u16string, Word, Hash, std::equal_to<>> words;
+        /// How far any digit reaches over its width, if all take the same room beside whatever
+        /// there is in ASCII. Then all numbers of a length are one word.
+        std::optional<int> digitOverhang;
+    };
 
     class Rows;
     bool fill(Rows *rows, QStringView text);
-    const Word &wordOf(Words *words, QStringView text, QChar letter) const;
+    Script &scriptOf(QChar letter);
+    std::optional<int> digitOverhang(QChar letter) const;
+    const Word &wordOf(Script *script, QStringView text, QChar letter) const;
     Word measure(const QString &text, QChar letter) const;
     bool isPlain(const QString &text, QChar letter) const;
     std::optional<int> heightOf(const std::vector<qsizetype> &rowStarts, QStringView text) const;
@@ -76,7 +85,7 @@ private:
     QPaintDevice *m_device = nullptr;
     const AdvanceTable *m_heights = nullptr;
     int m_blank = 0;
-    std::map<QChar::Script, Words> m_words; ///< by the script of their text
+    std::map<QChar::Script, Script> m_scripts; ///< of texts
 };
 
 } // namespace tarn::console

@@ -82,6 +82,8 @@ QString textOf(QRandomGenerator *random, int words, int others)
 {
     QString text(random->bounded(8) == 0 ? random->bounded(1, 4) : 0, u' ');
     for (int i = 0; i < words; ++i) {
+        if (random->bounded(6) == 0)
+            text += QString::number(random->generate() >> random->bounded(32));
         text +=
             random->bounded(100) < others ? oneOf(otherWords, random) : oneOf(usualWords, random);
         text += QString(random->bounded(10) == 0 ? random->bounded(2, 9) : 1, u' ');
