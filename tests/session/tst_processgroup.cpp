@@ -34,7 +34,6 @@ private Q_SLOTS:
     void neverSignalsItselfOrEverybody();
     void aGroupThatIsGoneNeedsNoSignal();
     void signalsALivingGroup();
-    void signalsTheLeadersGroupOnce();
     void theSessionOfALivingLeaderIsNoOrphan();
     void theReaperKillsAfterTheGrace();
     void theReaperKillsWhenItIsDestroyed();
@@ -80,22 +79,6 @@ void TestProcessGroup::signalsALivingGroup()
     QVERIFY(run.waitForOutput("asked\n"));
     QVERIFY(run.session.closeInput());
     QVERIFY(run.waitForOutcome());
-}
-
-/// Whoever handles SIGTERM may take a second one for impatience.
-void TestProcessGroup::signalsTheLeadersGroupOnce()
-{
-    SessionRun run("show-ids\n"
-                   "report-term asked\\n\n"
-                   "ready\n"
-                   "read-line\n");
-    QVERIFY(run.startUntilReady());
-    const pid_t leader = run.report("group"_ba).toInt();
-    QCOMPARE(signalSession(leader, SIGTERM), SignalDelivery::Delivered);
-    QVERIFY(run.waitForOutput("asked\n"));
-    QVERIFY(run.session.closeInput());
-    QVERIFY(run.waitForOutcome());
-    QCOMPARE(run.output().count("asked\n"), 1);
 }
 
 void TestProcessGroup::theSessionOfALivingLeaderIsNoOrphan()

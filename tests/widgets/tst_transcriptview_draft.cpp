@@ -78,6 +78,7 @@ private Q_SLOTS:
     void anUndoIsNeverOnlyAFormatChange();
     void turningLosesNothingBetweenEqualCharacters_data();
     void turningLosesNothingBetweenEqualCharacters();
+    void aReplacementThatTurnsKeepsTheRest();
     void aFreshDraftHasNothingToUndo();
     void aSwitchedDirectionHoldsAfterUndo_data();
     void aSwitchedDirectionHoldsAfterUndo();
@@ -389,6 +390,23 @@ void TestTranscriptViewDraft::turningLosesNothingBetweenEqualCharacters()
     draft.setTextCursor(cursor);
     QTest::keyClick(&draft, Qt::Key_Delete);
     QCOMPARE(draft.toPlainText(), before);
+    QCOMPARE(sideOf(draft), u"L"_s);
+}
+
+void TestTranscriptViewDraft::aReplacementThatTurnsKeepsTheRest()
+{
+    ShownView shown;
+    InputEditor &draft = shown.draft;
+    type(draft, u"abc"_s);
+    QTextCursor cursor = draft.textCursor();
+    cursor.setPosition(0);
+    cursor.setPosition(1, QTextCursor::KeepAnchor);
+    draft.setTextCursor(cursor);
+    draft.insertPlainText(u"م"_s);
+    QCOMPARE(draft.toPlainText(), u"مbc"_s);
+    QCOMPARE(sideOf(draft), u"R"_s);
+    undo(draft);
+    QCOMPARE(draft.toPlainText(), u"abc"_s);
     QCOMPARE(sideOf(draft), u"L"_s);
 }
 

@@ -33,7 +33,6 @@ private Q_SLOTS:
     void everythingFits_data();
     void everythingFits();
     void theUsualMinimumSizeReturnsWithTheUsualFont();
-    void theMinimumIsNeverLargerThanTheScreen();
     void aLongStatusMessageIsShownWhole();
     void theTranscriptGetsTheSpareHeight();
     void menusHaveTheWindowsFont();
@@ -163,22 +162,6 @@ void TestConsoleWindowFonts::theUsualMinimumSizeReturnsWithTheUsualFont()
     QTRY_VERIFY(window.minimumHeight() > 500);
     window.resetZoom();
     QTRY_COMPARE(window.minimumSize(), QSize(800, 500));
-}
-
-/// Unless the screen is smaller than the usual minimum.
-void TestConsoleWindowFonts::theMinimumIsNeverLargerThanTheScreen()
-{
-    QSettings().setValue("fontPointSize", 36);
-    ConsoleWindow window({.interfaceLanguage = u"en"_s});
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    window.zoomBy(100);
-    QTRY_VERIFY(!fitsTheScreen(window));
-    const QSize screen = window.screen()->availableSize();
-    QTRY_COMPARE(window.minimumSize(),
-                 window.minimumSizeHint().boundedTo(screen).expandedTo(QSize(800, 500)));
-    QVERIFY(window.minimumSizeHint().height() > window.minimumHeight());
-    QSettings().remove("fontPointSize");
 }
 
 void TestConsoleWindowFonts::aLongStatusMessageIsShownWhole()
