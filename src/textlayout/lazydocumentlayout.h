@@ -12,6 +12,7 @@
 #include <QTextBlock>
 
 #include <functional>
+#include <optional>
 
 namespace tarn::console {
 
@@ -93,7 +94,7 @@ public:
     void setKeepsEscapes(bool keeps) { m_shaper.setKeepsEscapes(keeps); }
 
     /// As long as the result lives, whoever changes the document leaves its texts as they are.
-    auto keepTexts() { return QScopedValueRollback(m_keepsTexts, true); }
+    auto keepTexts() { return QScopedValueRollback(m_texts.areKept, true); }
 
     void draw(QPainter *painter, const PaintContext &context) override;
     int hitTest(const QPointF &point, Qt::HitTestAccuracy accuracy) const override;
@@ -121,6 +122,7 @@ private:
     {
         TextColour colour; ///< null for the palette's
         KnownText known;
+        bool areKept = false; ///< changes are of formats
     };
 
     bool isLaidOut() const;
@@ -131,9 +133,8 @@ private:
     void changeEverything(bool sameTexts);
     QTextBlock changeBlocks(int from, int charsRemoved, int charsAdded);
     void reshape(QTextBlock block, int charsAdded);
-    void estimate(QTextBlock block, int number, int *promptCharacters);
-    void estimateAgain(const QTextBlock &block, int number, qreal widthBefore,
-                       int *promptCharacters);
+    void estimate(QTextBlock block, int number, int *promptCharacters,
+                  std::optional<qreal> widthBefore = {});
     void guess(const QTextBlock &block, const BlockHeight &height);
     bool measureOnce(Sight sight, bool *hasShaped);
     bool measureGuesses();
@@ -156,7 +157,6 @@ private:
     mutable BlockShaper m_shaper;
     mutable qreal m_widestLine = 0;
     bool m_shapesLongBlocks = true;
-    bool m_keepsTexts = false; ///< changes are of formats
     mutable LayoutTurn m_turn;
     QBasicTimer m_idleTimer;
 };

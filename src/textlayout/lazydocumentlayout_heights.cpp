@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace tarn::console {
 
@@ -55,14 +56,14 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
     const bool newFont = m_setting.take(document(), paintDevice(), [this] { m_shaper.clear(); });
     if (newFont)
         m_shaper.setFont(m_setting.font(), m_setting.heights());
-    if (m_keepsTexts)
+    if (m_texts.areKept)
         m_shaper.clear();
     // The wide line may be gone. A change of a format is no removal, it counts the same twice.
     const bool maybeNarrower =
         charsRemoved > 0 && charsRemoved != charsAdded && m_widestLine > lineWidth();
     qreal top = 0;
     if (noHeights || newFont || wholeDocument || maybeNarrower)
-        changeEverything(!noHeights && !newFont && (m_keepsTexts || charsRemoved == 0));
+        changeEverything(!noHeights && !newFont && (m_texts.areKept || charsRemoved == 0));
     else
         top = topOf(changeBlocks(from, charsRemoved, charsAdded));
     m_blockCount = document()->blockCount();
@@ -93,27 +94,9 @@ void LazyDocumentLayout::changeEverything(bool sameTexts)
     int prompt = document()->characterCount() <= promptCharacters ? promptCharacters : 0;
     int number = 0;
     for (QTextBlock block = document()->firstBlock(); block.isValid(); block = block.next()) {
-        if (sameTexts)
-            estimateAgain(block, number, widthBefore, &prompt);
-        else
-            estimate(block, number, &prompt);
+        estimate(block, number, &prompt, sameTexts ? std::optional(widthBefore) : std::nullopt);
         ++number;
     }
-}
-
-/// Of a block that has the same text as before, and is not shaped.
-void LazyDocumentLayout::estimateAgain(const QTextBlock &block, int number, qreal widthBefore,
-                                       int *promptCharacters)
-{
-    // The pixels are another search in the document's tree, which most blocks do not need.
-    const auto known = BlockHeight::fromUserState(block.userState());
-    const bool fits = known.oneLineWidth <= lineWidth();
-    if (fits && known.certainty == BlockHeight::Certainty::OneLine)
-        return;
-    if (!fits && known.isSized() && block.length() > *promptCharacters)
-        guess(block, BlockHeight::of(block).guessedAgain(widthBefore, lineWidth()));
-    else
-        estimate(block, number, promptCharacters);
 }
 
 /// Returns the first block that changed.
@@ -142,10 +125,8 @@ QTextBlock LazyDocumentLayout::changeBlocks(int from, int charsRemoved, int char
     int prompt = promptCharacters;
     int number = first.blockNumber();
     for (QTextBlock block = first; block.isValid(); block = block.next()) {
-        if (m_keepsTexts)
-            estimateAgain(block, number, lineWidth(), &prompt);
-        else
-            estimate(block, number, &prompt);
+        estimate(block, number, &prompt,
+                 m_texts.areKept ? std::optional(lineWidth()) : std::nullopt);
         if (block == last)
             break;
         ++number;
@@ -169,8 +150,21 @@ void LazyDocumentLayout::reshape(QTextBlock block, int charsAdded)
     }
 }
 
-void LazyDocumentLayout::estimate(QTextBlock block, int number, int *promptCharacters)
+/// With a line width before, the block has the same text as then, and is not shaped.
+void LazyDocumentLayout::estimate(QTextBlock block, int number, int *promptCharacters,
+                                  std::optional<qreal> widthBefore)
 {
+    if (widthBefore) {
+        // The pixels are another search in the document's tree, which most blocks do not need.
+        const auto known = BlockHeight::fromUserState(block.userState());
+        const bool fits = known.oneLineWidth <= lineWidth();
+        if (fits && known.certainty == BlockHeight::Certainty::OneLine)
+            return;
+        if (!fits && known.isSized() && block.length() > *promptCharacters) {
+            guess(block, BlockHeight::of(block).guessedAgain(*widthBefore, lineWidth()));
+            return;
+        }
+    }
     m_shaper.reset(block);
     const QStringView known =
         m_texts.known ? m_texts.known(number, block.length() - 1) : QStringView();
