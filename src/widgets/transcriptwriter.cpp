@@ -3,6 +3,7 @@
 #include "textlayout/blockshaper.h"
 #include "widgets/blockpresentation.h"
 
+#include <QScopedValueRollback>
 #include <QSignalBlocker>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -16,6 +17,10 @@ TranscriptWriter::TranscriptWriter(Transcript *transcript, QTextDocument *docume
     : m_transcript(transcript)
     , m_document(document)
 {
+    QObject::connect(document, &QTextDocument::contentsChange, &m_context, [this] {
+        if (!m_isUpdating)
+            m_shownAcknowledgement.reset();
+    });
 }
 
 void TranscriptWriter::acknowledge()
@@ -26,6 +31,7 @@ void TranscriptWriter::acknowledge()
 
 void TranscriptWriter::update()
 {
+    const QScopedValueRollback guard(m_isUpdating, true);
     const TranscriptChanges &changes = m_transcript->changes();
     if (changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
         rebuild();
@@ -200,9 +206,12 @@ void TranscriptWriter::applyFormats()
 
 ParagraphPresentation TranscriptWriter::presentationOfBlock(int number) const
 {
-    const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
-    return shows(paragraph) ? m_transcript->presentationForParagraph(paragraph)
-                            : ParagraphPresentation();
+    // What was never shown here may be shown by somebody else, a block for each paragraph.
+    const bool isOurs = m_blockMap.paragraphCount() > 0;
+    const qint64 paragraph = isOurs ? m_blockMap.paragraphOfBlock(number) : number;
+    const bool isShown =
+        isOurs ? shows(paragraph) : paragraph < m_transcript->packedParagraphs().size();
+    return isShown ? m_transcript->presentationForParagraph(paragraph) : ParagraphPresentation();
 }
 
 std::optional<TranscriptParagraph> TranscriptWriter::originOfBlock(int number) const

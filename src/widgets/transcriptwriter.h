@@ -3,6 +3,7 @@
 #include "transcript/transcript.h"
 #include "widgets/paragraphblockmap.h"
 
+#include <QObject>
 #include <QString>
 
 #include <optional>
@@ -17,11 +18,11 @@ namespace tarn::console {
 class TranscriptWriter
 {
 public:
-    /// Neither is owned, and both outlive the writer, which alone changes the document.
+    /// Neither is owned, and both outlive the writer.
     TranscriptWriter(Transcript *transcript, QTextDocument *document);
 
     /// Brings the document up to date. The cost is that of what changed since acknowledge(); all is
-    /// written anew when somebody else has acknowledged changes meanwhile.
+    /// written anew when somebody else has acknowledged changes meanwhile, or changed the document.
     void update();
 
     /// Gives every block the presentation of the paragraph whose text it shows.
@@ -59,8 +60,11 @@ private:
     Transcript *m_transcript;
     QTextDocument *m_document;
     ParagraphBlockMap m_blockMap;
-    /// The acknowledgement of what the document shows; none before the first.
+    /// The acknowledgement of what the document shows; none before the first, or when somebody else
+    /// has changed it.
     std::optional<quint64> m_shownAcknowledgement;
+    bool m_isUpdating = false;
+    QObject m_context; ///< of the connection: the document lives on
     /// What is added by an update, for the layout, which asks for the texts of blocks in turn when
     /// their edit block ends; null otherwise.
     struct Added

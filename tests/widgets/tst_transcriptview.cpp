@@ -18,6 +18,8 @@ namespace tarn::console {
 
 namespace {
 
+using Change = void (*)(TranscriptView *view);
+
 /// QTextDocument starts a block at these too.
 QString withPlainBreaks(QString text)
 {
@@ -54,6 +56,10 @@ private Q_SLOTS:
     void aLateStrongCharacterTurnsTheWholeParagraph();
     void theEmptyBlockAtTheEndIsLeftToRight();
     void formatsCanBeAppliedAgain();
+
+    void aRefreshBringsBackWhatSomebodyElseChanged_data();
+    void aRefreshBringsBackWhatSomebodyElseChanged();
+    void formatsOfATextThatSomebodyElseWrote();
 
     void acknowledgesWhatItShows();
     void noticesThatItMissedAnAcknowledgement();
@@ -332,6 +338,52 @@ void TestTranscriptView::formatsCanBeAppliedAgain()
 
     shown.view.applyParagraphFormats();
     QCOMPARE(sides(shown.view), presented);
+}
+
+void TestTranscriptView::aRefreshBringsBackWhatSomebodyElseChanged_data()
+{
+    QTest::addColumn<Change>("change");
+    QTest::newRow("all") << +[](TranscriptView *view) { view->setPlainText(u"foreign"_s); };
+    QTest::newRow("nothing left") << +[](TranscriptView *view) { view->clear(); };
+    QTest::newRow("a letter") << +[](TranscriptView *view) {
+        QTextCursor cursor(view->document());
+        cursor.deleteChar();
+        cursor.insertText(u"x"_s);
+    };
+    QTest::newRow("formats") << +[](TranscriptView *view) {
+        QTextCursor everything(view->document());
+        everything.select(QTextCursor::Document);
+        QTextBlockFormat centred;
+        centred.setAlignment(Qt::AlignHCenter);
+        everything.mergeBlockFormat(centred);
+    };
+}
+
+void TestTranscriptView::aRefreshBringsBackWhatSomebodyElseChanged()
+{
+    QFETCH(Change, change);
+    ShownView shown;
+    shown.print("abc\n\xD9\x85\nend");
+    const QString text = characters(shown.view);
+    const QString presented = sides(shown.view);
+    QCOMPARE(presented, u"LRL"_s);
+    change(&shown.view);
+    QVERIFY(characters(shown.view) != text || sides(shown.view) != presented);
+    shown.view.refresh();
+    QCOMPARE(characters(shown.view), text);
+    QCOMPARE(sides(shown.view), presented);
+    shown.print("ing");
+    QCOMPARE(characters(shown.view), text + u"ing"_s);
+}
+
+void TestTranscriptView::formatsOfATextThatSomebodyElseWrote()
+{
+    Transcript transcript(windowLimits());
+    TranscriptView view(&transcript);
+    transcript.appendStream(Out, "abc\n\xD9\x85\n");
+    view.setPlainText(transcript.documentText());
+    view.applyParagraphFormats();
+    QCOMPARE(sides(view), u"LRL"_s);
 }
 
 void TestTranscriptView::acknowledgesWhatItShows()
