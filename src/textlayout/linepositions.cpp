@@ -73,10 +73,9 @@ bool runLeftwards(const QTextLine &line, int from, int to)
 
 /// Whether a caret has text on both sides that runs from right to left. At the border of two
 /// directions, it is drawn where the text around it goes on.
-bool isAmongLeftwards(const QTextLayout &layout, const QTextLine &line, int position)
+bool isAmongLeftwards(const QTextLayout &layout, const QTextLine &line, int end, int position)
 {
     const int begin = line.textStart();
-    const int end = begin + line.textLength();
     const int before = layout.previousCursorPosition(position);
     const int after = layout.nextCursorPosition(position);
     // The ends of a line run as its paragraph does.
@@ -101,14 +100,15 @@ int besideMarkedLetter(const QTextLayout &layout, const QTextLine &line, int ans
 /// The nearest caret around a position, in text that runs from right to left. There, Qt's answer
 /// may be some characters off among those without a script of their own: it looks for them as if
 /// they ran from left to right. In a paragraph that does, the carets at their borders are
-/// elsewhere.
-int nearestLeftwards(const QTextLayout &layout, const QTextLine &line, int position, qreal x)
+/// elsewhere. A line separator at the end of a line is none of its text.
+int nearestLeftwards(const QTextLayout &layout, const QTextLine &line, int end, int position,
+                     qreal x)
 {
     const bool isRightToLeft = layout.textOption().textDirection() == Qt::RightToLeft;
     const auto isNearer = [&](int other) {
         return std::abs(line.cursorToX(other) - x) < std::abs(line.cursorToX(position) - x)
-               && isAmongLeftwards(layout, line, other)
-               && (isRightToLeft || isAmongLeftwards(layout, line, position));
+               && isAmongLeftwards(layout, line, end, other)
+               && (isRightToLeft || isAmongLeftwards(layout, line, end, position));
     };
     for (int next = layout.nextCursorPosition(position);
          line.cursorToX(next) < line.cursorToX(position) && isNearer(next);
@@ -229,12 +229,16 @@ int positionAt(const QTextLayout &layout, const QTextLine &line, QStringView tex
     const int blanks = trailingBlanks(line, text);
     const qreal hanging = text.isEmpty() ? 0 : hangingWidth(layout, line);
     const QRectF rect = line.naturalTextRect();
+    const bool endsInSeparator = text.endsWith(QChar(QChar::LineSeparator));
+    const int end = line.textStart() + line.textLength() - (endsInSeparator ? 1 : 0);
     const auto answer = [&](qreal asked) {
         const int found = positions.nearest(line.xToCursor(asked, where));
-        if (where != QTextLine::CursorBetweenCharacters || x <= rect.left() || x >= rect.right())
+        // Left of a sign that is all of such a line, Qt's answer is before it.
+        const bool isBeyond = x >= rect.right() || (x <= rect.left() && !endsInSeparator);
+        if (where != QTextLine::CursorBetweenCharacters || isBeyond)
             return found;
         const int beside = besideMarkedLetter(layout, line, found, asked);
-        const int nearest = nearestLeftwards(layout, line, beside, x);
+        const int nearest = nearestLeftwards(layout, line, end, beside, x);
         return positions.nearest(besideLeftwardsCharacter(layout, line, nearest, x));
     };
     if (hanging == 0 || x >= rect.right())

@@ -55,6 +55,8 @@ void TestLinePositions::aClickFindsTheNearestCaret_data()
     QTest::newRow("dots") << u"...-->"_s.repeated(12);
     QTest::newRow("wide and narrow") << u"@.|@@''@ |||@ %.%.' "_s.repeated(4);
     QTest::newRow("Arabic") << u"مرحبا بالعالم في سطر طويل "_s.repeated(3);
+    QTest::newRow("a sign that ends a line") << u"مرحبا\u2028😀\u2028مرحبا"_s;
+    QTest::newRow("a sign that is a line") << u"😀\u2028"_s;
     QTest::newRow("Hebrew") << u"שלום עולם, (שורה) ארוכה! "_s.repeated(3);
 }
 
