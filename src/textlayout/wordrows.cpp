@@ -3,6 +3,7 @@
 #include "textlayout/advancetable.h"
 #include "textlayout/fallbackfonts.h"
 
+#include <QFontMetricsF>
 #include <QTextBoundaryFinder>
 #include <QTextLayout>
 
@@ -93,6 +94,30 @@ private:
     QTextLine m_line;
 };
 
+/// Where lines may end between two blanks of a text. Whatever is before a word may hold its parts
+/// together; a blank always lets a line end.
+class Breaks
+{
+public:
+    explicit Breaks(QStringView text)
+        : m_finder(QTextBoundaryFinder::Line, text)
+        , m_next(m_finder.toNextBoundary())
+    {
+    }
+
+    void goOnBehind(qsizetype place)
+    {
+        while (m_next >= 0 && m_next <= place)
+            m_next = m_finder.toNextBoundary();
+    }
+    /// The next one, or -1.
+    qsizetype next() const { return m_next; }
+
+private:
+    QTextBoundaryFinder m_finder;
+    qsizetype m_next;
+};
+
 } // namespace
 
 /// The rows that words fill, one after the other.
@@ -150,6 +175,7 @@ void WordRows::setFont(const QFont &font, QPaintDevice *device, const AdvanceTab
     m_font = font;
     m_device = device;
     m_heights = heights;
+    m_leading = device ? QFontMetricsF(font, device).leading() : QFontMetricsF(font).leading();
     m_blank = UnbrokenText(QString(3, u' '), font, device).widthOf(1, 1);
     m_scripts.clear();
 }
@@ -157,7 +183,8 @@ void WordRows::setFont(const QFont &font, QPaintDevice *device, const AdvanceTab
 std::optional<ParagraphSize> WordRows::sizeOf(QStringView text, const QTextOption &option,
                                               qreal lineWidth)
 {
-    if (!m_heights || option.textDirection() != Qt::LeftToRight || option.flags()
+    const bool linesOverlap = m_leading < 0 && m_heights && !m_heights->followsInk();
+    if (!m_heights || linesOverlap || option.textDirection() != Qt::LeftToRight || option.flags()
         || option.wrapMode() != QTextOption::WrapAtWordBoundaryOrAnywhere)
         return std::nullopt;
     Rows rows(static_cast<int>(lineWidth * unitsPerPixel));
@@ -177,6 +204,7 @@ bool WordRows::fill(Rows *rows, QStringView text)
     if (!letter.isNull() && !(runsToTheRight(letter) && m_heights->lineOf({&letter, 1}).certain))
         return false;
     Script &script = scriptOf(letter);
+    Breaks breaks(text);
     for (qsizetype start = 0, end = 0; end < text.size();) {
         for (start = end; start < text.size() && text[start] == u' ';)
             ++start;
@@ -193,7 +221,11 @@ bool WordRows::fill(Rows *rows, QStringView text)
         for (const Part &part : word.parts) {
             const qsizetype partEnd = partStart + part.length;
             const int more = partEnd == text.size() ? word.moreAtEnd : 0;
-            if (!rows->add(partStart, part.width + more, part.overhang))
+            breaks.goOnBehind(partStart);
+            const bool isLast = partEnd == end;
+            const bool endsThere =
+                isLast ? breaks.next() < 0 || breaks.next() >= end : breaks.next() == partEnd;
+            if (!endsThere || !rows->add(partStart, part.width + more, part.overhang))
                 return false;
             partStart = partEnd;
         }

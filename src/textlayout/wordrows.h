@@ -30,10 +30,11 @@ public:
     /// The table is the font's, and must live until the next one is set.
     void setFont(const QFont &font, QPaintDevice *device, const AdvanceTable *heights);
 
-    /// What breakIntoLines() would find. Nothing where only shaping can tell: for words that no
-    /// line can hold, or that end so near to the line's end that the shape of a letter decides, for
-    /// text that runs to the left or mixes scripts, and for characters of which the table is not
-    /// certain.
+    /// What breakIntoLines() would find; the width may be greater, by the overhang of a letter.
+    /// Nothing where only shaping can tell: for words that no line can hold, or that end so near to
+    /// the line's end that the shape of a letter decides, for words that what stands before them
+    /// holds together, for text that runs to the left or mixes scripts, for characters of which the
+    /// table is not certain, and for lines that overlap.
     std::optional<ParagraphSize> sizeOf(QStringView text, const QTextOption &option,
                                         qreal lineWidth);
 
@@ -84,6 +85,7 @@ private:
     QFont m_font;
     QPaintDevice *m_device = nullptr;
     const AdvanceTable *m_heights = nullptr;
+    qreal m_leading = 0;
     int m_blank = 0;
     std::map<QChar::Script, Script> m_scripts; ///< of texts
 };

@@ -19,7 +19,7 @@ TranscriptWriter::TranscriptWriter(Transcript *transcript, QTextDocument *docume
 {
     QObject::connect(document, &QTextDocument::contentsChange, &m_context, [this] {
         if (!m_isUpdating)
-            m_shownAcknowledgement.reset();
+            m_isForeign = true;
     });
 }
 
@@ -33,7 +33,7 @@ void TranscriptWriter::update()
 {
     const QScopedValueRollback guard(m_isUpdating, true);
     const TranscriptChanges &changes = m_transcript->changes();
-    if (changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
+    if (m_isForeign || changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
         rebuild();
     } else {
         patch(changes);
@@ -72,6 +72,7 @@ bool TranscriptWriter::growsIntoNewParagraphs(const TranscriptChanges &changes) 
 
 void TranscriptWriter::rebuild()
 {
+    m_isForeign = false;
     m_blockMap.clear();
     // Laid out empty for a moment, so that a scroll bar that is no longer needed goes: a text that
     // fits without it may be too high beside it.
@@ -206,11 +207,11 @@ void TranscriptWriter::applyFormats()
 
 ParagraphPresentation TranscriptWriter::presentationOfBlock(int number) const
 {
-    // What was never shown here may be shown by somebody else, a block for each paragraph.
-    const bool isOurs = m_blockMap.paragraphCount() > 0;
-    const qint64 paragraph = isOurs ? m_blockMap.paragraphOfBlock(number) : number;
+    // Somebody else may show more than this writer has.
+    const bool mayShowMore = m_isForeign || m_blockMap.paragraphCount() == 0;
+    const qint64 paragraph = m_blockMap.paragraphOfBlock(number);
     const bool isShown =
-        isOurs ? shows(paragraph) : paragraph < m_transcript->packedParagraphs().size();
+        mayShowMore ? paragraph < m_transcript->packedParagraphs().size() : shows(paragraph);
     return isShown ? m_transcript->presentationForParagraph(paragraph) : ParagraphPresentation();
 }
 
@@ -227,7 +228,8 @@ bool TranscriptWriter::isShownAsItWas() const
 {
     const TranscriptChanges &changes = m_transcript->changes();
     return !m_added.text.isNull()
-           || (!changes.everything && changes.acknowledgement == m_shownAcknowledgement);
+           || (!m_isForeign && !changes.everything
+               && changes.acknowledgement == m_shownAcknowledgement);
 }
 
 QStringView TranscriptWriter::textOfBlock(int number, qsizetype length) const

@@ -22,7 +22,8 @@ public:
     TranscriptWriter(Transcript *transcript, QTextDocument *document);
 
     /// Brings the document up to date. The cost is that of what changed since acknowledge(); all is
-    /// written anew when somebody else has acknowledged changes meanwhile, or changed the document.
+    /// written anew when somebody else has acknowledged changes meanwhile, or changed the document
+    /// since the last update.
     void update();
 
     /// Gives every block the presentation of the paragraph whose text it shows.
@@ -60,11 +61,11 @@ private:
     Transcript *m_transcript;
     QTextDocument *m_document;
     ParagraphBlockMap m_blockMap;
-    /// The acknowledgement of what the document shows; none before the first, or when somebody else
-    /// has changed it.
+    /// The acknowledgement of what the document shows; none before the first.
     std::optional<quint64> m_shownAcknowledgement;
     bool m_isUpdating = false;
-    QObject m_context; ///< of the connection: the document lives on
+    bool m_isForeign = false; ///< somebody else has changed the document
+    QObject m_context;        ///< of the connection: the document lives on
     /// What is added by an update, for the layout, which asks for the texts of blocks in turn when
     /// their edit block ends; null otherwise.
     struct Added

@@ -129,6 +129,8 @@ private Q_SLOTS:
     void whatNeedsShapingIsNotKnown_data();
     void whatNeedsShapingIsNotKnown();
     void anotherFontHasOtherWidths();
+    void whatStandsBeforeAWordMayHoldItTogether_data();
+    void whatStandsBeforeAWordMayHoldItTogether();
 };
 
 void TestWordRows::aSizeIsThatOfTheShapedText()
@@ -166,7 +168,7 @@ void TestWordRows::mostTextsOfUsualWordsAreKnown()
         if (rows.sizeOf(text, wrappingOption(), 50 * font.pointSize()))
             ++known;
     }
-    QVERIFY(known > rounds * 2 / 3);
+    QVERIFY2(known > rounds * 2 / 3, qPrintable(QString::number(known)));
 }
 
 void TestWordRows::whatNeedsShapingIsNotKnown_data()
@@ -204,6 +206,38 @@ void TestWordRows::whatNeedsShapingIsNotKnown()
     option = wrappingOption();
     option.setWrapMode(QTextOption::WrapAnywhere);
     QVERIFY(!rows.sizeOf(u"so so", option, 300));
+}
+
+void TestWordRows::whatStandsBeforeAWordMayHoldItTogether_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("family");
+    const QString sans = u"Noto Sans"_s;
+    QTest::newRow("times") << u"done in 1:23:45 hours"_s << sans;
+    QTest::newRow("thousands") << u"copied 1,000 of 2,345,678 bytes so far"_s << sans;
+    QTest::newRow("fractions") << u"took 12:30:45 or so 1,000/2,000"_s << sans;
+    QTest::newRow("a number before a blank") << u"took 5 /9ab0123456"_s << sans;
+    QTest::newRow("brackets") << u"all ( of it ) and \" ( this ) \" too"_s << sans;
+    QTest::newRow("lines that overlap")
+        << u"several words in some more lines"_s << u"Nimbus Roman"_s;
+}
+
+void TestWordRows::whatStandsBeforeAWordMayHoldItTogether()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, family);
+    const QFont font(family, 11);
+    const AdvanceTable heights(font, nullptr, wrappingOption());
+    WordRows rows;
+    rows.setFont(font, nullptr, &heights);
+    for (qreal width = 40; width < 400; width += 0.25) {
+        const auto size = rows.sizeOf(text, wrappingOption(), width);
+        const int real = sizeByShaping(text, font, width, heights).height;
+        QVERIFY2(
+            !size || size->height == real,
+            qPrintable(
+                u"%1 at %2: %3 instead of %4"_s.arg(text).arg(width).arg(size->height).arg(real)));
+    }
 }
 
 void TestWordRows::anotherFontHasOtherWidths()

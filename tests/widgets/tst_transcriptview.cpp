@@ -59,6 +59,7 @@ private Q_SLOTS:
 
     void aRefreshBringsBackWhatSomebodyElseChanged_data();
     void aRefreshBringsBackWhatSomebodyElseChanged();
+    void aChangeAfterTheTextIsWrittenIsBroughtBackLater();
     void formatsOfATextThatSomebodyElseWrote();
 
     void acknowledgesWhatItShows();
@@ -376,6 +377,23 @@ void TestTranscriptView::aRefreshBringsBackWhatSomebodyElseChanged()
     QCOMPARE(characters(shown.view), text + u"ing"_s);
 }
 
+/// While a refresh puts the selection back, for example.
+void TestTranscriptView::aChangeAfterTheTextIsWrittenIsBroughtBackLater()
+{
+    ShownView shown;
+    shown.print("abc\n");
+    shown.select(0, 2);
+    const auto once =
+        static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::SingleShotConnection);
+    connect(
+        &shown.view, &QTextEdit::cursorPositionChanged, &shown.view,
+        [&] { QTextCursor(shown.view.document()).insertText(u"foreign"_s); }, once);
+    shown.print("def\n");
+    shown.print("ghi\n");
+    shown.print("jkl\n");
+    QCOMPARE(characters(shown.view), shown.transcript.documentText());
+}
+
 void TestTranscriptView::formatsOfATextThatSomebodyElseWrote()
 {
     Transcript transcript(windowLimits());
@@ -384,6 +402,13 @@ void TestTranscriptView::formatsOfATextThatSomebodyElseWrote()
     view.setPlainText(transcript.documentText());
     view.applyParagraphFormats();
     QCOMPARE(sides(view), u"LRL"_s);
+
+    // Also where it goes on after what the view has shown itself.
+    view.refresh();
+    transcript.appendStream(Out, "\xD9\x85\nabc\n");
+    view.setPlainText(transcript.documentText());
+    view.applyParagraphFormats();
+    QCOMPARE(sides(view), u"LRRLL"_s);
 }
 
 void TestTranscriptView::acknowledgesWhatItShows()
