@@ -76,6 +76,8 @@ private:
     template<typename View>
     static QStringList stateOf(const Side<View> &side);
 
+    void agreeOnColumn();
+
     Side<TranscriptView> m_real;
     Side<RebuiltView> m_plain;
 };
