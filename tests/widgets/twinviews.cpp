@@ -372,6 +372,18 @@ void TwinViews::forgetColumn()
     });
 }
 
+bool TwinViews::disagreeOnScrollBarForItself()
+{
+    const QScrollBar *real = m_real.view->verticalScrollBar();
+    const QScrollBar *plain = m_plain.view->verticalScrollBar();
+    const bool isAlike = real->isVisible() == plain->isVisible();
+    if (isAlike || !settle() || real->isVisible() == plain->isVisible())
+        return false;
+    const QScrollBar *shown = real->isVisible() ? real : plain;
+    const QScrollBar *hidden = real->isVisible() ? plain : real;
+    return shown->maximum() > 0 && hidden->maximum() == 0;
+}
+
 void TwinViews::drain()
 {
     for (int i = 0; i < 3; ++i) {
