@@ -4,12 +4,16 @@
 #include "textlayout/fallbackfonts.h"
 #include "textlayout/linebreaking.h"
 #include "textlayout/overlongclusters.h"
+#include "textlayout/simplescripts.h"
 #include "textlayout/textpieces.h"
+#include "textlayout/thinlineends.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
+
+#include <algorithm>
 
 namespace tarn::console {
 
@@ -24,6 +28,21 @@ constexpr ShapedBlockCache::Limits shapedLimits{
 
 /// By which the formats of pieces are told from others.
 constexpr int pieceMark = QTextFormat::UserProperty + 1;
+
+/// Whether a text may be shaped twice at once.
+bool isQuicklyShaped(const QString &text)
+{
+    constexpr qsizetype shortText = 512;
+    constexpr qsizetype longText = 8192;
+    const auto isSimple = [](QChar character) {
+        constexpr char16_t punctuation = 0x2000;
+        constexpr char16_t punctuationEnd = 0x2070;
+        const char16_t code = character.unicode();
+        return code < simpleScriptsEnd || (code >= punctuation && code < punctuationEnd);
+    };
+    return text.size() <= shortText
+           || (text.size() <= longText && std::all_of(text.begin(), text.end(), isSimple));
+}
 
 } // namespace
 
@@ -73,8 +92,9 @@ ParagraphSize BlockShaper::breakOwn(const QTextBlock &block, const IsEnough &isE
     const bool isFinished = m_unfinished->breaker.goOn(isEnough);
     const ParagraphSize size = m_unfinished->breaker.size();
     if (isFinished) {
-        keepShapedText(block.layout(), block.text());
         m_unfinished.reset();
+        thinOut(block);
+        keepShapedText(block.layout(), block.text());
     }
     return placeCaret(block, block.layout(), size);
 }
@@ -156,10 +176,41 @@ void BlockShaper::cutIntoPieces(const QTextBlock &block)
     const bool areOwn = !known.isEmpty() && known.front().format.hasProperty(pieceMark);
     if (pieces == known || (pieces.isEmpty() && !areOwn))
         return;
+    setFormats(block, pieces);
+}
+
+void BlockShaper::setFormats(const QTextBlock &block,
+                             const QList<QTextLayout::FormatRange> &formats)
+{
     const QScopedValueRollback guard(m_cutBlock, block);
-    layout->setFormats(pieces);
+    block.layout()->setFormats(formats);
+    // A layout that shows something else is none of the document's.
+    if (EscapeDisplay::isShownBy(*block.layout()))
+        return;
     // The document has noted that the block is another now. It forgets it as soon as it has told.
     m_document->markContentsDirty(block.position(), 0);
+}
+
+/// Takes the blanks at the ends of lines out of the way of carets and clicks.
+void BlockShaper::thinOut(const QTextBlock &block)
+{
+    QTextLayout *layout = block.layout();
+    if (layout->lineCount() < 2 || !layout->preeditAreaText().isEmpty())
+        return;
+    const QString text = block.text();
+    auto ends =
+        isQuicklyShaped(text) ? thinLineEnds(*layout, text) : QList<QTextLayout::FormatRange>();
+    if (ends.isEmpty())
+        return;
+    const auto before = layout->formats();
+    for (QTextLayout::FormatRange &end : ends)
+        end.format.setProperty(pieceMark, true);
+    const auto thinned = unitedPieces(before, ends);
+    if (breakWithThinEnds(layout, m_lineWidth, ends, [&] { setFormats(block, thinned); }))
+        return;
+    setFormats(block, before);
+    breakIntoLines(layout, EscapeDisplay::isShownBy(*layout) ? layout->text() : text,
+                   paragraphOption(block), m_lineWidth, m_heights);
 }
 
 bool BlockShaper::isOwnChange(int from, int charsRemoved, int charsAdded) const

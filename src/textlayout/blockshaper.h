@@ -88,6 +88,8 @@ private:
     SegmentedParagraph::Setting settingOf(const QTextBlock &block) const;
     QList<QTextLayout::FormatRange> piecesOf(const QTextBlock &block);
     void cutIntoPieces(const QTextBlock &block);
+    void setFormats(const QTextBlock &block, const QList<QTextLayout::FormatRange> &formats);
+    void thinOut(const QTextBlock &block);
     std::optional<EscapeDisplay::Display> displayOf(const QTextBlock &block) const;
     ParagraphSize breakOwn(const QTextBlock &block, const IsEnough &isEnough);
     void beginOwn(const QTextBlock &block);

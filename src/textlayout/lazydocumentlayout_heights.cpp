@@ -58,9 +58,11 @@ void LazyDocumentLayout::documentChanged(int from, int charsRemoved, int charsAd
         m_shaper.setFont(m_setting.font(), m_setting.heights());
     if (m_texts.areKept)
         m_shaper.clear();
-    // The wide line may be gone. A change of a format is no removal, it counts the same twice.
+    // The wide line may be gone. A change of a format is no removal, it counts the same twice; but
+    // another direction breaks the same text into other lines.
     const bool maybeNarrower =
-        charsRemoved > 0 && charsRemoved != charsAdded && m_widestLine > lineWidth();
+        m_widestLine > lineWidth()
+        && (m_texts.areKept || (charsRemoved > 0 && charsRemoved != charsAdded));
     qreal top = 0;
     if (noHeights || newFont || wholeDocument || maybeNarrower)
         changeEverything(!noHeights && !newFont && (m_texts.areKept || charsRemoved == 0));

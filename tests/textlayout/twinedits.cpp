@@ -48,12 +48,23 @@ int expectedMaximum(const QTextEdit &edit)
     return std::max(0, height - edit.viewport()->height());
 }
 
+/// Without how far a letter leans out of them, of which Qt has several opinions.
 QList<QRectF> linesOf(const QTextBlock &block)
 {
     QList<QRectF> lines;
-    for (int i = 0; i < block.layout()->lineCount(); ++i)
-        lines.append(block.layout()->lineAt(i).naturalTextRect());
+    for (int i = 0; i < block.layout()->lineCount(); ++i) {
+        const QTextLine line = block.layout()->lineAt(i);
+        const QRectF rect = line.naturalTextRect();
+        lines.append(QRectF(rect.topLeft(), QSizeF(line.horizontalAdvance(), rect.height())));
+    }
     return lines;
+}
+
+/// As wide as its lines say.
+QRectF rectOf(const QTextEdit &edit, const QTextBlock &block)
+{
+    const QRectF rect = layoutOf(edit).blockBoundingRect(block);
+    return {rect.topLeft(), QSizeF(0, rect.height())};
 }
 
 } // namespace
@@ -152,7 +163,12 @@ void TwinEdits::cutStockBlocks()
         if (from.length() <= shortBlock || !to.layout()->preeditAreaText().isEmpty())
             continue;
         layoutOf(lazy()).blockBoundingRect(from);
-        to.layout()->setFormats(from.layout()->formats());
+        auto pieces = from.layout()->formats();
+        // Blanks at the ends of lines that were made before.
+        erase_if(pieces, [](const QTextLayout::FormatRange &piece) {
+            return piece.format.hasProperty(QTextFormat::FontLetterSpacing);
+        });
+        to.layout()->setFormats(pieces);
     }
 }
 
@@ -194,8 +210,7 @@ QString TwinEdits::blockDifference()
     QTextBlock b = stock().document()->begin();
     for (; a.isValid() && b.isValid(); a = a.next(), b = b.next()) {
         const QString what = u"block %1 '%2'"_s.arg(a.blockNumber()).arg(a.text().left(60));
-        const QRectF rect = layoutOf(lazy()).blockBoundingRect(a);
-        QString difference = compared(what, rect, layoutOf(stock()).blockBoundingRect(b));
+        QString difference = compared(what, rectOf(lazy(), a), rectOf(stock(), b));
         if (difference.isEmpty())
             difference = compared(what, linesOf(a), linesOf(b));
         if (!difference.isEmpty())

@@ -8,6 +8,7 @@
 #include <QAbstractTextDocumentLayout>
 #include <QCoreApplication>
 #include <QFocusEvent>
+#include <QFontMetricsF>
 #include <QImage>
 #include <QMouseEvent>
 #include <QPixmap>
@@ -20,6 +21,7 @@
 #include <QTextDocument>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <optional>
 
@@ -104,6 +106,38 @@ void putCursor(QTextEdit &view, const QTextCursor &cursor)
     view.verticalScrollBar()->setValue(value);
 }
 
+/// Whether there is text anywhere that runs against its paragraph.
+bool hasTextAgainst(const QTextDocument &document)
+{
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        const bool isRightToLeft = block.textDirection() == Qt::RightToLeft;
+        const QString text = block.text();
+        const bool isAgainst = std::any_of(text.begin(), text.end(), [=](QChar character) {
+            const QChar::Direction direction = character.direction();
+            return isRightToLeft ? direction == QChar::DirL
+                                 : direction == QChar::DirR || direction == QChar::DirAL
+                                       || direction == QChar::DirAN || character.isSurrogate();
+        });
+        if (isAgainst)
+            return true;
+    }
+    return false;
+}
+
+/// Whether two positions are in the same line, and near each other.
+bool isAsNear(const QTextEdit &view, int a, int b)
+{
+    const QTextBlock block = view.document()->findBlock(a);
+    const QTextLine line = block.layout()->lineForTextPosition(a - block.position());
+    const int offset = b - block.position();
+    if (!line.isValid() || offset < line.textStart()
+        || offset > line.textStart() + line.textLength())
+        return false;
+    const qreal apart = line.cursorToX(a - block.position()) - line.cursorToX(offset);
+    return std::abs(apart) <= QFontMetricsF(view.font()).horizontalAdvance(u"  m"_s)
+           && hasTextAgainst(*view.document());
+}
+
 /// Wrapped text has nothing to scroll sideways but a pixel of rounding; where a view stands in it
 /// is left open.
 void leaveSidewaysAlone(QTextEdit &view)
@@ -121,7 +155,8 @@ QStringList describe(const QTextEdit &edit)
 }
 
 /// Where the pieces of a long text meet, in the viewport. What of a letter leans into another piece
-/// is drawn there, but not on a selection that ends or goes on in that one.
+/// is drawn there, but not on a selection that ends or goes on in that one; and what leans into the
+/// next line is drawn as selected there where its piece, not its line, is in part.
 QRegion bordersOfPieces(const QTextEdit &view)
 {
     constexpr int lean = 2;
@@ -138,8 +173,32 @@ QRegion bordersOfPieces(const QTextEdit &view)
                 const int x = qRound(position.x() + line.cursorToX(std::max(0, beside)));
                 region += QRect(x - lean, row.top(), 2 * lean + 1, row.height());
             }
-            if (line.textStart() == piece.start)
-                region += QRect(0, row.top() - lean, view.viewport()->width(), 2 * lean);
+            const QRect edge(0, -lean, view.viewport()->width(), 2 * lean);
+            region += edge.translated(0, row.top());
+            region += edge.translated(0, row.bottom());
+        }
+    }
+    return region;
+}
+
+/// The lines in which Qt is unsure of the width of tabs: it counts the glyphs before a line as if
+/// each character had one, where a run goes on from the line before. Another run begins where the
+/// real view has cut a text.
+QRegion linesWithUnsureTabs(const QTextEdit &view)
+{
+    const QPointF scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
+    QRegion region;
+    for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next()) {
+        const QString text = block.text();
+        const bool hasMarks = std::any_of(text.begin(), text.end(), [](QChar character) {
+            return character.isMark() || character.isSurrogate();
+        });
+        const QPointF position = block.layout()->position() - scrolled;
+        for (int i = 1; hasMarks && i < block.layout()->lineCount(); ++i) {
+            const QTextLine line = block.layout()->lineAt(i);
+            const QRect row = line.rect().translated(position).toAlignedRect();
+            if (QStringView(text).sliced(line.textStart(), line.textLength()).contains(u'\t'))
+                region += QRect(0, row.top() - 1, view.viewport()->width(), row.height() + 2);
         }
     }
     return region;
@@ -285,6 +344,24 @@ void TwinViews::pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers)
         QFocusEvent focusOut(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
         QCoreApplication::sendEvent(&view, &focusOut);
     });
+    agreeOnColumn();
+}
+
+/// Qt gives the blank after a line a place among its last words, where these run against their
+/// paragraph. There, a key that looks for a column comes out a blank's width beside the right one.
+void TwinViews::agreeOnColumn()
+{
+    const QTextCursor cursor = m_real.view->textCursor();
+    QTextCursor meant = m_plain.view->textCursor();
+    const bool isAlike = cursor.hasSelection() == meant.hasSelection()
+                         && (!cursor.hasSelection() || cursor.anchor() == meant.anchor());
+    if (cursor.position() == meant.position() || !isAlike
+        || !isAsNear(*m_real.view, cursor.position(), meant.position()))
+        return;
+    meant.setPosition(cursor.anchor());
+    meant.setPosition(cursor.position(), QTextCursor::KeepAnchor);
+    putCursor(*m_plain.view, meant);
+    forgetColumn();
 }
 
 void TwinViews::forgetColumn()
@@ -295,6 +372,18 @@ void TwinViews::forgetColumn()
         cursor.setPosition(view.textCursor().position(), QTextCursor::KeepAnchor);
         putCursor(view, cursor);
     });
+}
+
+bool TwinViews::disagreeOnScrollBarForItself()
+{
+    const QScrollBar *real = m_real.view->verticalScrollBar();
+    const QScrollBar *plain = m_plain.view->verticalScrollBar();
+    const bool isAlike = real->isVisible() == plain->isVisible();
+    if (isAlike || !settle() || real->isVisible() == plain->isVisible())
+        return false;
+    const QScrollBar *shown = real->isVisible() ? real : plain;
+    const QScrollBar *hidden = real->isVisible() ? plain : real;
+    return shown->maximum() > 0 && hidden->maximum() == 0;
 }
 
 void TwinViews::drain()
@@ -364,8 +453,10 @@ bool TwinViews::samePixels()
     const QImage plain = m_plain.view->viewport()->grab().toImage();
     if (real == plain)
         return true;
-    return m_real.view->textCursor().hasSelection()
-           && (otherPixels(real, plain) - bordersOfPieces(*m_real.view)).isEmpty();
+    QRegion others = otherPixels(real, plain) - linesWithUnsureTabs(*m_plain.view);
+    if (m_real.view->textCursor().hasSelection())
+        others -= bordersOfPieces(*m_real.view);
+    return others.isEmpty();
 }
 
 } // namespace tarn::console

@@ -112,14 +112,15 @@ ConsoleWindowFixture::~ConsoleWindowFixture() = default;
 
 bool ConsoleWindowFixture::show() const
 {
-    window->show();
     // On a very busy machine a window manager may give the focus to nobody when the window before
-    // goes while this one comes. A user would click on it.
+    // goes while this one comes, or when it has only just started. One that comes anew gets it.
     constexpr int askAgainAfter = 5'000;
     for (int waited = 0; waited < patience; waited += askAgainAfter) {
+        window->show();
         window->activateWindow();
         if (QTest::qWaitForWindowActive(window.get(), askAgainAfter))
             return true;
+        window->hide();
     }
     return false;
 }
