@@ -51,12 +51,12 @@ Sums growLine(const QByteArray &line)
         subject.take(QByteArrayView(line).sliced(from, timedFrom - from));
         drainEvents();
         for (from = timedFrom; from < end; from += smallStep) {
-            sums.ours += timeOf([&] {
+            sums.ours += processorTimeOf([&] {
                 subject.take(QByteArrayView(line).sliced(from, smallStep));
                 drainEvents();
             });
             const QString text = subject.transcript.packedParagraphs().at(0).text;
-            sums.layouts += timeOf([&] { layOut(text, subject.view->font(), width); });
+            sums.layouts += processorTimeOf([&] { layOut(text, subject.view->font(), width); });
         }
     }
     return sums;

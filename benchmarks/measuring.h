@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -30,6 +31,23 @@ Milliseconds timeOf(Work work)
     const auto start = std::chrono::steady_clock::now();
     work();
     return std::chrono::steady_clock::now() - start;
+}
+
+/// What this process has computed so far, in all its threads.
+inline Milliseconds processorTime()
+{
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+/// Without what others do meanwhile on a busy machine.
+template<typename Work>
+Milliseconds processorTimeOf(Work work)
+{
+    const Milliseconds start = processorTime();
+    work();
+    return processorTime() - start;
 }
 
 template<typename Value>

@@ -154,18 +154,34 @@ void waitForExactHeights(const TranscriptView *view)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-Milliseconds timeUntilExact(TranscriptView *view, int width)
+struct Exactness
 {
-    return timeOf([&] {
-        view->resize(width, viewSize.height());
-        waitForExactHeights(view);
-    });
-}
+    std::vector<Milliseconds> passed;
+    std::vector<Milliseconds> computed;
+
+    /// Does it and waits until no height is a guess.
+    template<typename Work>
+    void timeUntilExact(const TranscriptView *view, Work work)
+    {
+        const Milliseconds before = processorTime();
+        passed.push_back(timeOf([&] {
+            work();
+            waitForExactHeights(view);
+        }));
+        computed.push_back(processorTime() - before);
+    }
+
+    void report(Report &report, const QString &name) const
+    {
+        report.limit(name + u", until no height is a guess"_s, median(passed).count(), 2'000);
+        report.note(name + u", processor time of it"_s, median(computed).count());
+    }
+};
 
 /// Each line takes two rows before and three after it.
 void compareWrapping(Report &report, Filled &filled, int repetitions)
 {
-    std::vector<Milliseconds> untilExact;
+    Exactness exactness;
     const auto resize = [](QWidget *view, int width) {
         return timeUntilShown([&] { view->resize(width, viewSize.height()); });
     };
@@ -173,12 +189,10 @@ void compareWrapping(Report &report, Filled &filled, int repetitions)
         repetitions,
         [&] {
             TranscriptView *view = filled.ours.view;
-            timeUntilExact(view, 550);
+            resize(view, 550);
+            waitForExactHeights(view);
             Shown shown;
-            untilExact.push_back(timeOf([&] {
-                shown = resize(view, 350);
-                waitForExactHeights(view);
-            }));
+            exactness.timeUntilExact(view, [&] { shown = resize(view, 350); });
             return shown;
         },
         [&] {
@@ -187,24 +201,25 @@ void compareWrapping(Report &report, Filled &filled, int repetitions)
         });
     report.compare(u"resize of wrapping lines, against QPlainTextEdit"_s,
                    medianSettled(times.first), medianSettled(times.second), 2);
-    report.limit(u"resize of wrapping lines, until no height is a guess"_s,
-                 median(untilExact).count(), 2'000);
+    exactness.report(report, u"resize of wrapping lines"_s);
     resize(filled.ours.view, viewSize.width());
     resize(filled.theirs.edit, viewSize.width());
     waitForExactHeights(filled.ours.view);
 }
 
-/// The same for lines of other scripts, which take one row more at the end than at the beginning.
+/// The same for other lines, of two or three rows after it.
 void limitWrapping(Report &report, const QString &name, QByteArray (*line)(int), int repetitions)
 {
     TranscriptSubject subject;
     fill(subject, textOf(line));
-    std::vector<Milliseconds> untilExact;
+    Exactness exactness;
     for (int i = 0; i < repetitions; ++i) {
-        timeUntilExact(subject.view, 300);
-        untilExact.push_back(timeUntilExact(subject.view, 200));
+        subject.view->resize(300, viewSize.height());
+        waitForExactHeights(subject.view);
+        exactness.timeUntilExact(subject.view,
+                                 [&] { subject.view->resize(200, viewSize.height()); });
     }
-    report.limit(name + u", until no height is a guess"_s, median(untilExact).count(), 2'000);
+    exactness.report(report, name);
 }
 
 /// The processor time of one turn of the event loop, in which the wheel is turned by so many

@@ -15,7 +15,6 @@
 #include <QThread>
 
 #include <array>
-#include <ctime>
 #include <functional>
 
 using namespace tarn::benchmark;
@@ -23,21 +22,6 @@ using namespace tarn::benchmark;
 namespace {
 
 constexpr Milliseconds bar{100};
-
-/// Of the process: what others do on a busy machine is not the text's fault.
-Milliseconds processorTime()
-{
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-}
-
-Milliseconds busyTimeOf(const std::function<void()> &work)
-{
-    const Milliseconds start = processorTime();
-    work();
-    return processorTime() - start;
-}
 
 /// The longest of the turns in which all is done that there is to do, idle work included.
 Milliseconds longestTurn()
@@ -52,7 +36,7 @@ Milliseconds longestTurn()
     sinceStart.start();
     sinceWork.start();
     while (sinceWork.elapsed() < quiet && sinceStart.elapsed() < endless) {
-        const Milliseconds turn = busyTimeOf([&] {
+        const Milliseconds turn = processorTimeOf([&] {
             QCoreApplication::sendPostedEvents();
             dispatcher->processEvents(QEventLoop::AllEvents);
         });
@@ -76,7 +60,7 @@ public:
 
     Milliseconds does(const std::function<void()> &action)
     {
-        const Milliseconds own = busyTimeOf(action);
+        const Milliseconds own = processorTimeOf(action);
         return std::max(own, longestTurn());
     }
 

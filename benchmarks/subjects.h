@@ -15,8 +15,6 @@
 #include <QtGui/qtestsupport_gui.h>
 #include <QWidget>
 
-#include <ctime>
-
 /// The two views that are compared, each on a shown window, and the texts they are filled with.
 namespace tarn::benchmark {
 
@@ -192,14 +190,6 @@ public:
 
     QTextDocument document;
 };
-
-/// What this process has computed so far, in all its threads.
-inline Milliseconds processorTime()
-{
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-}
 
 struct FillTimes
 {

@@ -202,6 +202,8 @@ private Q_SLOTS:
     void mostTextsOfUsualWordsAreKnown();
     void whatNeedsShapingIsNotKnown_data();
     void whatNeedsShapingIsNotKnown();
+    void wordsThatOthersDecideAboutAreNotFound_data();
+    void wordsThatOthersDecideAboutAreNotFound();
     void anotherFontHasOtherWidths();
     void whatStandsBeforeAWordMayHoldItTogether_data();
     void whatStandsBeforeAWordMayHoldItTogether();
@@ -370,6 +372,37 @@ void TestWordRows::whatStandsBeforeAWordMayHoldItTogether()
             qPrintable(
                 u"%1 at %2: %3 instead of %4"_s.arg(text).arg(width).arg(size->height).arg(real)));
     }
+}
+
+void TestWordRows::wordsThatOthersDecideAboutAreNotFound_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("isFoundToTheRight");
+    QTest::addColumn<bool>("isFoundToTheLeft");
+    QTest::newRow("English") << u"so (it goes) [on"_s << true << false;
+    QTest::newRow("Arabic") << u"هذا (هو السطر) [12"_s << false << true;
+    QTest::newRow("both") << u"so هذا"_s << true << true;
+    QTest::newRow("brackets in a word") << u"هذا (so) f(x) هذا"_s << true << false;
+    QTest::newRow("brackets in a word after such") << u"so f(x) هذا (هو) so"_s << true << true;
+    QTest::newRow("brackets in a word of both") << u"هذا (soهذا) so"_s << false << false;
+    QTest::newRow("brackets across words") << u"هذا (so it) هذا"_s << false << false;
+    QTest::newRow("the wrong bracket") << u"هذا so(x] هذا"_s << false << false;
+    QTest::newRow("Arabic digits after Arabic") << u"so هذا ٣٤"_s << true << true;
+    QTest::newRow("Arabic digits after English") << u"هذا so ٣٤"_s << false << false;
+    QTest::newRow("an Arabic sign after English") << u"هذا so؟"_s << false << false;
+    QTest::newRow("a vowel sign") << u"هَذا so"_s << true << true;
+    QTest::newRow("a vowel sign after a sign") << u"هذا -َ so"_s << false << false;
+    QTest::newRow("a mark of direction") << u"هذا \u200Fso"_s << false << false;
+    QTest::newRow("a joiner") << u"هذا\u200D so"_s << false << false;
+    QTest::newRow("Chinese") << u"漢"_s << false << false;
+}
+
+void TestWordRows::wordsThatOthersDecideAboutAreNotFound()
+{
+    QFETCH(QString, text);
+    WordPlaces places;
+    QTEST(places.find(text, false), "isFoundToTheRight");
+    QTEST(places.find(text, true), "isFoundToTheLeft");
 }
 
 void TestWordRows::anotherFontHasOtherWidths()
