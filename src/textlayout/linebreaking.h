@@ -19,8 +19,8 @@ class AdvanceTable;
 /// the line and draws at the left.
 QTextOption paragraphOption(const QTextBlock &block);
 
-/// Lets a layout keep its shaped text, so that painting need not shape it once more; not where
-/// that would show: painting gives the tabs at a line's start other widths than line breaking.
+/// Lets a layout keep its shaped text, so that painting need not shape it once more. A text with
+/// tabs is shaped anew, as in Qt's own layout, because painting reckons their widths itself.
 void keepShapedText(QTextLayout *layout, const QString &text);
 
 /// Whether two options break a text that runs in one direction into the same lines, at the same

@@ -6,6 +6,7 @@
 #include "support/tracer.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QEvent>
 #include <QPointer>
 #include <QProcess>
@@ -31,6 +32,7 @@ private Q_SLOTS:
 
     void whatIsLetGoGetsAnEndOfFileAndGoesWithItsProcess();
     void whatHasEndedIsNotLetGo();
+    void whatDoesNotEndLeavesNoDescriptor();
     void whatIsNoActivityOfANotifierPasses();
     void theEndIsHeardOfOnlyWhenTheStatusCanBeHad();
 };
@@ -62,6 +64,19 @@ void TestDeadChild::whatHasEndedIsNotLetGo()
     collectOrLetGo(process, true);
     QCOMPARE(process.state(), QProcess::NotRunning);
     QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+}
+
+/// Whatever it takes to hear of the end is given back.
+void TestDeadChild::whatDoesNotEndLeavesNoDescriptor()
+{
+    const auto descriptors = [] { return QDir(u"/proc/self/fd"_s).entryList().size(); };
+    const qsizetype before = descriptors();
+    const QPointer<QProcess> process = new QProcess;
+    process->start(u"cat"_s);
+    QVERIFY(process->waitForStarted());
+    collectOrLetGo(*process, true);
+    QTRY_VERIFY_WITH_TIMEOUT(!process, patience);
+    QCOMPARE(descriptors(), before);
 }
 
 /// Only activity is held back, and only of those that tell of an end.

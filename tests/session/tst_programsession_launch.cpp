@@ -257,7 +257,7 @@ void TestProgramSessionLaunch::passesNamesThatAreNotUtf8AsTheyAre()
     const QByteArray folder = QFile::encodeName(QDir(place.path()).canonicalPath()) + "/r\xE9p";
     const QByteArray source = folder + "/caf\xE9.tarn";
     QCOMPARE(::mkdir(folder.constData(), 0700), 0);
-    const QByteArray script = "show-arguments\nshow-directory\n";
+    const QByteArray script = "show-arguments\nshow-directory\nshow-ids\n";
     const int file = ::open(source.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     QCOMPARE(::write(file, script.constData(), size_t(script.size())), script.size());
     ::close(file);
@@ -271,6 +271,8 @@ void TestProgramSessionLaunch::passesNamesThatAreNotUtf8AsTheyAre()
     QCOMPARE(run.outcome().kind, ProgramOutcomeKind::Exited);
     QCOMPARE(run.reports("argument"_ba).value(1), source);
     QCOMPARE(run.report("directory"_ba), folder);
+    // It is started in another way, and set up like others.
+    QCOMPARE(run.report("session"_ba), run.report("pid"_ba));
 }
 
 void TestProgramSessionLaunch::makesRelativeInterpretersAbsolute()

@@ -107,6 +107,13 @@ void TestLazyDocumentLayout::looksLikeQtsLayout_data()
     QTest::newRow("wrapped word") << QString(400, u'x');
     QTest::newRow("wrapped blanks") << QString(400, u' ') + u'x';
     QTest::newRow("tabs") << u"\t\t\ta\tb\n\tم\tن\n"_s;
+    QTest::newRow("more tabs than lines hold")
+        << u"\t"_s.repeated(30) + u"a\n"_s + u"\t"_s.repeated(30) + u"م"_s;
+    QTest::newRow("tabs after wrapped words")
+        << QString(60, u'x') + u"\t\tabc "_s + QString(70, u'م') + u"\tabc\n"_s + QString(60, u'م')
+               + u"\t\tم م "_s + QString(75, u'x');
+    QTest::newRow("tabs between directions") << u"\tabc مرحبا\t\tabc مرحبا"_s.repeated(5) + u'\n'
+                                                    + u"\tمرحبا abc \t\tمرحبا abc"_s.repeated(5);
     QTest::newRow("line separators") << u"one\u2028two\u2028\u2028مرحبا\u2028"_s;
     QTest::newRow("mixed") << mixedText();
     QTest::newRow("more than the viewport") << mixedText() + u'\n' + mixedText();

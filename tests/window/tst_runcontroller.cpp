@@ -93,6 +93,7 @@ private Q_SLOTS:
     void limitReachedByOutput();
     void limitReachedByAnEcho();
     void limitsAtTheEndAreNotedInTheOrderOfTheStreams();
+    void halfCharactersAtTheEndAreShownInTheOrderOfTheStreams();
     void stopAfterALimitIsForgottenByTheNextRun();
     void writtenLineIsEchoed();
     void newsOfOtherRunsIsDropped();
@@ -211,6 +212,14 @@ void TestRunController::limitsAtTheEndAreNotedInTheOrderOfTheStreams()
     }
     QCOMPARE(notices, QStringList({u"paragraph-length limit"_s, u"pending-update limit"_s}));
     QCOMPARE(run.statuses().last(), u"status: Returned status 0"_s);
+}
+
+void TestRunController::halfCharactersAtTheEndAreShownInTheOrderOfTheStreams()
+{
+    ControlledRun run("error \\xC4\nprint \\xC3\nexit 0");
+    run.start();
+    QVERIFY(run.waitForEnd());
+    QCOMPARE(run.transcript.documentText(), uR"(\xC3)"_s + u'\n' + uR"(\xC4)"_s);
 }
 
 void TestRunController::stopAfterALimitIsForgottenByTheNextRun()
