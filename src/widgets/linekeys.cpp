@@ -40,6 +40,32 @@ struct SeenLine
     }
 };
 
+/// The position of the document at a column of a line where Qt found one. In signs that run from
+/// right to left, Qt's may be at the other end of a run.
+int atColumn(const SeenLine &line, int found, int column)
+{
+    const int nearest = line.nearest(found);
+    const int start = line.block.position();
+    const qreal off = line.line.cursorToX(nearest - start) - column;
+    const QTextLayout &layout = *line.block.layout();
+    if (std::abs(off) <= line.line.height() || !layout.preeditAreaText().isEmpty())
+        return nearest;
+    const QString text = line.block.text().mid(line.line.textStart(), line.line.textLength());
+    return start + positionAt(layout, line.line, text, column, QTextLine::CursorBetweenCharacters);
+}
+
+/// Puts a cursor that was moved up or down where it should be. It remembers the column from which
+/// it came.
+void putIntoLine(QTextCursor *cursor, const SeenLine &line, QTextCursor::MoveMode mode)
+{
+    const int column = cursor->verticalMovementX();
+    const int meant = atColumn(line, cursor->position(), column);
+    if (meant == cursor->position())
+        return;
+    cursor->setPosition(meant, mode);
+    cursor->setVerticalMovementX(column);
+}
+
 SeenLine lineOf(const QTextCursor &cursor)
 {
     const QTextBlock block = cursor.block();
@@ -122,11 +148,8 @@ bool moveOneLine(QTextCursor *cursor, QTextCursor::MoveOperation upOrDown,
     const SeenLine line = lineBeside(lineOf(*cursor), upOrDown);
     if (!line.isValid())
         return false;
-    // The cursor remembers the column from which it came.
     cursor->movePosition(upOrDown, mode);
-    const int meant = line.nearest(cursor->position());
-    if (meant != cursor->position())
-        cursor->setPosition(meant, mode);
+    putIntoLine(cursor, line, mode);
     return true;
 }
 
@@ -141,11 +164,14 @@ std::optional<QTextCursor> meantInstead(const QKeyEvent &key, const QTextCursor 
         return std::nullopt;
     const bool stays = lineKey->move == QTextCursor::EndOfLine;
     const SeenLine line = stays ? start : lineBeside(start, lineKey->move);
-    if (!line.isValid() || line.nearest(to.position()) == to.position())
+    if (!line.isValid())
         return std::nullopt;
     QTextCursor meant = to;
-    meant.setPosition(line.nearest(to.position()), lineKey->mode);
-    return meant;
+    if (!stays)
+        putIntoLine(&meant, line, lineKey->mode);
+    else if (line.nearest(to.position()) != to.position())
+        meant.setPosition(line.nearest(to.position()), lineKey->mode);
+    return meant.position() == to.position() ? std::nullopt : std::optional(meant);
 }
 
 bool movePage(QTextEdit *text, const QKeyEvent &key)

@@ -12,7 +12,7 @@ class QTextEdit;
 /// text runs from right to left.
 namespace tarn::console::LineKeys {
 
-/// Moves a caret one line up or down, to where Qt means to go in it. Returns false, and moves
+/// Moves a caret one line up or down, to the column from which it came. Returns false, and moves
 /// nothing, where there is no such line.
 bool moveOneLine(QTextCursor *cursor, QTextCursor::MoveOperation upOrDown,
                  QTextCursor::MoveMode mode);

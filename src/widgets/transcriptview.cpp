@@ -256,6 +256,9 @@ void TranscriptView::keyPressEvent(QKeyEvent *event)
         measureBeforeKey();
         bringCaretIntoSight();
         m_readingPlace.measurePagesBeside();
+    } else if (event->key() == Qt::Key_Space) {
+        // Turns a page, with Shift backwards.
+        m_readingPlace.measurePagesBeside();
     }
     ConsoleTextEdit::keyPressEvent(event);
     if (movesCaret)

@@ -27,9 +27,10 @@ constexpr int usualRounds = 41;
 #endif
 
 /// Besides the first rounds, those that once found something.
-constexpr std::array<quint32, 24> tellingSeeds{
-    7066,  7100,  20020, 20077, 20078, 20159, 20193, 20366, 20449, 20528, 20605, 20619,
-    20709, 21043, 20861, 23225, 24134, 24518, 24997, 30437, 31158, 31408, 50014, 50064};
+constexpr std::array<quint32, 27> tellingSeeds{7066,  7100,  20020, 20077, 20078, 20159, 20193,
+                                               20366, 20449, 20528, 20605, 20619, 20709, 21043,
+                                               20861, 23225, 24134, 24518, 24997, 30437, 31158,
+                                               31408, 31471, 50014, 50041, 50064, 50208};
 
 QString difference(TwinViews &views, bool withPixels)
 {
@@ -86,6 +87,8 @@ void TestTranscriptViewOracle::looksLikeAFullRebuild()
     QStringList done;
     for (int step = 0; step < stepsOfARound; ++step) {
         done << history.step();
+        if (history.views().disagreeOnScrollBarForItself())
+            return;
         const QString found = difference(history.views(), step % 5 == 0);
         if (found.isEmpty())
             continue;

@@ -111,6 +111,7 @@ private Q_SLOTS:
     void aClickAtACaretPutsItThere();
     void upAndDownMoveOneLine_data();
     void upAndDownMoveOneLine();
+    void upAndDownKeepTheirColumn();
     void pagesNeverStick_data();
     void pagesNeverStick();
     void homeAndEndStayInTheLine_data();
@@ -242,6 +243,28 @@ void TestWrappedLines::upAndDownMoveOneLine()
             QCOMPARE(edit.textCursor().position(), 0);
         }
     });
+}
+
+/// Wide signs of no script, from right to left, below narrow ones.
+void TestWrappedLines::upAndDownKeepTheirColumn()
+{
+    ShownView shown(QSize(400, 360));
+    shown.view.setContentDirection(ContentDirection::RightToLeft);
+    shown.print("....\n@@@@@@@@\n....\n");
+    for (const int position : {1, 2, 4}) {
+        putCaret(shown.view, position);
+        const int x = shown.view.cursorRect().left();
+        QTest::keyClick(&shown.view, Qt::Key_Down);
+        QCOMPARE(shown.view.textCursor().blockNumber(), 1);
+        constexpr int wideSign = 20;
+        const int off = shown.view.cursorRect().left() - x;
+        QVERIFY2(std::abs(off) < wideSign, qPrintable(QString::number(off)));
+        QTest::keyClick(&shown.view, Qt::Key_Down);
+        QCOMPARE(shown.view.textCursor().blockNumber(), 2);
+        QCOMPARE(shown.view.cursorRect().left(), x);
+        QTest::keyClick(&shown.view, Qt::Key_PageUp);
+        QCOMPARE(shown.view.textCursor().position(), position);
+    }
 }
 
 void TestWrappedLines::pagesNeverStick_data()

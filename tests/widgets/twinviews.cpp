@@ -155,7 +155,8 @@ QStringList describe(const QTextEdit &edit)
 }
 
 /// Where the pieces of a long text meet, in the viewport. What of a letter leans into another piece
-/// is drawn there, but not on a selection that ends or goes on in that one.
+/// is drawn there, but not on a selection that ends or goes on in that one; and what leans into the
+/// next line is drawn as selected there where its piece, not its line, is in part.
 QRegion bordersOfPieces(const QTextEdit &view)
 {
     constexpr int lean = 2;
@@ -172,8 +173,9 @@ QRegion bordersOfPieces(const QTextEdit &view)
                 const int x = qRound(position.x() + line.cursorToX(std::max(0, beside)));
                 region += QRect(x - lean, row.top(), 2 * lean + 1, row.height());
             }
-            if (line.textStart() == piece.start)
-                region += QRect(0, row.top() - lean, view.viewport()->width(), 2 * lean);
+            const QRect edge(0, -lean, view.viewport()->width(), 2 * lean);
+            region += edge.translated(0, row.top());
+            region += edge.translated(0, row.bottom());
         }
     }
     return region;
@@ -370,6 +372,18 @@ void TwinViews::forgetColumn()
         cursor.setPosition(view.textCursor().position(), QTextCursor::KeepAnchor);
         putCursor(view, cursor);
     });
+}
+
+bool TwinViews::disagreeOnScrollBarForItself()
+{
+    const QScrollBar *real = m_real.view->verticalScrollBar();
+    const QScrollBar *plain = m_plain.view->verticalScrollBar();
+    const bool isAlike = real->isVisible() == plain->isVisible();
+    if (isAlike || !settle() || real->isVisible() == plain->isVisible())
+        return false;
+    const QScrollBar *shown = real->isVisible() ? real : plain;
+    const QScrollBar *hidden = real->isVisible() ? plain : real;
+    return shown->maximum() > 0 && hidden->maximum() == 0;
 }
 
 void TwinViews::drain()

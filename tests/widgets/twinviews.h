@@ -38,6 +38,11 @@ public:
                    Qt::MouseButtons buttons, Qt::KeyboardModifiers modifiers);
     void pressKey(Qt::Key key, Qt::KeyboardModifiers modifiers);
 
+    /// Whether one of them has a vertical scroll bar which nothing but the bar's own width makes
+    /// necessary, and the other one has none. Both are right, by the way on which they came there;
+    /// from there on they are too different to be compared.
+    bool disagreeOnScrollBarForItself();
+
     /// Up and Down look for the column where the cursor was when it was put there: in a smaller
     /// font, or, where Qt asked later, in the present one. From now on, the latter.
     void forgetColumn();
