@@ -188,6 +188,13 @@ void TestAnnouncer::afterClearingTheNewOutputIsSaid()
     announced.announcer.followTranscript();
     announced.write("four\n");
     QTRY_COMPARE_WITH_TIMEOUT(Heard::texts().last(), u"four"_s, patience);
+    // The first line of many that were cleared before anybody told of it.
+    announced.write("five\n");
+    announced.write("six\n");
+    QTRY_VERIFY_WITH_TIMEOUT(Heard::texts().last().endsWith(u"six"_s), patience);
+    announced.transcript.clear();
+    announced.write("seven\n");
+    QTRY_COMPARE_WITH_TIMEOUT(Heard::texts().last(), u"seven"_s, patience);
 }
 
 void TestAnnouncer::anAnswerIsNotSaidAndEndsTheQuestion()

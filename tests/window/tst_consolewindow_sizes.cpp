@@ -157,6 +157,7 @@ void TestConsoleWindowSizes::sizesAtFirst()
 {
     const ConsoleWindowFixture fixture;
     QCOMPARE(fixture.window->size(), QSize(900, 620));
+    QCOMPARE(fixture.window->minimumSize(), QSize(800, 500));
     QVERIFY(fixture.show());
     QCOMPARE(fixture.window->size(), QSize(900, 620));
     QCOMPARE(fixture.window->minimumSize(), QSize(800, 500));

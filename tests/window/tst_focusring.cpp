@@ -5,6 +5,7 @@
 #include <QDialog>
 #include <QImage>
 #include <QLabel>
+#include <QMenuBar>
 #include <QPaintEvent>
 #include <QPushButton>
 #include <QStyleFactory>
@@ -119,6 +120,7 @@ private Q_SLOTS:
     void theRingIsInDialogsToo();
     void otherWindowsHaveNone();
     void popupsHaveNone();
+    void menuBarsHaveNone();
     void theColourIsThatOfTheSelectionWhereItIsSeen();
     void theColourIsOnlyAsMuchDarkerAsNeeded();
     void theColourIsThatOfTextsWhereNothingElseIsSeen();
@@ -281,6 +283,22 @@ void TestFocusRing::popupsHaveNone()
     label.setFocus();
     QTRY_VERIFY(QApplication::focusWidget() == &label);
     QCOMPARE(popup.grab().toImage(), before);
+}
+
+void TestFocusRing::menuBarsHaveNone()
+{
+    RingWindow some;
+    QMenuBar bar(&some.window);
+    bar.addMenu(u"File"_s);
+    bar.setGeometry(150, 20, 200, 40);
+    QVERIFY(some.show());
+    bar.setFocus();
+    QVERIFY(bar.hasFocus());
+    const QImage picture = some.window.grab(bar.geometry().adjusted(-2, -2, 2, 2)).toImage();
+    for (int x = 0; x < picture.width(); ++x) {
+        QVERIFY(picture.pixelColor(x, 2) != ringColour);
+        QVERIFY(picture.pixelColor(x, picture.height() - 3) != ringColour);
+    }
 }
 
 namespace {

@@ -29,6 +29,7 @@ void TestNameFilters::patternsBecomeAscii_data()
                           << u"TARN source (*.tarn *.[!!-~][!!-~][!!-~])"_s;
     QTest::newRow("names stay") << u"ملفات (مصدر) (*.ت)"_s << u"ملفات (مصدر) (*.[!!-~])"_s;
     QTest::newRow("beyond 16 bits") << u"Face (*.😀)"_s << u"Face (*.[!!-~])"_s;
+    QTest::newRow("the first that is not ASCII") << u"(*.\u0080\u007F)"_s << u"(*.[!!-~]\u007F)"_s;
     QTest::newRow("patterns alone") << u"*.ت"_s << u"*.ت"_s;
     QTest::newRow("nothing") << QString() << QString();
 }

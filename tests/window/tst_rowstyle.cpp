@@ -74,6 +74,7 @@ private Q_SLOTS:
     void textsStandInTheMiddle();
     void nobodyElseDrawsTheFocus();
     void lowFieldsHaveTheirFrame();
+    void lowFieldsHaveTheirFrameUnderStylesThatLeaveItOut();
     void altLeadsToTheMenus();
     void theStyleGoesWithItsParent();
 
@@ -258,6 +259,45 @@ void TestRowStyle::lowFieldsHaveTheirFrame()
     m_style->drawPrimitive(QStyle::PE_PanelLineEdit, &option, &painter, nullptr);
     painter.end();
     QVERIFY(!isBlank(frame));
+}
+
+void TestRowStyle::lowFieldsHaveTheirFrameUnderStylesThatLeaveItOut()
+{
+    QStyle *other = QStyleFactory::create(u"adwaita"_s);
+    QVERIFY2(other, "scripts/setup.sh test");
+    QApplication::setStyle(other);
+    QObject owner;
+    const RowStyle *low = new RowStyle(&owner);
+    QStyleOptionFrame option;
+    option.rect = QRect(0, 0, 60, 20);
+    option.lineWidth = 1;
+    option.state = QStyle::State_Enabled;
+    option.palette = QPalette(Qt::lightGray);
+    option.fontMetrics = QFontMetrics(roomyFont());
+    for (const auto element : {QStyle::PE_PanelLineEdit, QStyle::PE_FrameLineEdit}) {
+        const auto drawn = [&](const QStyle *style) {
+            QImage image(60, 20, QImage::Format_RGB32);
+            image.fill(Qt::white);
+            QPainter painter(&image);
+            painter.setFont(roomyFont());
+            style->drawPrimitive(element, &option, &painter, nullptr);
+            return image;
+        };
+        const QImage usual = drawn(QApplication::style());
+        QVERIFY(drawn(low) != usual);
+        // A frame at all of its edges.
+        const QImage framed = drawn(low);
+        const QRgb within = framed.pixel(30, 10);
+        for (const QPoint edge : {QPoint(30, 0), QPoint(30, 19), QPoint(0, 10), QPoint(59, 10)}) {
+            const QPoint inwards = (QPoint(30, 10) - edge) / 10;
+            bool found = false;
+            for (int step = 0; step < 4; ++step)
+                found |= framed.pixel(edge + step * inwards / qMax(1, inwards.manhattanLength()))
+                         != within;
+            QVERIFY(found);
+        }
+    }
+    QApplication::setStyle(u"Fusion"_s);
 }
 
 void TestRowStyle::altLeadsToTheMenus()

@@ -5,6 +5,9 @@
 #include <QGuiApplication>
 #include <QSet>
 #include <QTest>
+#include <QTranslator>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -29,6 +32,8 @@ private Q_SLOTS:
     void namesStandInTheirSentence();
     void theSecondLanguageRunsInItsOwnDirection_data() { addLanguages(); }
     void theSecondLanguageRunsInItsOwnDirection();
+    void aTextInOneLanguageIsShownAsItStands_data();
+    void aTextInOneLanguageIsShownAsItStands();
     void whatIsSpokenOnlyHasWords_data() { addLanguages(); }
     void whatIsSpokenOnlyHasWords();
     void theSentencesInEnglish();
@@ -162,6 +167,49 @@ void TestStatusTexts::theSecondLanguageRunsInItsOwnDirection()
         second = u"\u2066"_s + second + u"\u2069"_s;
     QCOMPARE(message.shownPattern, first + second);
     QVERIFY(message.pattern.endsWith("%1"_L1));
+}
+
+namespace {
+
+/// A catalogue with one text for everything.
+class OneText : public QTranslator
+{
+public:
+    explicit OneText(QString text)
+        : m_text(std::move(text))
+    {
+        QCoreApplication::installTranslator(this);
+    }
+
+    bool isEmpty() const override { return false; }
+    QString translate(const char *, const char *, const char *, int) const override
+    {
+        return m_text;
+    }
+
+private:
+    QString m_text;
+};
+
+} // namespace
+
+void TestStatusTexts::aTextInOneLanguageIsShownAsItStands_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::newRow("no second half") << u"No interpreter: %1"_s;
+    QTest::newRow("Arabic without an end") << u"Choose / اختر %1"_s;
+    QTest::newRow("the end before it") << u"Choose one. Now / اختر %1"_s;
+}
+
+/// Whatever a translator makes of it.
+void TestStatusTexts::aTextInOneLanguageIsShownAsItStands()
+{
+    QFETCH(QString, pattern);
+    m_language.set(u"en"_s);
+    const OneText catalogue(pattern);
+    const StatusMessage message = StatusTexts::interpreterUnavailable(u"Why"_s);
+    QCOMPARE(message.pattern, pattern);
+    QCOMPARE(message.shownPattern, pattern);
 }
 
 void TestStatusTexts::whatIsSpokenOnlyHasWords()

@@ -143,6 +143,10 @@ void TestVisibleText::aLineOfATipIsAlmostFull()
     const QString full = u"/"_s + u"f"_s.repeated(118) + u'/';
     QCOMPARE(linesOf(visibleToolTip(full)), QStringList(full));
     QCOMPARE(linesOf(visibleToolTip(full + u"name"_s)), QStringList({full, u"name"_s}));
+    // The last folder that fits ends the line, not one before it.
+    const QString folders = u"/"_s + u"f"_s.repeated(69) + u'/' + u"g"_s.repeated(48) + u'/';
+    QCOMPARE(folders.size(), 120);
+    QCOMPARE(linesOf(visibleToolTip(folders + u"name"_s)), QStringList({folders, u"name"_s}));
     // Half a line is enough for an end, less is not.
     const QString half = u"/"_s + u"f"_s.repeated(58) + u'/';
     const QString name = u"n"_s.repeated(100);

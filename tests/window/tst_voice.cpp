@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSlider>
 #include <QTest>
 #include <QTextEdit>
 #include <QWidget>
@@ -32,6 +33,7 @@ private Q_SLOTS:
     void aTextThatNobodyCanReadDoesNot();
     void otherNewsOfALabelPass();
     void scrollingDoesNotPass();
+    void otherValuesAndOtherNewsOfAScrollBarPass();
     void onlyWhatIsWorthItReachesTheListener();
     void aSecondVoicePassesThingsOnAsWell();
     void whatIsSaidIsHeard();
@@ -78,6 +80,16 @@ void TestVoice::scrollingDoesNotPass()
     QScrollBar bar;
     QAccessibleValueChangeEvent event(&bar, 1);
     QVERIFY(!Voice::isWorthPassing(&event));
+}
+
+void TestVoice::otherValuesAndOtherNewsOfAScrollBarPass()
+{
+    QSlider slider;
+    QAccessibleValueChangeEvent slid(&slider, 1);
+    QVERIFY(Voice::isWorthPassing(&slid));
+    QScrollBar bar;
+    QAccessibleEvent focused(&bar, QAccessible::Focus);
+    QVERIFY(Voice::isWorthPassing(&focused));
 }
 
 void TestVoice::onlyWhatIsWorthItReachesTheListener()
