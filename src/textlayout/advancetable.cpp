@@ -87,6 +87,16 @@ int lineHeight(qreal ascent, qreal descent, qreal leading)
     return static_cast<int>(std::ceil(ascent + descent + leading));
 }
 
+/// Whether no letter beside a text changes how it looks.
+bool standsAlone(QStringView text)
+{
+    const auto isAlone = [](QChar character) {
+        return !character.isSurrogate() && !character.isMark()
+               && character.joiningType() == QChar::Joining_None;
+    };
+    return !text.isEmpty() && isAlone(text.front()) && isAlone(text.back());
+}
+
 } // namespace
 
 AdvanceTable::AdvanceTable(const QFont &font, QPaintDevice *device, const QTextOption &option)
@@ -302,9 +312,14 @@ InkReach AdvanceTable::reachOf(const QTextLine &line, QStringView text) const
     }
     // More marks than any language has use for must not push all other lines out of sight.
     const int most = qRound(line.height());
+    if (most == m_lastLine.most && text == m_lastLine.text && standsAlone(text))
+        return m_lastLine.reach;
     const InkReach ink = inkOf(line);
-    return m_plainInk->united(
-        {.above = std::min(ink.above, most), .below = std::min(ink.below, most)});
+    m_lastLine = {.text = text.toString(),
+                  .most = most,
+                  .reach = m_plainInk->united(
+                      {.above = std::min(ink.above, most), .below = std::min(ink.below, most)})};
+    return m_lastLine.reach;
 }
 
 quint32 AdvanceTable::classBits(const LineClass &lineClass) const

@@ -3,6 +3,7 @@
 #include "textlayout/fontink.h"
 
 #include <QFont>
+#include <QString>
 #include <QStringView>
 #include <QTextOption>
 #include <QtGlobal>
@@ -89,6 +90,14 @@ private:
         quint32 classes = 0;
     };
 
+    /// A line whose ink was looked for; the next one often says the same.
+    struct ShownLine
+    {
+        QString text;
+        int most = 0; ///< pixels, to each side
+        InkReach reach;
+    };
+
     static constexpr std::size_t scriptCount = 7; ///< Latin to Arabic, and none
     static constexpr int maximumClasses = 31;
     /// Each is tried beside each: more than most texts have, and a few milliseconds.
@@ -120,6 +129,7 @@ private:
     mutable std::array<Table, scriptCount> m_tables;
     mutable std::array<std::u16string, scriptCount> m_kerned; ///< what is in a table so far
     mutable std::vector<LineClass> m_classes;
+    mutable ShownLine m_lastLine;
     mutable quint32 m_lastClasses = 0;
     mutable int m_lastHeight = 0;
 };

@@ -4,6 +4,7 @@
 #include "textlayout/fallbackfonts.h"
 #include "textlayout/linebreaking.h"
 #include "textlayout/overlongclusters.h"
+#include "textlayout/runends.h"
 #include "textlayout/simplescripts.h"
 #include "textlayout/textpieces.h"
 #include "textlayout/thinlineends.h"
@@ -123,7 +124,9 @@ std::optional<EscapeDisplay::Display> BlockShaper::displayOf(const QTextBlock &b
     if (!m_keepsEscapes || block.textDirection() != Qt::RightToLeft)
         return std::nullopt;
     const QString text = block.text();
-    const auto display = m_escapes.displayOf(text);
+    auto display = m_escapes.displayOf(text);
+    if (display)
+        display->formats = unitedPieces(display->formats, runEndPieces(text, Qt::RightToLeft));
     // Its pieces would need the formats.
     return display && hasOverlongClusters(text) ? std::nullopt : display;
 }
@@ -150,10 +153,17 @@ SegmentedParagraph::Setting BlockShaper::settingOf(const QTextBlock &block) cons
             m_lineWidth, m_heights};
 }
 
+/// Of any text, however long.
+QList<QTextLayout::FormatRange> BlockShaper::formatsOf(const QString &text,
+                                                       Qt::LayoutDirection direction) const
+{
+    return unitedPieces(fallbackFormats(text, m_font), runEndPieces(text, direction));
+}
+
 QList<QTextLayout::FormatRange> BlockShaper::piecesOf(const QTextBlock &block)
 {
     const QString text = block.text();
-    const auto fallbacks = fallbackFormats(text, m_font);
+    const auto fallbacks = formatsOf(text, block.textDirection());
     if (!isSlow(block))
         return fallbacks;
     const SegmentedParagraph *paragraph = shapeSegments(block);
@@ -231,7 +241,7 @@ ParagraphSize BlockShaper::sizeOf(const QTextBlock &block, const IsEnough &isEno
     if (size)
         return *size;
     QTextLayout layout(text, m_font, m_document->documentLayout()->paintDevice());
-    layout.setFormats(display ? display->formats : fallbackFormats(text, m_font));
+    layout.setFormats(display ? display->formats : formatsOf(text, block.textDirection()));
     return placeCaret(block, &layout,
                       breakIntoLines(&layout, text, option, m_lineWidth, m_heights));
 }

@@ -86,6 +86,8 @@ public:
 
 private:
     SegmentedParagraph::Setting settingOf(const QTextBlock &block) const;
+    QList<QTextLayout::FormatRange> formatsOf(const QString &text,
+                                              Qt::LayoutDirection direction) const;
     QList<QTextLayout::FormatRange> piecesOf(const QTextBlock &block);
     void cutIntoPieces(const QTextBlock &block);
     void setFormats(const QTextBlock &block, const QList<QTextLayout::FormatRange> &formats);

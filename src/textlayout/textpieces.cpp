@@ -21,14 +21,6 @@ constexpr qsizetype pieceLength = 2048;
 /// The rules of some fonts take 36 microseconds for a letter.
 constexpr qsizetype pieceOfWordLength = 512;
 
-/// Changes nothing in how a text looks. Qt begins another item where capitals may differ.
-QTextCharFormat itemFormat()
-{
-    QTextCharFormat format;
-    format.setFontCapitalization(QFont::MixedCase);
-    return format;
-}
-
 /// Whether a character looks the same whatever is before and after it, and is not a mark. Scripts
 /// with words of more than some dozens of such letters have no blanks between words.
 bool standsAlone(char32_t character)
@@ -72,12 +64,20 @@ qsizetype borderAfter(const QString &text, qsizetype start)
 
 } // namespace
 
+// Qt begins another item where capitals may differ.
+QTextCharFormat pieceFormat()
+{
+    QTextCharFormat format;
+    format.setFontCapitalization(QFont::MixedCase);
+    return format;
+}
+
 QList<QTextLayout::FormatRange> piecesBetween(const std::vector<qsizetype> &borders,
                                               qsizetype length)
 {
     if (borders.size() < 2)
         return {};
-    const QTextCharFormat format = itemFormat();
+    const QTextCharFormat format = pieceFormat();
     QList<QTextLayout::FormatRange> pieces;
     for (std::size_t i = 0; i < borders.size(); ++i) {
         const qsizetype end = i + 1 < borders.size() ? borders[i + 1] : length;

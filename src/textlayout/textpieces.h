@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QTextCharFormat>
 #include <QTextLayout>
 
 #include <vector>
@@ -8,6 +9,9 @@
 class QString;
 
 namespace tarn::console {
+
+/// Of text that is shaped apart from the text before it. Changes nothing in how it looks.
+QTextCharFormat pieceFormat();
 
 /// The pieces of a text that begin at the borders, the first of which is 0. A block's layout shapes
 /// each of them apart, and begins to count anew: Qt shapes 4,096 characters at a time, whatever

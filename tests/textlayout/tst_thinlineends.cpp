@@ -87,6 +87,10 @@ void addTexts()
     QTest::newRow("English words among Arabic ones")
         << wrapped(u"خطوة one two three four six بعد 12 and ثم "_s);
     QTest::newRow("English words after an Arabic one") << u"و "_s + wrapped(u"step by 12 step "_s);
+    QTest::newRow("Arabic words with ligatures")
+        << u"a "_s + wrapped(u"step السلام عليكم ثم الآن by "_s);
+    QTest::newRow("English words with ligatures")
+        << u"و "_s + wrapped(u"خطوة five fine officers ثم one "_s);
     QTest::newRow("escapes") << u"و "_s + wrapped(u"خطوة one \\u{202E} two three ثم "_s);
 }
 

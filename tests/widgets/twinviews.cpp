@@ -4,6 +4,7 @@
 #include "support/settling.h"
 #include "support/transcripttesting.h"
 #include "textlayout/lazydocumentlayout.h"
+#include "textlayout/linepositions.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QCoreApplication>
@@ -133,8 +134,14 @@ bool isAsNear(const QTextEdit &view, int a, int b)
     if (!line.isValid() || offset < line.textStart()
         || offset > line.textStart() + line.textLength())
         return false;
-    const qreal apart = line.cursorToX(a - block.position()) - line.cursorToX(offset);
-    return std::abs(apart) <= QFontMetricsF(view.font()).horizontalAdvance(u"  m"_s)
+    const qreal blanks = QFontMetricsF(view.font()).horizontalAdvance(u"  m"_s);
+    const qreal x = line.cursorToX(a - block.position());
+    // Beyond an edge of the line is one of its ends, which may be drawn at the other edge.
+    const QRectF rect = line.naturalTextRect();
+    const bool isAtEdge = std::min(x - rect.left(), rect.right() - x) <= blanks;
+    const LinePositions ends = positionsIn(*block.layout(), line);
+    const bool isEnd = offset <= ends.first || offset >= ends.last;
+    return (std::abs(x - line.cursorToX(offset)) <= blanks || (isAtEdge && isEnd))
            && hasTextAgainst(*view.document());
 }
 
@@ -173,6 +180,11 @@ QRegion bordersOfPieces(const QTextEdit &view)
                 const int x = qRound(position.x() + line.cursorToX(std::max(0, beside)));
                 region += QRect(x - lean, row.top(), 2 * lean + 1, row.height());
             }
+            // How far a letter at the end leans out of the line, Qt sees otherwise beside a piece.
+            const QRectF text = line.naturalTextRect();
+            const int end = qRound(position.x() + text.left() + line.horizontalAdvance());
+            const int right = qRound(position.x() + text.right());
+            region += QRect(end - lean, row.top(), right - end + 2 * lean + 1, row.height());
             const QRect edge(0, -lean, view.viewport()->width(), 2 * lean);
             region += edge.translated(0, row.top());
             region += edge.translated(0, row.bottom());
