@@ -147,6 +147,9 @@ void TestVisibleText::aLineOfATipIsAlmostFull()
     const QString folders = u"/"_s + u"f"_s.repeated(69) + u'/' + u"g"_s.repeated(48) + u'/';
     QCOMPARE(folders.size(), 120);
     QCOMPARE(linesOf(visibleToolTip(folders + u"name"_s)), QStringList({folders, u"name"_s}));
+    // One that would make the line longer does not.
+    const QString tooLong = u"/"_s + u"f"_s.repeated(119);
+    QCOMPARE(linesOf(visibleToolTip(tooLong + u"/name"_s)), QStringList({tooLong, u"/name"_s}));
     // Half a line is enough for an end, less is not.
     const QString half = u"/"_s + u"f"_s.repeated(58) + u'/';
     const QString name = u"n"_s.repeated(100);
