@@ -123,7 +123,7 @@ void TestFailingCalls::whatMayNotBeKilledIsLeftToTheWatchdog()
     QVERIFY(run->startUntilReady());
     const auto group = static_cast<pid_t>(run->process()->processId());
     // One that has not come to its input yet would be let loose all the same.
-    QTRY_VERIFY(!livingWatchdogsOf(group).isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!livingWatchdogsOf(group).isEmpty(), patience);
     refuseKill = true;
     run.reset();
     QTRY_COMPARE_WITH_TIMEOUT(livingDescendants(), QList<pid_t>(), patience);

@@ -205,7 +205,7 @@ void TestProgramSessionLeftovers::watchesWhileTheProgramRuns()
     const auto group = static_cast<pid_t>(run.report("group"_ba).toInt());
     // Whoever looks for the program finds it alone, once the starter of the watchdog is gone.
     QTRY_COMPARE(livingChildrenOf(::getpid()), QList<pid_t>{group});
-    QCOMPARE(livingWatchdogsOf(group).size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group).size(), 1, patience);
     const std::optional<ProcessEntry> watchdog =
         processEntry(livingWatchdogsOf(group).constFirst());
     QVERIFY(watchdog);
@@ -243,7 +243,7 @@ void TestProgramSessionLeftovers::theWatchdogInheritsNothing()
     QVERIFY(run.startUntilReady());
     const auto group = static_cast<pid_t>(run.report("group"_ba).toInt());
     QTRY_COMPARE(livingChildrenOf(::getpid()), QList<pid_t>{group});
-    QCOMPARE(livingWatchdogsOf(group).size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group).size(), 1, patience);
     const QString entry = u"/proc/%1"_s.arg(livingWatchdogsOf(group).constFirst());
 
     // While it reads, the shell may have a second descriptor of its input.
@@ -279,7 +279,7 @@ void TestProgramSessionLeftovers::theWatchdogOutlivesRequestsToEnd()
         return livingChildrenOf(static_cast<pid_t>(host.processId())) == QList<pid_t>{group};
     };
     QVERIFY(QTest::qWaitFor(starterIsGone));
-    QCOMPARE(livingWatchdogsOf(group).size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(livingWatchdogsOf(group).size(), 1, patience);
     const pid_t watchdog = livingWatchdogsOf(group).constFirst();
     for (const int number : {SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGTSTP, SIGUSR1, SIGALRM})
         QCOMPARE(::kill(watchdog, number), 0);
