@@ -154,6 +154,14 @@ void waitForExactHeights(const TranscriptView *view)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
+Milliseconds timeUntilExact(TranscriptView *view, int width)
+{
+    return timeOf([&] {
+        view->resize(width, viewSize.height());
+        waitForExactHeights(view);
+    });
+}
+
 /// Each line takes two rows before and three after it.
 void compareWrapping(Report &report, Filled &filled, int repetitions)
 {
@@ -165,8 +173,7 @@ void compareWrapping(Report &report, Filled &filled, int repetitions)
         repetitions,
         [&] {
             TranscriptView *view = filled.ours.view;
-            resize(view, 550);
-            waitForExactHeights(view);
+            timeUntilExact(view, 550);
             Shown shown;
             untilExact.push_back(timeOf([&] {
                 shown = resize(view, 350);
@@ -185,6 +192,19 @@ void compareWrapping(Report &report, Filled &filled, int repetitions)
     resize(filled.ours.view, viewSize.width());
     resize(filled.theirs.edit, viewSize.width());
     waitForExactHeights(filled.ours.view);
+}
+
+/// The same for lines of other scripts, which take one row more at the end than at the beginning.
+void limitWrapping(Report &report, const QString &name, QByteArray (*line)(int), int repetitions)
+{
+    TranscriptSubject subject;
+    fill(subject, textOf(line));
+    std::vector<Milliseconds> untilExact;
+    for (int i = 0; i < repetitions; ++i) {
+        timeUntilExact(subject.view, 300);
+        untilExact.push_back(timeUntilExact(subject.view, 200));
+    }
+    report.limit(name + u", until no height is a guess"_s, median(untilExact).count(), 2'000);
 }
 
 /// The processor time of one turn of the event loop, in which the wheel is turned by so many
@@ -326,6 +346,8 @@ int main(int argc, char **argv)
     scrollToMiddle(filled.theirs.edit);
     compareResize(report, u"resize in the middle"_s, filled, options.repetitions);
     compareWrapping(report, filled, options.repetitions);
+    limitWrapping(report, u"resize of wrapping Arabic lines"_s, arabicLine, options.repetitions);
+    limitWrapping(report, u"resize of wrapping mixed lines"_s, mixedLine, options.repetitions);
     limitWheel(report, options.repetitions);
     compareZoom(report, filled, options.repetitions);
     compareOperations(report, filled, options.repetitions);

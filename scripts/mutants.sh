@@ -6,8 +6,8 @@ set -euo pipefail
 case ${1:-} in
 -h | --help)
     echo 'Usage: scripts/mutants.sh [--rooms ROOM...] [--sample N] [--seed N] [--only REGEX] [--jobs N]
-       [--tests FOLDER...] [--folder FOLDER] [--budget SECONDS] [--again] [--keep-build] [--report]
-       [--check]   as root, because faults are planted
+       [--tests FOLDER...] [--matching REGEX] [--folder FOLDER] [--budget SECONDS] [--again]
+       [--keep-build] [--report] [--check]   as root, because faults are planted
        where processes are killed: builds all faults into one copy of the tree (build/mutants),
        notes which test functions come by which, plays N faults of each room (session, transcript,
        widgets, textlayout, window; default: 150 of each, 0 for all), and fails when too few are

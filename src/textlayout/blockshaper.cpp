@@ -237,7 +237,8 @@ ParagraphSize BlockShaper::sizeOf(const QTextBlock &block, const IsEnough &isEno
     const auto display = displayOf(block);
     const QString text = display ? display->text : block.text();
     const QTextOption option = paragraphOption(block);
-    if (const auto size = m_wordRows.sizeOf(text, option, m_lineWidth))
+    const auto size = display ? std::nullopt : m_wordRows.sizeOf(text, option, m_lineWidth);
+    if (size)
         return *size;
     QTextLayout layout(text, m_font, m_document->documentLayout()->paintDevice());
     layout.setFormats(display ? display->formats : formatsOf(text, block.textDirection()));

@@ -10,6 +10,8 @@ struct TranscriptChanges
 {
     /// Which acknowledgement they are relative to, so that a view can tell that it missed one.
     quint64 acknowledgement = 0;
+    /// Goes up with every change, also with those that the other fields do not tell apart.
+    quint64 revision = 0;
     /// The paragraphs were emptied, or all their presentations may have changed; the other fields
     /// then say nothing but that every paragraph is new.
     bool everything = false;

@@ -5,6 +5,7 @@ namespace tarn::console {
 qint64 TranscriptParagraphs::add(const TranscriptParagraph &origin, QStringView text,
                                  QStringView directionText, bool terminated)
 {
+    ++m_changes.revision;
     m_paragraphs.add(origin, text, directionText, terminated);
     return m_paragraphs.size() - 1;
 }
@@ -30,6 +31,7 @@ void TranscriptParagraphs::clear()
 void TranscriptParagraphs::acknowledge()
 {
     m_changes = {.acknowledgement = m_changes.acknowledgement + 1,
+                 .revision = m_changes.revision,
                  .everything = false,
                  .firstNew = m_paragraphs.size(),
                  .extended = {},
@@ -40,6 +42,7 @@ void TranscriptParagraphs::acknowledge()
 void TranscriptParagraphs::markEverythingChanged()
 {
     m_changes = {.acknowledgement = m_changes.acknowledgement,
+                 .revision = m_changes.revision + 1,
                  .everything = true,
                  .firstNew = 0,
                  .extended = {},
@@ -48,6 +51,7 @@ void TranscriptParagraphs::markEverythingChanged()
 
 void TranscriptParagraphs::noteExtension(qint64 index)
 {
+    ++m_changes.revision;
     if (m_changes.everything || index >= m_changes.firstNew)
         return;
     auto at = m_changes.extended.cbegin();

@@ -89,18 +89,25 @@ void TranscriptView::setContentDirection(ContentDirection direction)
     // The direction holds for every text that undo could bring back, so undo starts afresh.
     if (m_draftEditor && direction != m_transcript->direction())
         m_draftEditor->document()->clearUndoRedoStacks();
+    // From within an update, which goes on with it.
+    if (m_writer.isUpdating()) {
+        m_transcript->setDirection(direction);
+        return;
+    }
     // The texts stay as they are, once the last changes are shown.
     showChanges(&ReadingPlace::rearrange, [this, direction] {
         m_writer.update();
-        m_transcript->setDirection(direction);
         const auto keeping = lazyLayout()->keepTexts();
-        m_writer.applyFormats();
+        m_writer.setDirection(direction);
     });
 }
 
 /// Brings the document up to date, and everything that goes with it.
 void TranscriptView::showChanges(KeepPlace keepPlace, const std::function<void()> &update)
 {
+    // From within an update, which shows what has changed meanwhile.
+    if (m_writer.isUpdating())
+        return;
     const int anchor = textCursor().anchor();
     const int position = textCursor().position();
     const bool hadFocus = hasFocus();
@@ -109,7 +116,6 @@ void TranscriptView::showChanges(KeepPlace keepPlace, const std::function<void()
         restoreCursor(anchor, position);
     });
     applyDraftPresentation();
-    m_writer.acknowledge();
     if (hadFocus)
         setFocus(Qt::OtherFocusReason);
 }

@@ -13,6 +13,32 @@
 
 namespace tarn::console {
 
+/// An edit block, and a note if somebody else edits the document when they hear of it at its end.
+class TranscriptWriter::Edit
+{
+public:
+    Edit(TranscriptWriter *writer, QTextCursor &cursor)
+        : m_writer(writer)
+        , m_cursor(cursor)
+    {
+        m_cursor.beginEditBlock();
+        m_revision = m_writer->m_document->revision();
+    }
+    ~Edit()
+    {
+        m_cursor.endEditBlock();
+        if (m_writer->m_document->revision() != m_revision)
+            m_writer->m_isForeign = true;
+    }
+    Edit(const Edit &) = delete;
+    Edit &operator=(const Edit &) = delete;
+
+private:
+    TranscriptWriter *m_writer;
+    QTextCursor &m_cursor;
+    int m_revision = 0; ///< of the document, which each edit block raises
+};
+
 TranscriptWriter::TranscriptWriter(Transcript *transcript, QTextDocument *document)
     : m_transcript(transcript)
     , m_document(document)
@@ -23,22 +49,45 @@ TranscriptWriter::TranscriptWriter(Transcript *transcript, QTextDocument *docume
     });
 }
 
+void TranscriptWriter::update()
+{
+    if (m_isUpdating)
+        return;
+    const QScopedValueRollback guard(m_isUpdating, true);
+    constexpr int maximumRounds = 4;
+    for (int round = 0; round < maximumRounds && !write(); ++round)
+        m_isForeign = true;
+    acknowledge();
+}
+
 void TranscriptWriter::acknowledge()
 {
+    // What has come after it was written is looked for the next time.
+    if (m_transcript->changes().revision != m_writtenRevision)
+        m_isForeign = true;
     m_transcript->acknowledgePendingUpdates();
     m_shownAcknowledgement = m_transcript->changes().acknowledgement;
 }
 
-void TranscriptWriter::update()
+/// Returns whether nobody has disturbed it.
+bool TranscriptWriter::write()
 {
-    const QScopedValueRollback guard(m_isUpdating, true);
-    const TranscriptChanges &changes = m_transcript->changes();
-    if (m_isForeign || changes.everything || changes.acknowledgement != m_shownAcknowledgement) {
+    // A copy, because the transcript may go on.
+    const TranscriptChanges changes = m_transcript->changes();
+    m_writtenRevision = changes.revision;
+    if (m_isForeign || changes.everything || changes.acknowledgement != m_shownAcknowledgement)
         rebuild();
-    } else {
+    else
         patch(changes);
-    }
     m_added = {};
+    return !isDisturbed();
+}
+
+/// By those who hear of what is written: what was known of the transcript or the document may no
+/// longer be true.
+bool TranscriptWriter::isDisturbed() const
+{
+    return m_isForeign || m_transcript->changes().revision != m_writtenRevision;
 }
 
 void TranscriptWriter::patch(const TranscriptChanges &changes)
@@ -46,14 +95,16 @@ void TranscriptWriter::patch(const TranscriptChanges &changes)
     const bool endsInOne = growsIntoNewParagraphs(changes);
     // A single one: the document moves every cursor along at every insertion.
     QTextCursor cursor(m_document);
+    std::optional<Edit> edit;
     for (const TranscriptChanges::Extension &extension : changes.extended) {
+        if (isDisturbed())
+            return;
         if (endsInOne && extension.paragraph == changes.extended.last().paragraph)
-            cursor.beginEditBlock();
+            edit.emplace(this, cursor);
         extendParagraph(cursor, extension);
     }
-    appendParagraphs(cursor, changes.firstNew, changes.lastWasTerminated);
-    if (endsInOne)
-        cursor.endEditBlock();
+    if (!isDisturbed())
+        appendParagraphs(cursor, changes.firstNew, changes.lastWasTerminated);
 }
 
 /// Whether the last paragraph has grown and new ones come after it, so that the layout can take
@@ -77,14 +128,23 @@ void TranscriptWriter::rebuild()
     // Laid out empty for a moment, so that a scroll bar that is no longer needed goes: a text that
     // fits without it may be too high beside it.
     m_document->clear();
+    m_writtenRevision = m_transcript->changes().revision;
+    m_isForeign = !m_document->isEmpty();
     QTextCursor cursor(m_document);
-    cursor.beginEditBlock();
+    const Edit edit(this, cursor);
     cursor.setBlockFormat(blockFormatFor({}));
     appendParagraphs(cursor, 0, false);
-    cursor.endEditBlock();
 }
 
 void TranscriptWriter::extendParagraph(QTextCursor &cursor,
+                                       const TranscriptChanges::Extension &extension)
+{
+    insertExtension(cursor, extension);
+    if (!isDisturbed())
+        presentParagraph(extension.paragraph);
+}
+
+void TranscriptWriter::insertExtension(QTextCursor &cursor,
                                        const TranscriptChanges::Extension &extension)
 {
     QString text;
@@ -95,13 +155,11 @@ void TranscriptWriter::extendParagraph(QTextCursor &cursor,
 
     // By position and in an edit block: a movement would shape the block first, and an insertion
     // alone afterwards.
-    cursor.beginEditBlock();
+    const Edit edit(this, cursor);
     cursor.setPosition(block.position() + block.length() - 1);
     cursor.insertText(added.toString());
     // Before the end, at which the layout asks for the texts of blocks.
     m_blockMap.extendParagraph(extension.paragraph, added);
-    cursor.endEditBlock();
-    presentParagraph(extension.paragraph);
 }
 
 /// The first strong character may only now have arrived.
@@ -113,8 +171,10 @@ void TranscriptWriter::presentParagraph(qint64 paragraph)
     const qint64 end = m_blockMap.firstBlock(paragraph + 1);
     for (qint64 number = m_blockMap.firstBlock(paragraph); number < end; ++number) {
         QTextCursor cursor(m_document->findBlockByNumber(static_cast<int>(number)));
-        if (!hasBlockPresentation(cursor.blockFormat(), presentation))
-            cursor.mergeBlockFormat(blockFormatFor(presentation));
+        if (hasBlockPresentation(cursor.blockFormat(), presentation))
+            continue;
+        const Edit edit(this, cursor);
+        cursor.mergeBlockFormat(blockFormatFor(presentation));
     }
 }
 
@@ -130,7 +190,7 @@ void TranscriptWriter::appendParagraphs(QTextCursor &cursor, qint64 first,
     if (first == count && terminated == previousWasTerminated)
         return;
 
-    cursor.beginEditBlock();
+    const Edit edit(this, cursor);
     cursor.setPosition(m_document->characterCount() - 1);
     const bool inFreshBlock = first == 0 || previousWasTerminated;
     m_added = {.text = paragraphs.documentTextFrom(first), .block = m_blockMap.firstBlock(first)};
@@ -139,7 +199,6 @@ void TranscriptWriter::appendParagraphs(QTextCursor &cursor, qint64 first,
     insertAdded(cursor, first, inFreshBlock);
     if (terminated)
         cursor.insertBlock(blockFormatFor({}));
-    cursor.endEditBlock();
 }
 
 /// Inserts the text of the paragraphs from one on, in pieces that share a presentation.
@@ -177,6 +236,14 @@ TranscriptWriter::Run TranscriptWriter::runFrom(qint64 first) const
     return {.end = end, .length = length};
 }
 
+void TranscriptWriter::setDirection(ContentDirection direction)
+{
+    m_transcript->setDirection(direction);
+    m_writtenRevision = m_transcript->changes().revision;
+    applyFormats();
+    acknowledge();
+}
+
 void TranscriptWriter::applyFormats()
 {
     // The text stays: a screen reader must not hear all of it once more.
@@ -184,7 +251,7 @@ void TranscriptWriter::applyFormats()
     QTextCursor cursor(m_document);
     FormatsToChange formats;
     // Outside one edit block, every single format would be a layout pass of its own.
-    cursor.beginEditBlock();
+    const Edit edit(this, cursor);
     int number = 0;
     for (QTextBlock block = m_document->begin(); block.isValid();) {
         const QTextBlock first = block;
@@ -202,7 +269,6 @@ void TranscriptWriter::applyFormats()
             cursor.setBlockFormat(*format);
         }
     }
-    cursor.endEditBlock();
 }
 
 ParagraphPresentation TranscriptWriter::presentationOfBlock(int number) const

@@ -108,7 +108,7 @@ void Announcer::tell(const StatusMessage &status, Narration::Status kind)
     schedule();
 }
 
-void Announcer::endRun()
+void Announcer::endOutput()
 {
     if (!Voice::isHeard())
         return;

@@ -29,8 +29,8 @@ public:
     /// How the run goes; every other status.
     void tellRunStatus(const StatusMessage &status);
     void tellStatus(const StatusMessage &status);
-    /// The run has completed.
-    void endRun();
+    /// The run writes nothing more: what it wrote is told before its outcome.
+    void endOutput();
 
 private:
     void tell(const StatusMessage &status, Narration::Status kind);

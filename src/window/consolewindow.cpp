@@ -110,7 +110,7 @@ void ConsoleWindow::connectRun()
     connect(m_run.get(), &RunController::transcriptChanged, announcer,
             &Announcer::followTranscript);
     connect(m_run.get(), &RunController::statusChanged, announcer, &Announcer::tellRunStatus);
-    connect(m_run.get(), &RunController::completed, announcer, &Announcer::endRun);
+    connect(m_run.get(), &RunController::outputEnded, announcer, &Announcer::endOutput);
     connect(m_input.get(), &InputController::noticeShown, announcer, &Announcer::tellStatus);
     connect(m_find.get(), &FindController::statusShown, announcer, &Announcer::tellStatus);
 

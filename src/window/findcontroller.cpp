@@ -4,7 +4,6 @@
 #include "window/statustexts.h"
 
 #include <QEvent>
-#include <QFontMetrics>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -73,9 +72,16 @@ bool FindController::eventFilter(QObject *watched, QEvent *event)
 
 void FindController::reserveStatusWidth()
 {
-    const QFontMetrics metrics(m_status->font());
-    m_status->setMinimumWidth(std::max(metrics.horizontalAdvance(StatusTexts::noMatch().text()),
-                                       metrics.horizontalAdvance(StatusTexts::wrapped().text())));
+    // As a label measures its text: ink may reach further than the letters advance.
+    QLabel probe;
+    probe.setTextFormat(Qt::PlainText);
+    probe.setFont(m_status->font());
+    int width = 0;
+    for (const StatusMessage &status : {StatusTexts::noMatch(), StatusTexts::wrapped()}) {
+        probe.setText(status.text());
+        width = std::max(width, probe.sizeHint().width());
+    }
+    m_status->setMinimumWidth(width);
 }
 
 } // namespace tarn::console

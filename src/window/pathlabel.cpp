@@ -196,9 +196,12 @@ QPointF PathLabel::placeInLabel(QPointF point) const
     const QTextLine line = layout.lineAt(0);
     const qreal x = point.x() - placeOfLayout(layout).x();
     const qsizetype position = positionOfShown(line.xToCursor(x, QTextLine::CursorOnCharacter));
-    const qreal left = line.cursorToX(int(shownPosition(position)));
-    const qreal right = line.cursorToX(int(shownPosition(position + 1)));
-    const bool secondHalf = std::abs(x - right) < std::abs(x - left);
+    // Where a character ends need not be where the next one begins: that may be of the other
+    // direction.
+    const qreal first = line.cursorToX(int(shownPosition(position)));
+    const qreal last =
+        line.cursorToX(int(shownPosition(position + 1)) - 1, QTextLine::Edge::Trailing);
+    const bool secondHalf = std::abs(x - last) < std::abs(x - first);
 
     heightForWidth(width()); // It lays QLabel's text out.
     const auto *document = findChild<QTextDocument *>();
@@ -208,7 +211,7 @@ QPointF PathLabel::placeInLabel(QPointF point) const
     if (!labels.isValid())
         return point;
     const qreal before = labels.cursorToX(offset);
-    const qreal after = labels.cursorToX(offset + 1);
+    const qreal after = labels.cursorToX(offset, QTextLine::Edge::Trailing);
     // Well inside the character, where no neighbour is meant.
     const qreal within = before + (after - before) * (secondHalf ? 0.75 : 0.25);
     const QRectF text = contentsRect();

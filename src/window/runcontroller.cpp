@@ -124,6 +124,7 @@ void RunController::complete(const ProgramOutcome &outcome)
     const StatusMessage message = StatusTexts::outcome(outcome);
     m_transcript->appendOutcome(message.text());
     Q_EMIT transcriptChanged();
+    Q_EMIT outputEnded();
     Q_EMIT statusChanged(message);
     Q_EMIT completed();
 }

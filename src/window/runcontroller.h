@@ -51,6 +51,8 @@ Q_SIGNALS:
     void controlsChanged();
     /// The line that was sent has been written; its echo is about to follow.
     void lineWritten();
+    /// All that the run has written is in the transcript; its outcome is about to be told.
+    void outputEnded();
     /// The run has its outcome; transcriptChanged() and statusChanged() have told of it.
     void completed();
 

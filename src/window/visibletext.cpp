@@ -61,7 +61,7 @@ uint codePointAt(const QString &text, qsizetype at)
 /// A place at or before the given one that is not in the middle of a character.
 qsizetype cutBefore(const QString &text, qsizetype place)
 {
-    return text.at(place).isLowSurrogate() ? place - 1 : place;
+    return place < text.size() && text.at(place).isLowSurrogate() ? place - 1 : place;
 }
 
 QStringList foldedLines(QString text)

@@ -165,13 +165,16 @@ def build(work, rooms, folders, reasons, jobs):
 
 # What the tests reach.
 
-def read_tests(work, folders):
+def read_tests(work, folders, matching):
+    """The test classes of the folders; with "desktop" also those that it runs on X11."""
     shown = subprocess.run(["ctest", "--test-dir", str(work.build), "--show-only=json-v1"],
                            stdout=subprocess.PIPE, check=True).stdout
     tests = []
     for test in json.loads(shown)["tests"]:
         properties = {each["name"]: each["value"] for each in test["properties"]}
-        if not set(properties.get("LABELS", [])) & folders or not test["name"].startswith("tst_"):
+        if not set(properties.get("LABELS", [])) & folders \
+                or not test["name"].startswith(("tst_", "desktop_tst_")) \
+                or not re.search(matching, test["name"]):
             continue
         tests.append({"name": test["name"], "command": test["command"],
                       "folder": properties["WORKING_DIRECTORY"],
@@ -243,7 +246,7 @@ def stop(run):
         pass
 
 
-def note_reach(work, folders, jobs):
+def note_reach(work, folders, matching, jobs):
     """Runs every test once, and notes for each function what it reaches and how long it takes."""
     plan = json.loads(work.plan.read_text())
     shutil.rmtree(work.reached, ignore_errors=True)
@@ -272,7 +275,7 @@ def note_reach(work, folders, jobs):
                           functions={each: times[each] for each in functions}))
 
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-        list(pool.map(look, read_tests(work, folders)))
+        list(pool.map(look, read_tests(work, folders, matching)))
     work.tests.write_text(json.dumps(sorted(tests, key=lambda each: each["name"])))
     say(f"{len(tests)} tests, {sum(len(each['functions']) for each in tests)} functions")
 
@@ -376,6 +379,8 @@ def main():
                         help="whose sources get faults (default: all)")
     parser.add_argument("--tests", nargs="+", default=[], metavar="FOLDER",
                         help="folders of tests to be asked beside those of the rooms")
+    parser.add_argument("--matching", default="", metavar="REGEX",
+                        help="ask only tests whose names match")
     parser.add_argument("--sample", type=int, default=150, metavar="N",
                         help="mutants of each room, 0 for all (default: %(default)s)")
     parser.add_argument("--seed", type=int, default=1, help="of the sample (default: %(default)s)")
@@ -403,7 +408,7 @@ def main():
         folders = set(options.rooms) | set(options.tests)
         build(work, set(options.rooms), folders, survivors.read_reasons(options.survivors),
               options.jobs)
-        note_reach(work, folders, options.jobs)
+        note_reach(work, folders, options.matching, options.jobs)
     plan = [each for each in json.loads(work.plan.read_text()) if not plant.is_none(each["key"])]
     if options.only:
         wanted = [each for each in plan if re.search(options.only, each["key"])]

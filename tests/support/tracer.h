@@ -10,11 +10,11 @@
 namespace tarn::console {
 
 /// Holds a process so that it cannot end, not even by SIGKILL, as a debugger does; until it is
-/// destroyed.
+/// destroyed. Without the option it holds the dead, whose status nobody else gets.
 class Tracer
 {
 public:
-    explicit Tracer(pid_t traced)
+    explicit Tracer(pid_t traced, long options = PTRACE_O_TRACEEXIT)
     {
         int ready[2] = {};
         if (::pipe(ready) != 0)
@@ -22,8 +22,9 @@ public:
         m_pid = ::fork();
         if (m_pid == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            const char holds =
-                ::ptrace(PTRACE_SEIZE, traced, nullptr, PTRACE_O_TRACEEXIT) == 0 ? 1 : 0;
+            // Whoever waits for the status has to go on some time.
+            ::alarm(longestLife);
+            const char holds = ::ptrace(PTRACE_SEIZE, traced, nullptr, options) == 0 ? 1 : 0;
             if (::write(ready[1], &holds, 1) == 1)
                 ::pause();
             ::_exit(0);
@@ -47,6 +48,8 @@ public:
     bool holds() const { return m_holds; }
 
 private:
+    static constexpr unsigned longestLife = 120; ///< in seconds
+
     pid_t m_pid = -1;
     bool m_holds = false;
 };

@@ -1,5 +1,7 @@
+#include "textlayout/advancetable.h"
 #include "textlayout/fontink.h"
 #include "textlayout/lazydocumentlayout.h"
+#include "textlayout/simplescripts.h"
 
 #include "support/settling.h"
 #include "support/testregistry.h"
@@ -12,6 +14,8 @@
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTextLayout>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -35,6 +39,7 @@ private Q_SLOTS:
     void hitTestsFollowTheLines();
     void theEmptyBlockAtTheEndHoldsACaret();
     void aMeasuredLineIsAsHighAsItWasGuessed();
+    void everyCharacterHasRoom();
     void aFontThatIsNotGenerousKeepsItsHeights();
 };
 
@@ -304,6 +309,33 @@ void TestLineHeights::aMeasuredLineIsAsHighAsItWasGuessed()
         const InkDocument document({text, u"end"_s});
         const int guessed = document.findBlockByNumber(1).firstLineNumber();
         QCOMPARE(document.bandOf(0).height(), guessed);
+    }
+}
+
+/// By what is known of the characters, in all their forms; a lam with an alef is another glyph.
+void TestLineHeights::everyCharacterHasRoom()
+{
+    const InkDocument document({});
+    const AdvanceTable table(document.defaultFont(), nullptr, QTextOption());
+    QVERIFY(table.followsInk());
+    QStringList lines;
+    for (char16_t code = u' '; code < simpleScriptsEnd; ++code) {
+        if (QChar(code).isPrint())
+            lines << QString(QChar(code));
+    }
+    for (char16_t first = 0x0621; first <= 0x064A; ++first) {
+        for (char16_t second = 0x0621; second <= 0x064A; ++second)
+            lines << QString(QChar(first)) + QChar(second);
+    }
+    for (const QString &text : std::as_const(lines)) {
+        QTextLayout layout(text, document.defaultFont());
+        layout.beginLayout();
+        QTextLine line = layout.createLine();
+        line.setLineWidth(pageWidth);
+        layout.endLayout();
+        const InkReach room = table.reachOf(line, text);
+        const InkReach ink = inkOf(line);
+        QVERIFY2(ink.above <= room.above && ink.below <= room.below, qPrintable(text));
     }
 }
 

@@ -15,20 +15,53 @@ namespace tarn::console {
 
 namespace {
 
-QTextOption wrappingOption()
+QTextOption wrappingOption(Qt::LayoutDirection direction = Qt::LeftToRight)
 {
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    option.setTextDirection(Qt::LeftToRight);
+    option.setTextDirection(direction);
     return option;
 }
 
 ParagraphSize sizeByShaping(const QString &text, const QFont &font, qreal width,
-                            const AdvanceTable &heights)
+                            const AdvanceTable &heights,
+                            Qt::LayoutDirection direction = Qt::LeftToRight)
 {
     QTextLayout layout(text, font);
-    return breakIntoLines(&layout, text, wrappingOption(), width, &heights);
+    return breakIntoLines(&layout, text, wrappingOption(direction), width, &heights);
 }
+
+/// A text that is asked for often enough: each time, a few new words are met.
+std::optional<ParagraphSize> sizeOf(WordRows *rows, const QString &text, qreal width,
+                                    const QTextOption &option = wrappingOption())
+{
+    for (qsizetype i = 0; i < text.count(u' '); ++i) {
+        if (const auto size = rows->sizeOf(text, option, width))
+            return size;
+    }
+    return rows->sizeOf(text, option, width);
+}
+
+constexpr Qt::LayoutDirection directions[] = {Qt::LeftToRight, Qt::RightToLeft};
+
+/// What a program may print, for people who read Arabic and English.
+const char16_t *const lines[] = {
+    u"مرحبا بالعالم هذا سطر من نص عربي يطبعه برنامج صغير كتبه أحد الطلاب",
+    u"بدأ التشغيل في الساعة 12:30:45 وانتهى بعد 3.5 ثوان، أي قبل الموعد!",
+    u"النتيجة: ٣٤٫٥ من ١٠٠ (جيدا) والمتوسط ٢٧؛ هل تريد المتابعة؟ نعم/لا",
+    u"error 42 in قيمة السعر at café.tarn, value «عشرة» is unknown and so on",
+    u"السطر 17 يطبع price = 12.50 ثم ينتهي the end، وبعده reads the next one.",
+    u"warning: ملف config.tarn غير موجود -- using defaults instead, line 7",
+    u"تحميل https://example.org/a/b?c=d من الخادم server-2 بنسبة 45% الآن",
+    u"(1) افتح الملف notes.txt ثم اضغط OK، وإلا فلن تحفظ التغييرات.",
+    u"user=أحمد host=النظام status=ok time=12ms  عدد المحاولات = 3   done",
+    u"عدد 1,234,567 سطرا في 12 ملفا، 3/4 منها UTF-8 و 1/4 منها Windows-1256",
+    u"the quick brown fox «ثعلب» jumps over the (lazy) dog كلب and runs away",
+    u"لا إله إلا الله، الله أكبر، ورقـــــم الصفحة ـ ٥ ـ لأن الأمر كذلك",
+    u"\"f\" مرحبا بكم رؤية! \"r, لا\" وبعد ذلك year, تأتي To. ثم النهاية",
+    u"Привет мир و مرحبا with γειά σου, all in one line of 3 or 4 scripts",
+    u"שלום 12 עולם, and then مرحبا 34 again (so) it goes; 5-6 times 7+8",
+};
 
 const char16_t *const usualWords[] = {u"the",    u"quick", u"AVATAR", u"To.",  u"office", u"fluffy",
                                       u"a",      u"I",     u"W",      u"r,",   u"café",   u"ñandú",
@@ -71,6 +104,17 @@ const char16_t *const otherWords[] = {
     u"a\u2028b",
     u"an-other-word-that-ends-nowhere-near-to-the-end-of-any-line-but-far-behind-it"};
 
+const char16_t *const nastyWords[] = {
+    u"مرحبا", u"لا",     u"الآن،",   u"«نعم»",     u"كَتَبَ",    u"ـ",         u"ــم",      u"؟",
+    u"رؤية!", u"(بين)",  u"(بين",    u"بين)",      u"[x]",    u"(",         u")",        u"--",
+    u"-",     u"...",    u"٣٤",      u"٣٫٥",       u"۳۴",     u"12",        u"12:30",    u"1,000",
+    u"3.5%",  u"$5",     u"+7-8",    u"1/2/3",     u"%",      u"the",       u"To.",      u"AV",
+    u"year,", u"f(x)",   u"(so)",    u"x=1",       u"a-b",    u"abcمع",     u"معabc",    u"12مع",
+    u"مع12",  u"a12",    u"ملف.txt", u"و/أو",      u"a/ب",    u"שלום",      u"שלום12",   u"мир",
+    u"γειά",  u"µ",      u"°",       u"،",         u"٪5",     u"5٪",        u"\"ab\"",   u"\"عم\"",
+    u"W",     u"رر",     u"ووو",     u"a\u200Fb",  u"\u200E", u"م\u200Cم",  u"م\u200Dم", u"ﷺ",
+    u"—",     u"\u00A0", u"َ",        u"\\u{202E}", u"漢",     u"\U0001F600"};
+
 template<std::size_t count>
 QString oneOf(const char16_t *const (&words)[count], QRandomGenerator *random)
 {
@@ -89,6 +133,32 @@ QString textOf(QRandomGenerator *random, int words, int others)
         text += QString(random->bounded(10) == 0 ? random->bounded(2, 9) : 1, u' ');
     }
     return random->bounded(4) == 0 ? text : text.trimmed();
+}
+
+QFont consoleFont()
+{
+    QFont font;
+    font.setFamilies({u"Noto Sans Arabic"_s, u"Noto Sans"_s, u"Sans Serif"_s});
+    font.setPointSize(11);
+    return font;
+}
+
+int roundsOr(int usual)
+{
+    const int rounds = qEnvironmentVariableIntValue("TARN_TEST_ROUNDS");
+    return rounds > 0 ? rounds : usual;
+}
+
+/// Words of both directions, now and then several blanks or none between them.
+QString nastyText(QRandomGenerator *random, int words)
+{
+    QString text;
+    for (int i = 0; i < words; ++i) {
+        text += random->bounded(3) == 0 ? oneOf(usualWords, random) : oneOf(nastyWords, random);
+        if (random->bounded(20) != 0)
+            text += QString(random->bounded(10) == 0 ? random->bounded(2, 5) : 1, u' ');
+    }
+    return text;
 }
 
 void addFonts()
@@ -124,6 +194,10 @@ class TestWordRows : public QObject
 private Q_SLOTS:
     void aSizeIsThatOfTheShapedText_data() { addFonts(); }
     void aSizeIsThatOfTheShapedText();
+    void aSizeIsThatOfTheShapedTextAtEveryWidth_data();
+    void aSizeIsThatOfTheShapedTextAtEveryWidth();
+    void textOfBothDirectionsHasTheSizeOfTheShapedText_data() { addFonts(); }
+    void textOfBothDirectionsHasTheSizeOfTheShapedText();
     void mostTextsOfUsualWordsAreKnown_data() { addFonts(); }
     void mostTextsOfUsualWordsAreKnown();
     void whatNeedsShapingIsNotKnown_data();
@@ -143,7 +217,7 @@ void TestWordRows::aSizeIsThatOfTheShapedText()
     for (int round = 0; round < 400; ++round) {
         const QString text = textOf(&random, random.bounded(1, 40), random.bounded(3) * 5);
         const qreal width = random.bounded(5, 60) * font.pointSize();
-        const auto size = rows.sizeOf(text, wrappingOption(), width);
+        const auto size = sizeOf(&rows, text, width);
         if (!size)
             continue;
         const ParagraphSize real = sizeByShaping(text, font, width, heights);
@@ -152,6 +226,67 @@ void TestWordRows::aSizeIsThatOfTheShapedText()
                                                              .arg(size->height)
                                                              .arg(real.height)));
     }
+}
+
+void TestWordRows::aSizeIsThatOfTheShapedTextAtEveryWidth_data()
+{
+    QTest::addColumn<QString>("text");
+    for (const char16_t *line : lines)
+        QTest::addRow("%s", qPrintable(QString::fromUtf16(line).left(24)))
+            << QString::fromUtf16(line);
+}
+
+void TestWordRows::aSizeIsThatOfTheShapedTextAtEveryWidth()
+{
+    QFETCH(QString, text);
+    const QFont font(consoleFont());
+    const AdvanceTable heights(font, nullptr, wrappingOption());
+    WordRows rows;
+    rows.setFont(font, nullptr, &heights);
+    for (const Qt::LayoutDirection direction : directions) {
+        int known = 0;
+        int widths = 0;
+        for (qreal width = 60; width < 600; width += 0.25, ++widths) {
+            const auto size = sizeOf(&rows, text, width, wrappingOption(direction));
+            if (!size)
+                continue;
+            ++known;
+            const ParagraphSize real = sizeByShaping(text, font, width, heights, direction);
+            QVERIFY2(size->height == real.height,
+                     qPrintable(
+                         u"%1: %2 instead of %3"_s.arg(width).arg(size->height).arg(real.height)));
+        }
+        QVERIFY2(known > widths * 3 / 4, qPrintable(QString::number(known)));
+    }
+}
+
+void TestWordRows::textOfBothDirectionsHasTheSizeOfTheShapedText()
+{
+    QFETCH(QFont, font);
+    const AdvanceTable heights(font, nullptr, wrappingOption());
+    WordRows rows;
+    rows.setFont(font, nullptr, &heights);
+    QRandomGenerator random(13);
+    const int rounds = roundsOr(300);
+    int known = 0;
+    for (int round = 0; round < rounds; ++round) {
+        const QString text = nastyText(&random, random.bounded(1, 12));
+        const Qt::LayoutDirection direction = directions[random.bounded(2)];
+        for (int i = 0; i < 5; ++i) {
+            const qreal width = random.bounded(5 * 64, 40 * 64) * font.pointSize() / 64.0;
+            const auto size = sizeOf(&rows, text, width, wrappingOption(direction));
+            if (!size)
+                continue;
+            ++known;
+            const ParagraphSize real = sizeByShaping(text, font, width, heights, direction);
+            QVERIFY2(size->height == real.height,
+                     qPrintable(u"'%1' at %2 (%3): %4 instead of %5"_s.arg(
+                         text, QString::number(width), QString::number(direction),
+                         QString::number(size->height), QString::number(real.height))));
+        }
+    }
+    if (heights.followsInk())
+        QVERIFY2(known > rounds, qPrintable(QString::number(known)));
 }
 
 void TestWordRows::mostTextsOfUsualWordsAreKnown()
@@ -165,7 +300,7 @@ void TestWordRows::mostTextsOfUsualWordsAreKnown()
     int known = 0;
     for (int round = 0; round < rounds; ++round) {
         const QString text = textOf(&random, 30, 0);
-        if (rows.sizeOf(text, wrappingOption(), 50 * font.pointSize()))
+        if (sizeOf(&rows, text, 50 * font.pointSize()))
             ++known;
     }
     QVERIFY2(known > rounds * 2 / 3, qPrintable(QString::number(known)));
@@ -199,10 +334,7 @@ void TestWordRows::whatNeedsShapingIsNotKnown()
     QTextOption option = wrappingOption();
     QVERIFY(rows.sizeOf(u"so so", option, 300));
     option.setFlags(QTextOption::Flags(flags));
-    QVERIFY(!rows.sizeOf(text, option, 300));
-    option = wrappingOption();
-    option.setTextDirection(Qt::RightToLeft);
-    QVERIFY(!rows.sizeOf(u"so so", option, 300));
+    QVERIFY(!sizeOf(&rows, text, 300, option));
     option = wrappingOption();
     option.setWrapMode(QTextOption::WrapAnywhere);
     QVERIFY(!rows.sizeOf(u"so so", option, 300));
@@ -231,7 +363,7 @@ void TestWordRows::whatStandsBeforeAWordMayHoldItTogether()
     WordRows rows;
     rows.setFont(font, nullptr, &heights);
     for (qreal width = 40; width < 400; width += 0.25) {
-        const auto size = rows.sizeOf(text, wrappingOption(), width);
+        const auto size = sizeOf(&rows, text, width);
         const int real = sizeByShaping(text, font, width, heights).height;
         QVERIFY2(
             !size || size->height == real,
@@ -249,7 +381,7 @@ void TestWordRows::anotherFontHasOtherWidths()
         const QFont font(u"Noto Sans"_s, size);
         const AdvanceTable heights(font, nullptr, wrappingOption());
         rows.setFont(font, nullptr, &heights);
-        const auto found = rows.sizeOf(text, wrappingOption(), 200);
+        const auto found = sizeOf(&rows, text, 200);
         QVERIFY(found);
         QCOMPARE(found->height, sizeByShaping(text, font, 200, heights).height);
     }

@@ -61,6 +61,7 @@ private Q_SLOTS:
     void acknowledgementsAreCounted();
     void refusalsChangeNothing();
     void recordsAndNewStreamsChangeNothing();
+    void everyChangeRaisesTheRevision();
     void readersOfTheChangesKeepUp_data();
     void readersOfTheChangesKeepUp();
 };
@@ -258,6 +259,37 @@ void TestTranscriptChanges::recordsAndNewStreamsChangeNothing()
     transcript.appendStream(Out, "d"_ba);
     QCOMPARE(describe(transcript.changes()), before);
     QCOMPARE(transcript.documentText(), u"abc\nd"_s);
+}
+
+void TestTranscriptChanges::everyChangeRaisesTheRevision()
+{
+    Transcript transcript(withRetained(40));
+    const auto revisionGrows = [&transcript](const auto &change) {
+        const quint64 before = transcript.changes().revision;
+        change();
+        return transcript.changes().revision > before;
+    };
+    const auto print = [&](const QByteArray &bytes) {
+        return revisionGrows([&] { transcript.appendStream(Out, bytes); });
+    };
+    QVERIFY(print("a"));
+    // A new paragraph that grows and ends is still one.
+    QVERIFY(print("b"));
+    QVERIFY(print("\n"));
+    QVERIFY(print("c"));
+    QVERIFY(!revisionGrows([&] { transcript.acknowledgePendingUpdates(); }));
+    QVERIFY(print("d"));
+    // So is one that has grown before.
+    QVERIFY(print("e"));
+    QVERIFY(print("\n"));
+    QVERIFY(revisionGrows([&] { transcript.setDirection(ContentDirection::RightToLeft); }));
+    QVERIFY(print("f"));
+    QVERIFY(!revisionGrows([&] { transcript.setDirection(ContentDirection::RightToLeft); }));
+    QVERIFY(!revisionGrows([&] { transcript.appendOutcome(u"Exited"_s); }));
+    QVERIFY(revisionGrows([&] { transcript.clear(); }));
+    QVERIFY(revisionGrows([&] { transcript.clear(); }));
+    QVERIFY(print(QByteArray(40, 'x')));
+    QVERIFY(!print("refused"));
 }
 
 void TestTranscriptChanges::readersOfTheChangesKeepUp_data()

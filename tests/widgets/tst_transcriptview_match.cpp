@@ -56,6 +56,7 @@ class TestTranscriptViewMatch : public QObject
 private Q_SLOTS:
     void matchStaysInSight_data();
     void matchStaysInSight();
+    void matchStaysWhereItIsWhenTheDirectionTurns();
     void lineEndStaysInSight();
     void lineEndStaysInSightWhileHeightsAreGuessed();
     void followingGoesOnWithNewOutput();
@@ -107,6 +108,19 @@ void TestTranscriptViewMatch::matchStaysInSight()
     make("larger window", [&] { shown.window.resize(700, 500); });
     make("direction", [&] { shown.view.setContentDirection(ContentDirection::RightToLeft); });
     make("draft", [&] { shown.draft.setPlainText(u"a long answer "_s.repeated(20)); });
+}
+
+/// Also while the end is followed, and not at an edge of what is in sight.
+void TestTranscriptViewMatch::matchStaysWhereItIsWhenTheDirectionTurns()
+{
+    SearchedView shown;
+    QVERIFY(shown.find(u"line 100"_s));
+    QVERIFY(shown.find(u"line 104"_s));
+    const int top = shown.view.cursorRect().top();
+    QVERIFY(top > 2 * shown.view.lineHeight());
+    shown.view.setContentDirection(ContentDirection::RightToLeft);
+    drain();
+    QCOMPARE(shown.view.cursorRect().top(), top);
 }
 
 /// What is in sight of it may be in its first line only.

@@ -36,6 +36,7 @@ const QString oddText = u"no\u00A0break\u2028line\u2029paragraph\uFDD0\uFDD1\nم
 /// What a context menu offered.
 struct Offer
 {
+    QString name;
     QStringList texts;
     QList<bool> enabled;
 };
@@ -54,6 +55,7 @@ Offer openMenu(ShownView &shown, int pick, OpenBy how = OpenBy::RightClick)
         if (!menu)
             return;
         whenOpen.stop();
+        offer.name = menu->objectName();
         for (const QAction *action : menu->actions()) {
             offer.texts << action->text();
             offer.enabled << action->isEnabled();
@@ -421,6 +423,7 @@ void TestTranscriptViewSelection::menuWithoutActionOffersCopy()
     if (selected)
         shown.select(1, 5);
     const Offer offer = openMenu(shown, nothing, byKey ? OpenBy::MenuKey : OpenBy::RightClick);
+    QCOMPARE(offer.name, u"transcriptMenu"_s);
     QCOMPARE(offer.texts, (QStringList{u"Copy"_s, u"Select all"_s}));
     QCOMPARE(offer.enabled, (QList<bool>{selected, true}));
 }

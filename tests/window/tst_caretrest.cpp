@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QStyleHints>
 #include <QTest>
+#include <QTimer>
 
 namespace tarn::console {
 
@@ -21,6 +22,9 @@ private Q_SLOTS:
     void theCaretStopsBlinkingAndBlinksAgainWithTheNextKey();
     void aCaretThatRestsIsSeen();
     void aCaretThatNeverBlinkedNeverWill();
+    void theCaretBlinksWhileItIsUsed();
+    void everyUseWakesTheCaret_data();
+    void everyUseWakesTheCaret();
 
 private:
     static constexpr int usual = 40; ///< shorter than anybody's
@@ -79,6 +83,43 @@ void TestCaretRest::aCaretThatNeverBlinkedNeverWill()
     const CaretRest rest(1ms);
     QTest::keyClick(field.windowHandle(), Qt::Key_A);
     QCOMPARE(QApplication::cursorFlashTime(), 0);
+}
+
+void TestCaretRest::theCaretBlinksWhileItIsUsed()
+{
+    QApplication::setCursorFlashTime(usual);
+    const CaretRest rest(1h);
+    // What is due at once has its turn before this.
+    bool over = false;
+    QTimer::singleShot(1, &rest, [&over] { over = true; });
+    QTRY_VERIFY(over);
+    QCOMPARE(QApplication::cursorFlashTime(), usual);
+}
+
+void TestCaretRest::everyUseWakesTheCaret_data()
+{
+    QTest::addColumn<QEvent::Type>("type");
+    QTest::addColumn<bool>("wakes");
+    for (const auto type : {QEvent::KeyPress, QEvent::ShortcutOverride, QEvent::InputMethod,
+                            QEvent::MouseButtonPress, QEvent::Wheel, QEvent::WindowActivate})
+        QTest::addRow("%d", int(type)) << type << true;
+    for (const auto type : {QEvent::MouseMove, QEvent::Timer, QEvent::KeyRelease, QEvent::Paint})
+        QTest::addRow("not %d", int(type)) << type << false;
+}
+
+void TestCaretRest::everyUseWakesTheCaret()
+{
+    QFETCH(QEvent::Type, type);
+    QFETCH(bool, wakes);
+    QApplication::setCursorFlashTime(usual);
+    const CaretRest rest(1ms);
+    QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
+    // Nobody but the filter looks at it.
+    QObject nobody;
+    QEvent event(type);
+    QCoreApplication::sendEvent(&nobody, &event);
+    QCOMPARE(QApplication::cursorFlashTime(), wakes ? usual : 0);
+    QTRY_COMPARE(QApplication::cursorFlashTime(), 0);
 }
 
 } // namespace tarn::console

@@ -2,6 +2,7 @@
 #include "window/consolewindowfixture.h"
 
 #include <QScrollBar>
+#include <QSet>
 #include <QTest>
 #include <QTextCursor>
 
@@ -40,6 +41,8 @@ private Q_SLOTS:
     void typingDoesNotSearch();
     void findActionFocusesAndSelectsTheField_data();
     void findActionFocusesAndSelectsTheField();
+    void theButtonStaysWhereItIs_data() { addInterfaceLanguages(); }
+    void theButtonStaysWhereItIs();
     void findActionSearchesForTheText_data();
     void findActionSearchesForTheText();
     void findActionWithAnEmptyFieldLeavesTheStatus();
@@ -310,6 +313,34 @@ void TestConsoleWindowFind::findActionFocusesAndSelectsTheField()
     QCOMPARE(fixture.findField()->selectedText(), u"some text"_s);
     fixture.type(u"x"_s);
     QCOMPARE(fixture.findField()->text(), u"x"_s);
+}
+
+/// Whatever the status beside it says: the next click is meant for it too.
+void TestConsoleWindowFind::theButtonStaysWhereItIs()
+{
+    const ConsoleWindowFixture fixture("print ab ab\\n\n", optionsInRowLanguage());
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.runToEnd());
+    for (const char *language : {"arabicLanguageAction", "englishLanguageAction"}) {
+        fixture.trigger(language);
+        fixture.findField()->setText(u"ab"_s);
+        fixture.trigger("clearAction");
+        QVERIFY(fixture.runToEnd());
+        QVERIFY(fixture.searchStatus().isEmpty());
+        QCoreApplication::processEvents();
+        const QRect place = fixture.button("findOutputAction")->geometry();
+        const QRect field = fixture.findField()->geometry();
+        QSet<QString> statuses;
+        for (const QString &text : {u"ab"_s, u"ab"_s, u"ab"_s, u"nothing like it"_s}) {
+            fixture.findField()->setText(text);
+            fixture.window->findInTranscript();
+            statuses.insert(fixture.searchStatus());
+            QCoreApplication::processEvents();
+            QCOMPARE(fixture.button("findOutputAction")->geometry(), place);
+            QCOMPARE(fixture.findField()->geometry(), field);
+        }
+        QCOMPARE(statuses.size(), 3);
+    }
 }
 
 void TestConsoleWindowFind::findActionSearchesForTheText_data()

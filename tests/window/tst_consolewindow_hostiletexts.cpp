@@ -1,7 +1,5 @@
 #include "support/popupmeeting.h"
 #include "support/testregistry.h"
-#include "transcript/incrementaloutputdecoder.h"
-#include "transcript/visibleescape.h"
 #include "window/consolewindowfixture.h"
 #include "window/statuslabel.h"
 #include "window/visibletext.h"
@@ -19,36 +17,10 @@
 #include <QToolTip>
 
 #include <algorithm>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace tarn::console {
-
-namespace {
-
-/// Line ends, what Unicode ignores by default, and annotations; but for joiners and the style of
-/// emoji, which change how their neighbours look.
-bool isNeverSeen(uint codePoint)
-{
-    if (codePoint == 0x200C || codePoint == 0x200D || codePoint == 0xFE0E || codePoint == 0xFE0F)
-        return false;
-    for (const uint single : {0xADu, 0x34Fu, 0x61Cu, 0x3164u, 0xFEFFu, 0xFFA0u}) {
-        if (codePoint == single)
-            return true;
-    }
-    for (const auto &[first, last] :
-         {std::pair(0x115Fu, 0x1160u), std::pair(0x17B4u, 0x17B5u), std::pair(0x180Bu, 0x180Fu),
-          std::pair(0x200Bu, 0x200Fu), std::pair(0x2028u, 0x202Eu), std::pair(0x2060u, 0x206Fu),
-          std::pair(0xFE00u, 0xFE0Fu), std::pair(0xFFF0u, 0xFFFBu), std::pair(0x1BCA0u, 0x1BCA3u),
-          std::pair(0x1D173u, 0x1D17Au), std::pair(0xE0000u, 0xE0FFFu)}) {
-        if (first <= codePoint && codePoint <= last)
-            return true;
-    }
-    return false;
-}
-
-} // namespace
 
 /// Texts that somebody else chose, wherever the window shows them: they stand there as they are,
 /// and take no more room than they should.
@@ -72,7 +44,6 @@ private Q_SLOTS:
     void startErrorsAreShownAsTheyStand();
     void interpretersNeverLookLikeEachOther_data();
     void interpretersNeverLookLikeEachOther();
-    void labelsEscapeWhatTheOutputEscapes();
     void longMessagesShowTheirEnd();
     void hoverShowsTheWholeMessage();
     void tipsFitOnTheScreen_data() { addTexts(); }
@@ -244,27 +215,6 @@ void TestConsoleWindowHostileTexts::interpretersNeverLookLikeEachOther()
     QVERIFY(!controlled.isNull());
     QVERIFY(controlled.copy(plain.rect()) != plain);
     QVERIFY(controlled.copy(plain.rect()) != picture(u"/no/acb"_s).copy(plain.rect()));
-}
-
-/// Line ends and characters that are drawn as nothing too, which the output keeps.
-void TestConsoleWindowHostileTexts::labelsEscapeWhatTheOutputEscapes()
-{
-    for (uint codePoint = 0; codePoint <= 0x10FFFF; ++codePoint) {
-        if (QChar::isSurrogate(codePoint))
-            continue;
-        const auto units = QChar::fromUcs4(codePoint);
-        const QString text = u"a"_s + QStringView(units).toString() + u'b';
-        const bool escaped = isShownAsEscape(codePoint) || isNeverSeen(codePoint);
-        const QString expected =
-            escaped ? u"a"_s + IncrementalOutputDecoder::codePointEscape(codePoint) + u'b' : text;
-        if (visibleText(text) != expected)
-            QFAIL(qPrintable(u"U+%1: %2"_s.arg(codePoint, 4, 16).arg(visibleText(text))));
-    }
-    for (const QString &needed : {u"می\u200Cخواهم.ترن"_s, u"ه\u200D"_s, u"👩\u200D💻❤\uFE0F"_s})
-        QCOMPARE(visibleText(needed), needed);
-    const QString loneHalves = QString(QChar(0xDE00)) + u'x' + QChar(0xD83D);
-    QCOMPARE(visibleText(loneHalves), loneHalves);
-    QCOMPARE(visibleText(loneHalves + u'\n'), loneHalves + u"\\u{000A}"_s);
 }
 
 void TestConsoleWindowHostileTexts::longMessagesShowTheirEnd()

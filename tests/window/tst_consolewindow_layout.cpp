@@ -2,6 +2,7 @@
 #include "widgets/inputeditor.h"
 #include "widgets/transcriptview.h"
 #include "window/consolewindowfixture.h"
+#include "window/rowstyle.h"
 
 #include <QAccessible>
 #include <QBoxLayout>
@@ -12,6 +13,7 @@
 #include <QTest>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -43,6 +45,11 @@ private Q_SLOTS:
     void titleKeepsItsDistanceWhenZoomed();
     void draftIsTheBuddyOfItsLabel();
     void controlsHaveNamesForScreenReaders();
+    void textsAreNamedForScreenReaders_data();
+    void textsAreNamedForScreenReaders();
+    void pathIsTheBuddyOfItsLabel();
+    void rowsHaveTheStyleOfRows();
+    void textsHaveTheStyleOfTheApplication();
     void rowsFollowTheReadingDirection_data();
     void rowsFollowTheReadingDirection();
 };
@@ -286,6 +293,62 @@ void TestConsoleWindowLayout::controlsHaveNamesForScreenReaders()
         QVERIFY(spoken);
         QVERIFY2(!spoken->text(QAccessible::Name).isEmpty(), qPrintable(widget->objectName()));
     }
+}
+
+void TestConsoleWindowLayout::textsAreNamedForScreenReaders_data()
+{
+    addInterfaceLanguages();
+}
+
+/// By themselves, wherever a screen reader looks for the name, and in the language of now.
+void TestConsoleWindowLayout::textsAreNamedForScreenReaders()
+{
+    const ConsoleWindowFixture fixture(optionsInRowLanguage());
+    const auto check = [&] {
+        const auto text = [](const char *source) {
+            return QCoreApplication::translate("tarn::console::ConsoleWindow", source);
+        };
+        QCOMPARE(fixture.view()->accessibleName(), text("Program output"));
+        QCOMPARE(fixture.draft()->accessibleName(), text("Program input"));
+        QCOMPARE(fixture.findField()->accessibleName(), text("Find output"));
+        QCOMPARE(fixture.findField()->placeholderText(), text("Find output"));
+    };
+    check();
+    for (const char *action : {"arabicLanguageAction", "englishLanguageAction"}) {
+        fixture.trigger(action);
+        check();
+    }
+}
+
+void TestConsoleWindowLayout::pathIsTheBuddyOfItsLabel()
+{
+    const ConsoleWindowFixture fixture;
+    QCOMPARE(fixture.find<QLabel>("sourceLabel")->buddy(), fixture.find<QLabel>("sourcePath"));
+}
+
+void TestConsoleWindowLayout::rowsHaveTheStyleOfRows()
+{
+    const ConsoleWindowFixture fixture;
+    QWidgetList rows{fixture.window->menuBar(), fixture.findField()};
+    for (const char *label : {"consoleTitle", "sourceLabel", "searchStatus", "programInputLabel"})
+        rows.append(fixture.find<QLabel>(label));
+    for (QToolButton *button : fixture.window->centralWidget()->findChildren<QToolButton *>(
+             QString(), Qt::FindDirectChildrenOnly))
+        rows.append(button);
+    for (QMenu *menu : fixture.window->findChildren<QMenu *>())
+        rows.append(menu);
+    QCOMPARE(rows.size(), 2 + 4 + 10 + 6);
+    for (const QWidget *row : std::as_const(rows))
+        QVERIFY2(dynamic_cast<RowStyle *>(row->style()), qPrintable(row->objectName()));
+}
+
+void TestConsoleWindowLayout::textsHaveTheStyleOfTheApplication()
+{
+    const ConsoleWindowFixture fixture;
+    for (const QWidget *text :
+         QWidgetList{fixture.view(), fixture.draft(), fixture.find<QLabel>("sourcePath"),
+                     fixture.find<QLabel>("runStatus")})
+        QCOMPARE(text->style(), QApplication::style());
 }
 
 void TestConsoleWindowLayout::rowsFollowTheReadingDirection_data()

@@ -11,6 +11,7 @@
 #include <QPixmap>
 #include <QProcess>
 #include <QScreen>
+#include <QSet>
 #include <QStyleFactory>
 #include <QTest>
 #include <QTextBlock>
@@ -38,7 +39,10 @@ private Q_SLOTS:
     void everyStatusLeavesTheRowsAlone();
     void aLongStatusNeverGrowsTheWindow();
     void aLongStatusWrapsWhileThreeLinesOfOutputRemain();
+    void theOutcomeWrapsBeforeTheInputsStatus();
     void theWindowGivesBackWhatLargeFontsTook();
+    void aMaximizedWindowStaysMaximized();
+    void whatWasTakenTwiceIsGivenBackOnce();
     void theMinimumIsNeverLargerThanTheScreen();
     void aResizedWindowKeepsItsSizeAfterLargeFonts();
     void framesHaveAllEdges();
@@ -301,6 +305,41 @@ void TestConsoleWindowSizes::aLongStatusWrapsWhileThreeLinesOfOutputRemain()
     QTRY_VERIFY(status->height() >= 2 * line);
 }
 
+/// And each of them takes what there is, but not what three lines of output need.
+void TestConsoleWindowSizes::theOutcomeWrapsBeforeTheInputsStatus()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    auto *run = dynamic_cast<StatusLabel *>(fixture.find<QLabel>("runStatus"));
+    auto *input = dynamic_cast<StatusLabel *>(fixture.find<QLabel>("inputStatus"));
+    for (StatusLabel *status : {run, input})
+        status->setText(u"word "_s.repeated(60));
+    const auto wanted = run->linesForWidth(800 - 24);
+    QVERIFY(wanted >= 3);
+    QSet<int> runs;
+    QSet<int> inputs;
+    fixture.window->zoomBy(30);
+    for (int height = 500; height <= 700; height += 10) {
+        QVERIFY(fixture.resizeTo({800, height}));
+        const int line = run->lineHeight();
+        const int all = run->linesForWidth(run->width());
+        const auto lines = [line](const StatusLabel *status) {
+            return (status->height() + line / 2) / line;
+        };
+        // One row of them is always there.
+        QTRY_VERIFY(lines(input) == 1 || lines(run) == all);
+        const int spare = fixture.view()->height() - fixture.view()->minimumSizeHint().height();
+        const int extra = lines(run) + lines(input) - 2;
+        const int threeLines = 2 * outputLineHeight(fixture);
+        QVERIFY2(extra == 0 || spare >= threeLines - line, qPrintable(QString::number(height)));
+        if (lines(run) < all || lines(input) < all)
+            QVERIFY2(spare < threeLines + 2 * line, qPrintable(QString::number(height)));
+        runs.insert(lines(run));
+        inputs.insert(lines(input));
+    }
+    QVERIFY(runs.size() >= 2 && inputs.size() >= 2);
+}
+
 void TestConsoleWindowSizes::theWindowGivesBackWhatLargeFontsTook()
 {
     const ConsoleWindowFixture fixture;
@@ -315,6 +354,47 @@ void TestConsoleWindowSizes::theWindowGivesBackWhatLargeFontsTook()
     fixture.window->resetZoom();
     QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
     QTRY_COMPARE(fixture.window->size(), QSize(800, 500));
+}
+
+void TestConsoleWindowSizes::aMaximizedWindowStaysMaximized()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(100);
+    QTRY_VERIFY(fixture.window->height() > 500);
+    const int grown = fixture.window->height();
+    fixture.window->showMaximized();
+    QTRY_VERIFY(fixture.window->isMaximized() && fixture.window->height() > grown);
+    const QSize maximized = fixture.window->size();
+    fixture.window->resetZoom();
+    QTRY_COMPARE(fixture.window->minimumSize(), QSize(800, 500));
+    QCoreApplication::processEvents();
+    QCOMPARE(fixture.window->height(), maximized.height());
+    QVERIFY(fixture.window->isMaximized());
+}
+
+/// Of a window that grows twice in a row, the size before the first time is what it had.
+void TestConsoleWindowSizes::whatWasTakenTwiceIsGivenBackOnce()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.resizeTo({800, 500}));
+    fixture.window->zoomBy(80);
+    QTRY_VERIFY(fixture.window->height() > 500);
+    const int once = fixture.window->height();
+    fixture.window->zoomBy(20);
+    QTRY_VERIFY(fixture.window->height() > once);
+    fixture.window->zoomBy(-20);
+    QTRY_COMPARE(fixture.window->height(), once);
+    fixture.window->resetZoom();
+    QTRY_COMPARE(fixture.window->size(), QSize(800, 500));
+    // That is over: a size that somebody chooses now is theirs.
+    QVERIFY(fixture.resizeTo({850, 550}));
+    fixture.window->zoomBy(10);
+    fixture.window->resetZoom();
+    QCoreApplication::processEvents();
+    QCOMPARE(fixture.window->size(), QSize(850, 550));
 }
 
 void TestConsoleWindowSizes::theMinimumIsNeverLargerThanTheScreen()

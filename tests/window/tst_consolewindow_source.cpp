@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QFileSystemModel>
 #include <QScreen>
 #include <QTest>
 #include <QTreeView>
@@ -22,6 +23,7 @@ class TestConsoleWindowSource : public QObject
 private Q_SLOTS:
     void initTestCase();
     void chooserAsksForASourceFile();
+    void chooserListsArabicEndingsToo();
     void chosenSourceIsShownAndCanBeRun();
     void chosenSourceIsNotRunByItself();
     void choosingClearsTheRunStatus();
@@ -55,6 +57,27 @@ void TestConsoleWindowSource::chooserAsksForASourceFile()
     QCOMPARE(request.mode, QFileDialog::ExistingFile);
     QCOMPARE(request.purpose, QFileDialog::AcceptOpen);
     QCOMPARE(request.parent, fixture.window.get());
+}
+
+void TestConsoleWindowSource::chooserListsArabicEndingsToo()
+{
+    const ConsoleWindowFixture fixture;
+    QVERIFY(fixture.show());
+    QList<QStringList> listed;
+    QVERIFY(meetDialog([&] { fixture.trigger("openAction"); },
+                       [&](QDialog *dialog) {
+                           auto *chooser = qobject_cast<QFileDialog *>(dialog);
+                           const auto *files = dialog->findChild<QFileSystemModel *>();
+                           listed.append(files->nameFilters());
+                           const QStringList filters = chooser->nameFilters();
+                           for (const QString &filter : {filters.at(1), filters.at(0)}) {
+                               chooser->selectNameFilter(filter);
+                               Q_EMIT chooser->filterSelected(filter);
+                               listed.append(files->nameFilters());
+                           }
+                       }));
+    const QStringList sources{u"*.tarn"_s, u"*.ترن"_s};
+    QCOMPARE(listed, QList<QStringList>({sources, {u"*"_s}, sources}));
 }
 
 void TestConsoleWindowSource::chosenSourceIsShownAndCanBeRun()

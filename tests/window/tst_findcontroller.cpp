@@ -5,6 +5,7 @@
 #include "window/interfacelanguage.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QTest>
@@ -25,6 +26,21 @@ constexpr TranscriptLimits limits{.maxRetainedBytes = 1000,
                                   .maxParagraphBytes = 1000,
                                   .maxPendingUpdateBytes = 1000,
                                   .maxInputBytes = 1000};
+
+/// A field that notes the keys it gets.
+class RecordingField : public QLineEdit
+{
+public:
+    QList<QKeyCombination> pressed;
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        if (event->key() != Qt::Key_Control && event->key() != Qt::Key_Shift)
+            pressed.append(event->keyCombination());
+        QLineEdit::keyPressEvent(event);
+    }
+};
 
 /// A field, a view and a status, without the rest of the window.
 struct FindWindow
@@ -51,7 +67,7 @@ struct FindWindow
     Transcript transcript{limits};
     QWidget window;
     TranscriptView *view = new TranscriptView(&transcript);
-    QLineEdit *field = new QLineEdit;
+    RecordingField *field = new RecordingField;
     QLabel *status = new QLabel;
     FindController controller{field, view, status};
 };
@@ -71,6 +87,8 @@ private Q_SLOTS:
     void commandOnlyGoesToAnEmptyField();
     void statusIsCleared();
     void statusHasRoomForEveryTextInEachLanguage();
+    void everyStatusIsToldAlsoTheSameAgain();
+    void theKeyThatClosesTheInputErasesNothing();
 };
 
 void TestFindController::statusTellsHowAMatchWasFound()
@@ -157,12 +175,48 @@ void TestFindController::statusHasRoomForEveryTextInEachLanguage()
                 find.controller.findNext();
                 find.controller.findNext();
                 QVERIFY(!find.status->text().isEmpty());
-                widest = std::max(
-                    widest, find.status->fontMetrics().horizontalAdvance(find.status->text()));
+                widest = std::max(widest, find.status->sizeHint().width());
             }
             QCOMPARE(find.status->minimumWidth(), widest);
         }
     }
+}
+
+void TestFindController::everyStatusIsToldAlsoTheSameAgain()
+{
+    FindWindow find;
+    QStringList told;
+    connect(&find.controller, &FindController::statusShown, &find.controller,
+            [&told](const StatusMessage &status) { told.append(status.text()); });
+    find.field->setText(u"four"_s);
+    find.controller.findNext();
+    find.controller.findNext();
+    QCOMPARE(told, QStringList({u"No match"_s, u"No match"_s}));
+    // A match is told by the view that shows it.
+    find.field->setText(u"three"_s);
+    find.controller.findNext();
+    QCOMPARE(told.size(), 2);
+    find.controller.findNext();
+    QCOMPARE(told.mid(2), QStringList(u"Wrapped"_s));
+    find.controller.clearStatus();
+    QCOMPARE(told.size(), 3);
+}
+
+/// Some platforms erase a letter with it.
+void TestFindController::theKeyThatClosesTheInputErasesNothing()
+{
+    FindWindow find;
+    find.field->setText(u"text"_s);
+    find.field->setCursorPosition(0);
+    QTest::keyClick(find.field, Qt::Key_D, Qt::ControlModifier);
+    QCOMPARE(find.field->pressed, QList<QKeyCombination>());
+    QCOMPARE(find.field->text(), u"text"_s);
+    QTest::keyClick(find.field, Qt::Key_D);
+    QTest::keyClick(find.field, Qt::Key_E, Qt::ControlModifier);
+    QTest::keyClick(find.field, Qt::Key_D, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(find.field->pressed, QList<QKeyCombination>({Qt::Key_D, Qt::CTRL | Qt::Key_E,
+                                                          Qt::CTRL | Qt::SHIFT | Qt::Key_D}));
+    QVERIFY(find.field->text().startsWith(u'd'));
 }
 
 } // namespace tarn::console

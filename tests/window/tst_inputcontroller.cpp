@@ -10,6 +10,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QTest>
+#include <QTextBlockFormat>
+#include <QTextCursor>
 #include <QVBoxLayout>
 #include <QWidget>
 
@@ -87,6 +89,11 @@ private Q_SLOTS:
     void statusAtTheEndOfARun();
     void startOfARunMakesTheStatusAsAtFirst();
     void draftThatIsDisabledGetsTheFocusBack();
+    void whatTheUserMustKnowIsTold();
+    void refusalStaysUntilTheDraftIsAnother();
+    void refusalLeavesLaterStatusesAlone();
+    void unsavedSettingsDoNotHideThatTheDraftWasNotSent();
+    void inputThatOpensTakesTheFocusOncePerRun();
 };
 
 void TestInputController::draftIsTakenAsTyped()
@@ -254,6 +261,114 @@ void TestInputController::draftThatIsDisabledGetsTheFocusBack()
     input.other->setFocus(Qt::MouseFocusReason);
     input.controller.setDraftEnabled(true);
     QVERIFY(input.other->hasFocus());
+}
+
+/// And what they see at once is not.
+void TestInputController::whatTheUserMustKnowIsTold()
+{
+    InputWindow input;
+    QStringList told;
+    QObject::connect(&input.controller, &InputController::noticeShown, &input.window,
+                     [&told](const StatusMessage &notice) { told.append(notice.text()); });
+    const auto last = [&] {
+        const QString notices = told.join(u'|');
+        told.clear();
+        return notices;
+    };
+    input.send(u"line"_s);
+    QCOMPARE(last(), u"Start a program before sending input."_s);
+    input.send(QString(32'769, u'ش'));
+    QCOMPARE(last(), u"Program input exceeds the 65,536-byte limit."_s);
+    input.controller.reportMultilinePaste();
+    QCOMPARE(last(), u"Program input must be one line. The draft was unchanged."_s);
+    input.controller.reportTooLongPaste();
+    QCOMPARE(last(), u"Program input exceeds the 65,536-byte limit."_s);
+    input.controller.reportUnsavedSettings();
+    QCOMPARE(last(), u"The settings could not be saved."_s);
+
+    QVERIFY(input.run("wait-forever"));
+    input.send(u"line"_s);
+    QCOMPARE(input.status->text(), u"Input sent."_s);
+    input.session.takeAtMost(0);
+    input.send(u"another"_s);
+    QCOMPARE(input.status->text(), u"Sending input"_s);
+    input.controller.reportRunEnd();
+    input.controller.reportRunStart();
+    QCOMPARE(last(), QString());
+    input.controller.close();
+    QCOMPARE(last(), u"Closing input after the pending line."_s);
+}
+
+void TestInputController::refusalStaysUntilTheDraftIsAnother()
+{
+    InputWindow input;
+    const QString refusal = u"Program input must be one line. The draft was unchanged."_s;
+    input.draft->setPlainText(u"draft"_s);
+    input.controller.reportMultilinePaste();
+    QCOMPARE(input.status->text(), refusal);
+    // Another format is no other draft.
+    QTextCursor cursor(input.draft->document());
+    QTextBlockFormat format;
+    format.setTopMargin(1);
+    cursor.setBlockFormat(format);
+    QCOMPARE(input.status->text(), refusal);
+    input.draft->insertPlainText(u"x"_s);
+    QCOMPARE(input.status->text(), QString());
+    // That was the end of it.
+    input.status->setText(refusal);
+    input.draft->insertPlainText(u"y"_s);
+    QCOMPARE(input.status->text(), refusal);
+}
+
+void TestInputController::refusalLeavesLaterStatusesAlone()
+{
+    InputWindow input;
+    input.controller.reportMultilinePaste();
+    input.status->setText(u"Input sent."_s);
+    input.draft->insertPlainText(u"x"_s);
+    QCOMPARE(input.status->text(), u"Input sent."_s);
+    // What was sent is no refusal.
+    input.send(u"line"_s);
+    const QString notRunning = input.status->text();
+    input.draft->insertPlainText(u"x"_s);
+    QCOMPARE(input.status->text(), notRunning);
+    input.send(QString(32'769, u'ش'));
+    input.draft->clear();
+    QCOMPARE(input.status->text(), QString());
+}
+
+void TestInputController::unsavedSettingsDoNotHideThatTheDraftWasNotSent()
+{
+    InputWindow input;
+    const QString notSent = u"Input closed. The draft was not sent."_s;
+    input.status->setText(notSent);
+    input.controller.reportUnsavedSettings();
+    QCOMPARE(input.status->text(), notSent);
+    input.status->setText(u"Input sent."_s);
+    input.controller.reportUnsavedSettings();
+    QCOMPARE(input.status->text(), u"The settings could not be saved."_s);
+}
+
+void TestInputController::inputThatOpensTakesTheFocusOncePerRun()
+{
+    InputWindow input;
+    QVERIFY(input.show());
+    input.controller.setDraftEnabled(false);
+    input.refuge->setFocus();
+    input.controller.setDraftEnabled(true);
+    QVERIFY(input.refuge->hasFocus());
+    input.controller.setDraftEnabled(false);
+    input.controller.reportRunStart();
+    QVERIFY(input.refuge->hasFocus());
+    input.controller.setDraftEnabled(true);
+    QVERIFY(input.draft->hasFocus());
+    // Nor by the input of a run that has ended.
+    input.controller.setDraftEnabled(false);
+    input.controller.reportRunStart();
+    input.keeper.forget();
+    input.controller.reportRunEnd();
+    input.controller.setDraftEnabled(true);
+    QVERIFY(input.refuge->hasFocus());
 }
 
 } // namespace tarn::console

@@ -1,67 +1,16 @@
 #include "support/testregistry.h"
-#include "window/narration.h"
+#include "window/narrationlistener.h"
 
 #include <QTest>
+
+#include <malloc.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace tarn::console {
 
-namespace {
-
-using Time = Narration::Time;
-constexpr auto out = TranscriptStream::StandardOutput;
-constexpr auto errors = TranscriptStream::StandardError;
-
-/// A narration whose clock is set by hand, and everything it told.
-struct Listener
-{
-    Narration narration;
-    Time now{10'000};
-    QList<Narration::Utterance> told;
-    QList<Time> times;
-
-    /// Lets the time pass, taking what is due when it is due.
-    void pass(Time time)
-    {
-        const Time end = now + time;
-        while (const auto due = narration.dueTime()) {
-            if (*due > end)
-                break;
-            now = std::max(now, *due);
-            const Narration::Utterance utterance = narration.take(now);
-            QVERIFY2(!utterance.isEmpty(), "nothing was told when it was due");
-            told.append(utterance);
-            times.append(now);
-        }
-        now = end;
-    }
-    void write(const QString &text, TranscriptStream stream = out)
-    {
-        narration.addOutput(stream, text, now);
-    }
-    void status(const QString &text, Narration::Status kind = Narration::Status::Plain)
-    {
-        narration.addStatus(text, kind, now);
-    }
-    /// The texts of each utterance, one beside the other.
-    QStringList texts() const
-    {
-        QStringList all;
-        for (const Narration::Utterance &utterance : told) {
-            QStringList items;
-            for (const Narration::Item &item : utterance.items)
-                items.append(item.text);
-            all.append(items.join(u'|'));
-        }
-        return all;
-    }
-};
-
-} // namespace
-
-/// What is worth telling, and when, by a clock of the test's own.
+/// What is worth telling, by a clock of the test's own; when is in tst_narrationpace.cpp.
 class TestNarration : public QObject
 {
     Q_OBJECT
@@ -77,23 +26,23 @@ private Q_SLOTS:
     void blankLinesAreNotTold();
     void aStatusIsToldOnceHoweverOftenItComes();
     void aStatusThatPassesGivesWay();
-    void runningWaitsForWhatFollows();
     void progressIsNotToldBeforeItPauses_data();
     void progressIsNotToldBeforeItPauses();
-    void aLineThatGoesOnInPartsIsToldLessAndLess();
     void aSpinnerIsToldByItsLastState();
     void whatIsLeftOutIsCounted();
     void aLateListenerHearsTheOutcomeFirst();
-    void afterAFloodNothingIsToldForAMoment();
     void aLongLineKeepsItsEnds();
     void aFloodIsThreeUtterancesAtMost();
     void aChattyProgramIsToldAtTheSpeedOfSpeech();
-    void anAnswerEndsTheWait();
     void nothingIsToldAfterClear();
     void nothingIsToldToSomebodyElsewhere();
     void whoComesBackIsToldWhatTheyMissed();
-    void whoMissedNothingNeedNotWait();
     void aFloodElsewhereIsOneUtterance();
+    void theStreamsHaveALineEach();
+    void anEndlessLineIsNotKept();
+    void theLinesThatEndWithTheRunKeepTheirOrder();
+    void exactlyWhatCanBeListenedToIsNotCut();
+    void aSpinnerThatEndsBlankKeepsWhatWasSeen();
 };
 
 void TestNarration::aQuietNarrationIsNeverDue()
@@ -202,16 +151,6 @@ void TestNarration::aStatusThatPassesGivesWay()
     QCOMPARE(listener.texts(), QStringList(u"Running|Stopping|a line|Stopped"_s));
 }
 
-void TestNarration::runningWaitsForWhatFollows()
-{
-    Listener listener;
-    listener.status(u"Running"_s, Narration::Status::Opening);
-    listener.pass(300ms);
-    listener.write(u"Hello\n"_s);
-    listener.pass(1s);
-    QCOMPARE(listener.texts(), QStringList(u"Running|Hello"_s));
-}
-
 void TestNarration::progressIsNotToldBeforeItPauses_data()
 {
     QTest::addColumn<QString>("step");
@@ -236,18 +175,6 @@ void TestNarration::progressIsNotToldBeforeItPauses()
     listener.pass(5s);
     QCOMPARE(listener.told.size(), 1);
     QVERIFY(listener.texts().first().endsWith(u" done"_s));
-}
-
-void TestNarration::aLineThatGoesOnInPartsIsToldLessAndLess()
-{
-    Listener listener;
-    for (int i = 0; i < 60; ++i) {
-        listener.write(u"10 "_s);
-        listener.pass(1s);
-    }
-    QCOMPARE(listener.told.size(), 1);
-    listener.pass(3s);
-    QCOMPARE(listener.told.size(), 2);
 }
 
 void TestNarration::aSpinnerIsToldByItsLastState()
@@ -280,19 +207,6 @@ void TestNarration::aLateListenerHearsTheOutcomeFirst()
     QCOMPARE(listener.told.size(), 1);
     QCOMPARE(listener.told.first().items.first().text, u"Returned status 0"_s);
     QCOMPARE(listener.told.first().items.last().text, u"another line"_s);
-}
-
-void TestNarration::afterAFloodNothingIsToldForAMoment()
-{
-    constexpr int pieces = 125;
-    Listener listener;
-    for (int i = 0; i < pieces; ++i)
-        listener.write(u"another line\n"_s);
-    listener.status(u"Returned status 0"_s);
-    listener.pass(pieces * Narration::perPiece - 1ms);
-    QCOMPARE(listener.told.size(), 0);
-    listener.pass(1ms);
-    QCOMPARE(listener.told.size(), 1);
 }
 
 void TestNarration::aLongLineKeepsItsEnds()
@@ -341,17 +255,6 @@ void TestNarration::aChattyProgramIsToldAtTheSpeedOfSpeech()
     QVERIFY(listener.told.size() <= 10);
 }
 
-void TestNarration::anAnswerEndsTheWait()
-{
-    Listener listener;
-    listener.write(QString(QString(70, u'x') + u'\n').repeated(4));
-    listener.pass(1s);
-    listener.narration.addAnswer(listener.now);
-    listener.write(u"Thanks\n"_s);
-    listener.pass(Narration::gathering);
-    QCOMPARE(listener.texts().last(), u"Thanks"_s);
-}
-
 void TestNarration::nothingIsToldAfterClear()
 {
     Listener listener;
@@ -397,18 +300,6 @@ void TestNarration::whoComesBackIsToldWhatTheyMissed()
     QCOMPARE(listener.told.size(), 2);
 }
 
-void TestNarration::whoMissedNothingNeedNotWait()
-{
-    Listener listener;
-    listener.narration.hold();
-    listener.pass(1h);
-    listener.narration.release(listener.now);
-    const Time back = listener.now;
-    listener.status(u"Returned status 0"_s);
-    listener.pass(1h);
-    QCOMPARE(listener.times, QList<Time>{back + Narration::gathering});
-}
-
 void TestNarration::aFloodElsewhereIsOneUtterance()
 {
     Listener listener;
@@ -425,6 +316,79 @@ void TestNarration::aFloodElsewhereIsOneUtterance()
     QCOMPARE(listener.told.first().items.first().text, u"Returned status 0"_s);
     QCOMPARE(listener.told.first().items.last().text, u"line 9999 of a flood"_s);
     QVERIFY(listener.told.first().omittedLines > 9'900);
+}
+
+void TestNarration::theStreamsHaveALineEach()
+{
+    Listener listener;
+    listener.write(u"half a "_s);
+    listener.write(u"mistake\n"_s, errors);
+    listener.write(u"line\n"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.texts(), QStringList(u"mistake|half a line"_s));
+}
+
+/// Only the memory of a line without an end tells.
+void TestNarration::anEndlessLineIsNotKept()
+{
+    const auto inUse = [] {
+        const struct mallinfo2 memory = ::mallinfo2();
+        return memory.uordblks + memory.hblkhd;
+    };
+    Listener listener;
+    const QString piece = u"and so on "_s.repeated(100);
+    listener.write(piece);
+    const std::size_t before = inUse();
+    for (int i = 0; i < 2000; ++i)
+        listener.write(piece);
+    QVERIFY(inUse() < before + 1'000'000);
+}
+
+void TestNarration::theLinesThatEndWithTheRunKeepTheirOrder()
+{
+    Listener listener;
+    listener.write(u"out"_s);
+    listener.write(u"err"_s, errors);
+    listener.narration.endLines(listener.now);
+    listener.status(u"Done"_s);
+    listener.pass(Narration::gathering);
+    QCOMPARE(listener.texts(), QStringList(u"out|err|Done"_s));
+}
+
+void TestNarration::exactlyWhatCanBeListenedToIsNotCut()
+{
+    constexpr qsizetype longest = Narration::longestOutput;
+    for (const int surplus : {0, 1}) {
+        Listener listener;
+        const QString line = u"b"_s + QString(longest - 2 + surplus, u'x') + u"e"_s;
+        listener.write(line + u'\n');
+        listener.pass(1s);
+        const QString told = listener.texts().value(0);
+        QCOMPARE(told == line, surplus == 0);
+        QCOMPARE(told.contains(u" … "_s), surplus == 1);
+        QVERIFY(told.startsWith(u"bx"_s) && told.endsWith(u"xe"_s));
+        QVERIFY(told.size() <= longest);
+        QCOMPARE(listener.told.value(0).omittedLines, 0);
+    }
+    // Of two lines, both, or the last and the number of the other.
+    for (const int surplus : {0, 1}) {
+        Listener listener;
+        listener.write(QString(longest / 2, u'x') + u'\n' + QString(longest / 2 + surplus, u'y')
+                       + u'\n');
+        listener.pass(1s);
+        QCOMPARE(listener.told.value(0).items.size(), 2 - surplus);
+        QCOMPARE(listener.told.value(0).omittedLines, surplus);
+    }
+}
+
+void TestNarration::aSpinnerThatEndsBlankKeepsWhatWasSeen()
+{
+    Listener listener;
+    listener.write(u"10 %\\u{000D}20 %\\u{000D}   \\u{000D}\n"_s);
+    listener.pass(1s);
+    listener.write(u"\\u{000D}30 %\n"_s);
+    listener.pass(1s);
+    QCOMPARE(listener.texts(), QStringList({u"20 %"_s, u"30 %"_s}));
 }
 
 } // namespace tarn::console

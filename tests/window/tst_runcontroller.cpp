@@ -43,6 +43,10 @@ struct ControlledRun
                          [this] { events.append(u"controls"_s); });
         QObject::connect(&controller, &RunController::lineWritten, &controller,
                          [this] { events.append(u"written"_s); });
+        QObject::connect(&controller, &RunController::outputEnded, &controller,
+                         [this] { events.append(u"output ended"_s); });
+        QObject::connect(&controller, &RunController::outputCutChanged, &controller,
+                         [this](bool cut) { cuts.append(cut); });
         QObject::connect(&controller, &RunController::completed, &controller,
                          [this] { events.append(u"completed"_s); });
     }
@@ -70,6 +74,7 @@ struct ControlledRun
     Transcript transcript;
     RunController controller{&session, &transcript};
     QStringList events;
+    QList<bool> cuts;
 };
 
 } // namespace
@@ -92,6 +97,10 @@ private Q_SLOTS:
     void writtenLineIsEchoed();
     void newsOfOtherRunsIsDropped();
     void noticesAreRecorded();
+    void thatOutputWasCutIsToldOnce();
+    void aNewRunHasCutNothingYet();
+    void clearingTheTranscriptTakesBackThatItWasCut();
+    void aCutAtTheEndIsToldAsWell();
 };
 
 void TestRunController::runToItsEnd()
@@ -103,9 +112,10 @@ void TestRunController::runToItsEnd()
     QCOMPARE(run.transcript.records().at(0).label, u"Run: test.tarn"_s);
     run.events.clear();
     QVERIFY(run.waitForEnd());
-    QCOMPARE(run.events, QStringList({u"status: Running"_s, u"controls"_s, u"transcript"_s,
-                                      u"controls"_s, u"controls"_s, u"transcript"_s,
-                                      u"status: Returned status 3"_s, u"completed"_s}));
+    QCOMPARE(run.events,
+             QStringList({u"status: Running"_s, u"controls"_s, u"transcript"_s, u"controls"_s,
+                          u"controls"_s, u"transcript"_s, u"output ended"_s,
+                          u"status: Returned status 3"_s, u"completed"_s}));
     QCOMPARE(run.recordKinds(),
              QList({TranscriptRecordKind::ApplicationLabel, TranscriptRecordKind::StreamOutput,
                     TranscriptRecordKind::Outcome}));
@@ -122,8 +132,9 @@ void TestRunController::stopByTheUser()
     QCOMPARE(run.events, QStringList({u"status: Stopping"_s, u"controls"_s}));
     run.events.clear();
     QVERIFY(run.waitForEnd());
-    QCOMPARE(run.events, QStringList({u"controls"_s, u"controls"_s, u"transcript"_s,
-                                      u"status: Program stopped by user"_s, u"completed"_s}));
+    QCOMPARE(run.events,
+             QStringList({u"controls"_s, u"controls"_s, u"transcript"_s, u"output ended"_s,
+                          u"status: Program stopped by user"_s, u"completed"_s}));
 }
 
 void TestRunController::runThatCannotStart()
@@ -131,7 +142,7 @@ void TestRunController::runThatCannotStart()
     ControlledRun run("exit 0");
     run.controller.start({run.source.beside(u"missing"_s), run.source.path(), u"en"_s});
     QCOMPARE(run.events,
-             QStringList({u"transcript"_s, u"controls"_s, u"transcript"_s,
+             QStringList({u"transcript"_s, u"controls"_s, u"transcript"_s, u"output ended"_s,
                           u"status: Could not start TARN: Invalid TARN launch configuration"_s,
                           u"completed"_s, u"controls"_s}));
     QCOMPARE(run.recordKinds(),
@@ -268,6 +279,54 @@ void TestRunController::noticesAreRecorded()
     QCOMPARE(run.recordKinds(), QList({TranscriptRecordKind::ApplicationLabel}));
     QCOMPARE(run.transcript.records().at(0).label, u"a notice"_s);
     QCOMPARE(run.transcript.documentText(), QString());
+}
+
+void TestRunController::thatOutputWasCutIsToldOnce()
+{
+    ControlledRun run("print 0123456789\\n\nerror more\\n\nwait-forever", limitsOf(4));
+    run.start();
+    QCOMPARE(run.cuts, QList<bool>());
+    QVERIFY(run.waitForEnd());
+    QCOMPARE(run.cuts, QList{true});
+}
+
+void TestRunController::aNewRunHasCutNothingYet()
+{
+    ControlledRun run("print 0123456789\\n\nwait-forever", limitsOf(4));
+    run.start();
+    QVERIFY(run.waitForEnd());
+    const SourceFile quiet("exit 0");
+    run.events.clear();
+    run.controller.start({scriptedChild(), quiet.path(), u"en"_s});
+    QCOMPARE(run.cuts, QList({true, false}));
+    // There is no room for it either, and its end says so.
+    QVERIFY(run.waitForEnd());
+    QCOMPARE(run.cuts, QList({true, false, true}));
+}
+
+void TestRunController::clearingTheTranscriptTakesBackThatItWasCut()
+{
+    ControlledRun run("print 0123456789\\n\nwait-forever", limitsOf(4));
+    run.controller.clearTranscript();
+    QCOMPARE(run.cuts, QList<bool>());
+    run.start();
+    QVERIFY(run.waitForEnd());
+    run.events.clear();
+    run.controller.clearTranscript();
+    QCOMPARE(run.cuts, QList({true, false}));
+    QCOMPARE(run.events, QStringList(u"transcript"_s));
+    QCOMPARE(run.transcript.records().size(), 0);
+    QCOMPARE(run.transcript.documentText(), QString());
+}
+
+void TestRunController::aCutAtTheEndIsToldAsWell()
+{
+    TranscriptLimits limits = roomyLimits;
+    limits.maxParagraphBytes = 8;
+    ControlledRun run("print 12345678\\r\nexit 0", limits);
+    run.start();
+    QVERIFY(run.waitForEnd());
+    QCOMPARE(run.cuts, QList{true});
 }
 
 } // namespace tarn::console

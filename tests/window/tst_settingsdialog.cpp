@@ -3,7 +3,12 @@
 #include "window/settingsdialog.h"
 
 #include <QComboBox>
+#include <QDialogButtonBox>
 #include <QFontComboBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLocale>
+#include <QPushButton>
 #include <QSpinBox>
 #include <QTest>
 
@@ -40,6 +45,9 @@ private Q_SLOTS:
     void editedFieldsAreApplied();
     void otherPreferencesStayAsTheyAre();
     void shownPreferencesAreACopy();
+    void everyFieldHasItsLabel();
+    void buttonsAcceptAndReject();
+    void sizesHaveLatinDigits();
 };
 
 void TestSettingsDialog::fieldsShowThePreferences()
@@ -111,6 +119,50 @@ void TestSettingsDialog::shownPreferencesAreACopy()
     const SettingsDialog dialog(preferences, nullptr);
     Fields(dialog).size->setValue(20);
     QCOMPARE(preferences, Preferences());
+}
+
+void TestSettingsDialog::everyFieldHasItsLabel()
+{
+    const SettingsDialog dialog(Preferences(), nullptr);
+    QCOMPARE(dialog.objectName(), u"settingsDialog"_s);
+    QCOMPARE(dialog.windowTitle(), u"Settings"_s);
+    const auto *form = dialog.findChild<QFormLayout *>();
+    QCOMPARE(form->rowCount(), 3);
+    const QList<QPair<QString, QWidget *>> rows{{u"Interface language"_s, Fields(dialog).language},
+                                                {u"Interface font"_s, Fields(dialog).family},
+                                                {u"Font size"_s, Fields(dialog).size}};
+    for (int i = 0; i < rows.size(); ++i) {
+        const auto *label =
+            qobject_cast<QLabel *>(form->itemAt(i, QFormLayout::LabelRole)->widget());
+        QCOMPARE(label->text(), rows.at(i).first);
+        QCOMPARE(form->itemAt(i, QFormLayout::FieldRole)->widget(), rows.at(i).second);
+        QCOMPARE(label->buddy(), rows.at(i).second);
+    }
+    // The form first, the buttons below it.
+    QCOMPARE(dialog.layout()->itemAt(0)->layout(), form);
+    QCOMPARE(dialog.layout()->itemAt(1)->widget(), dialog.findChild<QDialogButtonBox *>());
+    QCOMPARE(Fields(dialog).language->itemText(0), u"العربية"_s);
+    QCOMPARE(Fields(dialog).language->itemText(1), u"English"_s);
+    QCOMPARE(Fields(dialog).language->count(), 2);
+}
+
+void TestSettingsDialog::buttonsAcceptAndReject()
+{
+    for (const auto button : {QDialogButtonBox::Ok, QDialogButtonBox::Cancel}) {
+        SettingsDialog dialog(Preferences(), nullptr);
+        dialog.show();
+        dialog.findChild<QDialogButtonBox *>()->button(button)->click();
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.result() == QDialog::Accepted, button == QDialogButtonBox::Ok);
+    }
+}
+
+void TestSettingsDialog::sizesHaveLatinDigits()
+{
+    QLocale::setDefault(QLocale(QLocale::Arabic, QLocale::Egypt));
+    const SettingsDialog dialog(Preferences(), nullptr);
+    QLocale::setDefault(QLocale::c());
+    QCOMPARE(Fields(dialog).size->text(), u"11"_s);
 }
 
 } // namespace tarn::console

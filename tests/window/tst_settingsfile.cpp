@@ -28,9 +28,12 @@ struct Failure
     std::string_view function;
     int number = 0;
     int met = 0;
+    int error = 0; ///< in place of the usual one
 };
 
 Failure failure;
+/// Called whenever a file is put on the disk for good.
+std::function<void()> onSync;
 
 bool fails(std::string_view function, int file, int error)
 {
@@ -39,7 +42,7 @@ bool fails(std::string_view function, int file, int error)
         return false;
     if (++failure.met != failure.number && failure.number != 0)
         return false;
-    errno = error;
+    errno = failure.error != 0 ? failure.error : error;
     return true;
 }
 
@@ -59,6 +62,8 @@ extern "C" ssize_t write(int file, const void *bytes, std::size_t size)
 
 extern "C" int fsync(int file)
 {
+    if (onSync)
+        onSync();
     return fails("fsync", file, EIO) ? -1 : static_cast<int>(::syscall(SYS_fsync, file));
 }
 
@@ -74,13 +79,23 @@ class TestSettingsFile : public QObject
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void cleanup() { failure = {}; }
+    void cleanup()
+    {
+        failure = {};
+        onSync = {};
+    }
 
     void whatCannotBeReadIsNotWritten();
     void whatIsReadInPartIsNotWritten();
     void anyCallMayFail_data();
     void anyCallMayFail();
     void aFullTemporaryDirectoryIsNoObstacle();
+    void anInterruptedReadGoesOn();
+    void theFileIsLockedWhileItIsWritten();
+    void itsFolderIsMade();
+    void nothingStaysOpen();
+    void aLargeFileIsReadAndALargerOneIsNot();
+    void aLargeFileIsReadWhole();
 
 private:
     QString path() const { return m_directory->filePath(u"TARN/TARN Console.conf"_s); }
@@ -202,6 +217,93 @@ void TestSettingsFile::aFullTemporaryDirectoryIsNoObstacle()
     const QFileInfoList left = QFileInfo(path()).dir().entryInfoList(QDir::AllEntries | QDir::Hidden
                                                                      | QDir::NoDotAndDotDot);
     QCOMPARE(left.size(), 1);
+}
+
+void TestSettingsFile::anInterruptedReadGoesOn()
+{
+    for (int number = 1; number <= 3; ++number) {
+        init();
+        failure = {.function = "read", .number = number, .error = EINTR};
+        QVERIFY(SettingsFile::write(newPreferences()));
+        QCOMPARE(content(), newContent);
+        QVERIFY(failure.met > number);
+    }
+}
+
+void TestSettingsFile::theFileIsLockedWhileItIsWritten()
+{
+    bool locked = false;
+    onSync = [&] { locked = QFileInfo::exists(path() + u".lock"_s); };
+    QVERIFY(SettingsFile::write(newPreferences()));
+    QVERIFY(locked);
+    QVERIFY(!QFileInfo::exists(path() + u".lock"_s));
+}
+
+void TestSettingsFile::itsFolderIsMade()
+{
+    QVERIFY(QDir(QFileInfo(path()).path()).removeRecursively());
+    QVERIFY(SettingsFile::write(newPreferences()));
+    QCOMPARE(content(), newContent.first(newContent.indexOf("\n[Others]")));
+}
+
+void TestSettingsFile::nothingStaysOpen()
+{
+    const auto open = [] {
+        return QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size();
+    };
+    QVERIFY(SettingsFile::read());
+    const auto before = open();
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(SettingsFile::read());
+        QVERIFY(SettingsFile::write(newPreferences()));
+    }
+    QCOMPARE(open(), before);
+}
+
+namespace {
+
+/// So many bytes of settings, most of them a comment.
+QByteArray paddedTo(qint64 size, const QByteArray &settings)
+{
+    const QByteArray begin = settings + "\n;";
+    return begin + QByteArray(size - begin.size() - 1, 'x') + '\n';
+}
+
+} // namespace
+
+void TestSettingsFile::aLargeFileIsReadAndALargerOneIsNot()
+{
+    constexpr qint64 most = 4 * 1024 * 1024;
+    for (const int surplus : {0, 1}) {
+        init();
+        const QByteArray text = paddedTo(most + surplus, oldContent);
+        QFile file(path());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(text), text.size());
+        file.close();
+        const std::optional<Preferences> read = SettingsFile::read();
+        QVERIFY(read.has_value());
+        QCOMPARE(read->fontPointSize, surplus == 0 ? 12 : 11);
+        QCOMPARE(SettingsFile::write(newPreferences()), surplus == 0);
+        QCOMPARE(content() == text, surplus != 0);
+    }
+}
+
+void TestSettingsFile::aLargeFileIsReadWhole()
+{
+    for (const int size : {4095, 4096, 4097, 8192, 100'000}) {
+        init();
+        const QByteArray last = "[Last]\nkey=last\n"_ba;
+        const QByteArray text = paddedTo(size - last.size(), oldContent) + last;
+        QCOMPARE(text.size(), size);
+        QFile file(path());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(text), text.size());
+        file.close();
+        QVERIFY(SettingsFile::write(newPreferences()));
+        QVERIFY(content().startsWith(newContent));
+        QVERIFY(content().endsWith(QByteArray("x\n"_ba + last)));
+    }
 }
 
 } // namespace tarn::console

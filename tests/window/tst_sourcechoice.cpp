@@ -1,3 +1,4 @@
+#include "session/filename.h"
 #include "support/sourcefile.h"
 #include "support/testregistry.h"
 #include "window/interfacelanguage.h"
@@ -51,6 +52,8 @@ private Q_SLOTS:
     void planWithoutAnInterpreter();
     void interpretersInTheirOrder();
     void planLooksAtTheFilesAgain();
+    void aFolderThatIsNotUtf8IsNotRemembered();
+    void theRemarkOrThePathIsShown();
 };
 
 void TestSourceChoice::nothingIsChosenAtFirst()
@@ -175,6 +178,27 @@ void TestSourceChoice::planLooksAtTheFilesAgain()
     QCOMPARE(some.choice.plan().obstacle, RunPlan::Obstacle::None);
     source.reset();
     QCOMPARE(some.choice.plan().obstacle, RunPlan::Obstacle::SourceUnreadable);
+}
+
+void TestSourceChoice::aFolderThatIsNotUtf8IsNotRemembered()
+{
+    Choice some;
+    some.choice.select(u"/known/a.tarn"_s);
+    some.choice.select(FileName::fromBytes("/caf\xE9/b.tarn"_ba));
+    QCOMPARE(some.preferences.lastSourceDirectory, u"/known"_s);
+    QCOMPARE(some.label->text(), u"/caf\\xE9/b.tarn"_s);
+    QCOMPARE(FileName::toBytes(some.choice.sourcePath()), "/caf\xE9/b.tarn"_ba);
+}
+
+void TestSourceChoice::theRemarkOrThePathIsShown()
+{
+    Choice some;
+    some.choice.updateLabel();
+    QCOMPARE(some.label->toolTip(), QString());
+    QVERIFY(some.label->alignment().testFlag(Qt::AlignVCenter));
+    some.choice.select(u"/a/b.tarn"_s);
+    QVERIFY(!some.label->toolTip().isEmpty());
+    QCOMPARE(some.label->accessibleDescription(), u"/a/b.tarn"_s);
 }
 
 } // namespace tarn::console

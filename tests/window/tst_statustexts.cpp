@@ -27,6 +27,11 @@ private Q_SLOTS:
     void onlyAnUnsentDraftSaysSo();
     void namesStandInTheirSentence_data() { addLanguages(); }
     void namesStandInTheirSentence();
+    void theSecondLanguageRunsInItsOwnDirection_data() { addLanguages(); }
+    void theSecondLanguageRunsInItsOwnDirection();
+    void whatIsSpokenOnlyHasWords_data() { addLanguages(); }
+    void whatIsSpokenOnlyHasWords();
+    void theSentencesInEnglish();
 
 private:
     static void addLanguages();
@@ -138,6 +143,59 @@ void TestStatusTexts::namesStandInTheirSentence()
                 StatusTexts::interpreterUnavailable(name), StatusTexts::interpreterSelected()}));
     QVERIFY(differ({StatusTexts::noMatch(), StatusTexts::wrapped()}));
     QVERIFY(!StatusTexts::echoLabel().isEmpty());
+}
+
+void TestStatusTexts::theSecondLanguageRunsInItsOwnDirection()
+{
+    setRowLanguage();
+    QFETCH(const QString, language);
+    const StatusMessage message = StatusTexts::interpreterUnavailable(u"Why"_s);
+    const QString between = u" / "_s;
+    const qsizetype start = message.pattern.indexOf(between) + between.size();
+    QVERIFY(start > between.size());
+    const QString first = message.pattern.first(start);
+    QString second = message.pattern.sliced(start);
+    // The reason is English: it belongs to the English half, and to none that is Arabic.
+    if (language == "en"_L1)
+        second = u"\u2067"_s + second.section(u'.', 0, 0) + u"\u2069."_s + second.section(u'.', 1);
+    else
+        second = u"\u2066"_s + second + u"\u2069"_s;
+    QCOMPARE(message.shownPattern, first + second);
+    QVERIFY(message.pattern.endsWith("%1"_L1));
+}
+
+void TestStatusTexts::whatIsSpokenOnlyHasWords()
+{
+    setRowLanguage();
+    const QString text = u"a %1"_s;
+    QVERIFY(StatusTexts::errorOutput(text).endsWith(text));
+    QVERIFY(StatusTexts::errorOutput(text).size() > text.size() + 2);
+    QVERIFY(StatusTexts::linesLeftOut(1234).contains("1234"_L1));
+    QVERIFY(StatusTexts::linesLeftOut(1234).size() > 6);
+    QVERIFY(StatusTexts::errorOutput({}) != StatusTexts::linesLeftOut(0));
+    QVERIFY(!StatusTexts::settingsNotSaved().isEmpty());
+}
+
+void TestStatusTexts::theSentencesInEnglish()
+{
+    m_language.set(u"en"_s);
+    const auto outcome = [](ProgramOutcomeKind kind) {
+        return StatusTexts::outcome({.kind = kind, .exitCode = 7, .message = u"why"_s}).text();
+    };
+    QCOMPARE(outcome(ProgramOutcomeKind::Exited), u"Returned status 7"_s);
+    QCOMPARE(outcome(ProgramOutcomeKind::Crashed), u"Program terminated by signal"_s);
+    QCOMPARE(outcome(ProgramOutcomeKind::FailedToStart), u"Could not start TARN: why"_s);
+    QCOMPARE(outcome(ProgramOutcomeKind::ProcessError), u"Console process failure: why"_s);
+    QCOMPARE(outcome(ProgramOutcomeKind::Stopped), u"Program stopped by user"_s);
+    QCOMPARE(StatusTexts::inputAfterRun(true).text(), u"Input is open."_s);
+    QCOMPARE(StatusTexts::inputAfterRun(false).text(), u"Run complete."_s);
+    QCOMPARE(StatusTexts::inputClosed(false, false).text(), u"Input closed for this run."_s);
+    QCOMPARE(StatusTexts::inputClosed(false, true).text(),
+             u"Input closed. The draft was not sent."_s);
+    QCOMPARE(StatusTexts::inputClosed(true, false).text(),
+             u"Closing input after the pending line."_s);
+    QCOMPARE(StatusTexts::errorOutput(u"x"_s), u"Error output: x"_s);
+    QCOMPARE(StatusTexts::linesLeftOut(3), u"Lines left out: 3"_s);
 }
 
 } // namespace tarn::console
