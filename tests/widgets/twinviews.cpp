@@ -161,6 +161,17 @@ QStringList describe(const QTextEdit &edit)
             describe(edit.verticalScrollBar()), describe(edit.horizontalScrollBar())};
 }
 
+/// How far a letter at the end of a line leans out of it, Qt sees otherwise where there are pieces;
+/// a selected line is so wide.
+QRegion endOf(const QTextLine &line, QPointF position)
+{
+    constexpr int rounding = 2;
+    const QRectF text = line.naturalTextRect().translated(position);
+    const int end = qRound(text.left() + line.horizontalAdvance());
+    return QRect(end - rounding, qFloor(text.top()), qRound(text.right()) - end + 2 * rounding + 1,
+                 qCeil(text.height()) + 1);
+}
+
 /// Where the pieces of a long text meet, in the viewport. What of a letter leans into another piece
 /// is drawn there, but not on a selection that ends or goes on in that one; and what leans into the
 /// next line is drawn as selected there where its piece, not its line, is in part.
@@ -173,18 +184,16 @@ QRegion bordersOfPieces(const QTextEdit &view)
     for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next()) {
         layout.blockBoundingRect(block);
         const QPointF position = block.layout()->position() - scrolled;
-        for (const QTextLayout::FormatRange &piece : block.layout()->formats()) {
+        const auto pieces = block.layout()->formats();
+        for (int i = 0; !pieces.isEmpty() && i < block.layout()->lineCount(); ++i)
+            region += endOf(block.layout()->lineAt(i), position);
+        for (const QTextLayout::FormatRange &piece : pieces) {
             const QTextLine line = block.layout()->lineForTextPosition(piece.start);
             const QRect row = line.rect().translated(position).toAlignedRect();
             for (const int beside : {piece.start - 1, piece.start}) {
                 const int x = qRound(position.x() + line.cursorToX(std::max(0, beside)));
                 region += QRect(x - lean, row.top(), 2 * lean + 1, row.height());
             }
-            // How far a letter at the end leans out of the line, Qt sees otherwise beside a piece.
-            const QRectF text = line.naturalTextRect();
-            const int end = qRound(position.x() + text.left() + line.horizontalAdvance());
-            const int right = qRound(position.x() + text.right());
-            region += QRect(end - lean, row.top(), right - end + 2 * lean + 1, row.height());
             const QRect edge(0, -lean, view.viewport()->width(), 2 * lean);
             region += edge.translated(0, row.top());
             region += edge.translated(0, row.bottom());
