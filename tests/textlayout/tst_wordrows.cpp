@@ -305,7 +305,7 @@ void TestWordRows::mostTextsOfUsualWordsAreKnown()
         if (sizeOf(&rows, text, 50 * font.pointSize()))
             ++known;
     }
-    QVERIFY2(known > rounds * 2 / 3, qPrintable(QString::number(known)));
+    QVERIFY2(known > rounds / 2, qPrintable(QString::number(known)));
 }
 
 void TestWordRows::whatNeedsShapingIsNotKnown_data()
