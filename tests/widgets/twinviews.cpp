@@ -135,13 +135,20 @@ bool isAsNear(const QTextEdit &view, int a, int b)
         || offset > line.textStart() + line.textLength())
         return false;
     const qreal blanks = QFontMetricsF(view.font()).horizontalAdvance(u"  m"_s);
-    const qreal x = line.cursorToX(a - block.position());
+    const int own = a - block.position();
+    const qreal x = line.cursorToX(own);
+    const qreal otherX = line.cursorToX(offset);
     // Beyond an edge of the line is one of its ends, which may be drawn at the other edge.
     const QRectF rect = line.naturalTextRect();
-    const bool isAtEdge = std::min(x - rect.left(), rect.right() - x) <= blanks;
+    const auto isAtEdge = [&](qreal place) {
+        return std::min(place - rect.left(), rect.right() - place) <= blanks;
+    };
     const LinePositions ends = positionsIn(*block.layout(), line);
-    const bool isEnd = offset <= ends.first || offset >= ends.last;
-    return (std::abs(x - line.cursorToX(offset)) <= blanks || (isAtEdge && isEnd))
+    const auto isEnd = [&](int position) {
+        return position <= ends.first || position >= ends.last;
+    };
+    return (std::abs(x - otherX) <= blanks || (isAtEdge(x) && isEnd(offset))
+            || (isAtEdge(otherX) && isEnd(own)))
            && hasTextAgainst(*view.document());
 }
 
