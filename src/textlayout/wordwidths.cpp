@@ -20,8 +20,6 @@ namespace tarn::console {
 
 namespace {
 
-/// More different words than most texts have, and less than a megabyte.
-constexpr std::size_t maximumWords = 4096;
 constexpr qsizetype maximumLength = 64;
 constexpr int maximumNewWords = 3;
 
@@ -178,6 +176,16 @@ void WordWidths::setFont(const QFont &font, QPaintDevice *device, const AdvanceT
         for (Neighbourhood &each : neighbourhoods)
             each = {};
     }
+    m_knownWords = 0;
+}
+
+void WordWidths::forgetWords()
+{
+    for (auto &neighbourhoods : m_neighbourhoods) {
+        for (Neighbourhood &each : neighbourhoods)
+            each.words = {};
+    }
+    m_knownWords = 0;
 }
 
 /// The width of a beginning of a text. The first strong character decides how it runs.
@@ -267,8 +275,9 @@ const WordWidths::Word &WordWidths::of(QStringView text, const WordSurroundings 
     if (m_newWords == maximumNewWords)
         return unknown;
     ++m_newWords;
-    if (words.size() == maximumWords)
-        words.clear();
+    if (m_knownWords >= maximumWords)
+        forgetWords();
+    ++m_knownWords;
     Word word = measure(QString::fromUtf16(key.data(), text.size()), surroundings);
     if (digits) {
         word.overhang = std::max(word.overhang, *digits);
