@@ -2,6 +2,7 @@
 
 #include "textlayout/advancetable.h"
 #include "textlayout/fallbackfonts.h"
+#include "textlayout/runends.h"
 
 #include <QChar>
 #include <QFontMetricsF>
@@ -97,9 +98,11 @@ bool runsToTheRight(QStringView text, const WordSurroundings &surroundings)
 class Lines
 {
 public:
-    Lines(const QString &text, const QFont &font, QPaintDevice *device)
+    Lines(const QString &text, const QFont &font, QPaintDevice *device,
+          const QList<QTextLayout::FormatRange> &pieces = {})
         : m_layout(text, font, device)
     {
+        m_layout.setFormats(pieces);
     }
 
     /// Makes one of all.
@@ -289,7 +292,7 @@ const WordWidths::Word &WordWidths::of(QStringView text, const WordSurroundings 
 
 WordWidths::Word WordWidths::measure(const QString &text, const WordSurroundings &surroundings)
 {
-    if (!isPlain(text))
+    if (!isPlain(text) || !isAsWideInPieces(text, surroundings))
         return {};
     const QString before = textBefore(surroundings);
     const bool isAfterLetters = surroundings.isAfterLetters || hasLetters(text);
@@ -357,6 +360,20 @@ WordWidths::Word WordWidths::measureToTheRight(const QString &before, const QStr
 bool WordWidths::isPlain(const QString &text) const
 {
     return m_heights->lineOf(text).certain && fallbackFormats(text, m_font, 1).isEmpty();
+}
+
+/// Whether a word is as wide where its end is shaped apart from its last ligature: the two may be
+/// kerned. More words that run against the paragraph may come after it.
+bool WordWidths::isAsWideInPieces(const QString &text, const WordSurroundings &surroundings) const
+{
+    const bool runsLeft = surroundings.paragraphRunsLeft;
+    const QString whole = textBefore(surroundings) + text + (runsLeft ? u" a"_s : u" \u0627"_s);
+    const auto pieces = runEndPieces(whole, runsLeft ? Qt::RightToLeft : Qt::LeftToRight);
+    if (pieces.isEmpty())
+        return true;
+    Lines together(whole, m_font, m_device);
+    Lines apart(whole, m_font, m_device, pieces);
+    return inUnits(together.all().horizontalAdvance()) == inUnits(apart.all().horizontalAdvance());
 }
 
 } // namespace tarn::console

@@ -93,6 +93,7 @@ private:
     Word measureToTheRight(const QString &before, const QString &word) const;
     void measureAtEnd(const QString &text, Word *word) const;
     bool isPlain(const QString &word) const;
+    bool isAsWideInPieces(const QString &word, const WordSurroundings &surroundings) const;
 
     QFont m_font;
     QPaintDevice *m_device = nullptr;
