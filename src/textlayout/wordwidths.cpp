@@ -2,6 +2,7 @@
 
 #include "textlayout/advancetable.h"
 #include "textlayout/fallbackfonts.h"
+#include "textlayout/runends.h"
 
 #include <QChar>
 #include <QFontMetricsF>
@@ -20,8 +21,6 @@ namespace tarn::console {
 
 namespace {
 
-/// More different words than most texts have, and less than a megabyte.
-constexpr std::size_t maximumWords = 4096;
 constexpr qsizetype maximumLength = 64;
 constexpr int maximumNewWords = 3;
 
@@ -99,9 +98,11 @@ bool runsToTheRight(QStringView text, const WordSurroundings &surroundings)
 class Lines
 {
 public:
-    Lines(const QString &text, const QFont &font, QPaintDevice *device)
+    Lines(const QString &text, const QFont &font, QPaintDevice *device,
+          const QList<QTextLayout::FormatRange> &pieces = {})
         : m_layout(text, font, device)
     {
+        m_layout.setFormats(pieces);
     }
 
     /// Makes one of all.
@@ -178,6 +179,16 @@ void WordWidths::setFont(const QFont &font, QPaintDevice *device, const AdvanceT
         for (Neighbourhood &each : neighbourhoods)
             each = {};
     }
+    m_knownWords = 0;
+}
+
+void WordWidths::forgetWords()
+{
+    for (auto &neighbourhoods : m_neighbourhoods) {
+        for (Neighbourhood &each : neighbourhoods)
+            each.words = {};
+    }
+    m_knownWords = 0;
 }
 
 /// The width of a beginning of a text. The first strong character decides how it runs.
@@ -267,8 +278,9 @@ const WordWidths::Word &WordWidths::of(QStringView text, const WordSurroundings 
     if (m_newWords == maximumNewWords)
         return unknown;
     ++m_newWords;
-    if (words.size() == maximumWords)
-        words.clear();
+    if (m_knownWords >= maximumWords)
+        forgetWords();
+    ++m_knownWords;
     Word word = measure(QString::fromUtf16(key.data(), text.size()), surroundings);
     if (digits) {
         word.overhang = std::max(word.overhang, *digits);
@@ -280,7 +292,7 @@ const WordWidths::Word &WordWidths::of(QStringView text, const WordSurroundings 
 
 WordWidths::Word WordWidths::measure(const QString &text, const WordSurroundings &surroundings)
 {
-    if (!isPlain(text))
+    if (!isPlain(text) || !isAsWideInPieces(text, surroundings))
         return {};
     const QString before = textBefore(surroundings);
     const bool isAfterLetters = surroundings.isAfterLetters || hasLetters(text);
@@ -348,6 +360,20 @@ WordWidths::Word WordWidths::measureToTheRight(const QString &before, const QStr
 bool WordWidths::isPlain(const QString &text) const
 {
     return m_heights->lineOf(text).certain && fallbackFormats(text, m_font, 1).isEmpty();
+}
+
+/// Whether a word is as wide where its end is shaped apart from its last ligature: the two may be
+/// kerned. More words that run against the paragraph may come after it.
+bool WordWidths::isAsWideInPieces(const QString &text, const WordSurroundings &surroundings) const
+{
+    const bool runsLeft = surroundings.paragraphRunsLeft;
+    const QString whole = textBefore(surroundings) + text + (runsLeft ? u" a"_s : u" \u0627"_s);
+    const auto pieces = runEndPieces(whole, runsLeft ? Qt::RightToLeft : Qt::LeftToRight);
+    if (pieces.isEmpty())
+        return true;
+    Lines together(whole, m_font, m_device);
+    Lines apart(whole, m_font, m_device, pieces);
+    return inUnits(together.all().horizontalAdvance()) == inUnits(apart.all().horizontalAdvance());
 }
 
 } // namespace tarn::console

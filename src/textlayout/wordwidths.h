@@ -29,6 +29,9 @@ class WordWidths
 {
 public:
     static constexpr qreal unitsPerPixel = 64;
+    /// More different words than most texts have, each counted once in each of its surroundings;
+    /// some megabytes. Beyond, all are forgotten: a program may print new ones without end.
+    static constexpr std::size_t maximumWords = 16'384;
 
     /// The table is the font's, and must live until the next one is set.
     void setFont(const QFont &font, QPaintDevice *device, const AdvanceTable *heights);
@@ -53,6 +56,7 @@ public:
     /// to shape more of them.
     const Word &of(QStringView word, const WordSurroundings &surroundings);
     void beginText() { m_newWords = 0; }
+    std::size_t knownWords() const { return m_knownWords; }
 
     /// A blank that stands between blanks.
     int blank(const WordSurroundings &surroundings);
@@ -81,6 +85,7 @@ private:
     };
 
     int widthOf(const QString &text, qsizetype length) const;
+    void forgetWords();
     Neighbourhood &neighbourhoodOf(const WordSurroundings &surroundings);
     std::optional<int> digitOverhang(std::size_t script) const;
     std::optional<int> digitOverhang(QStringView word, const WordSurroundings &surroundings);
@@ -88,11 +93,13 @@ private:
     Word measureToTheRight(const QString &before, const QString &word) const;
     void measureAtEnd(const QString &text, Word *word) const;
     bool isPlain(const QString &word) const;
+    bool isAsWideInPieces(const QString &word, const WordSurroundings &surroundings) const;
 
     QFont m_font;
     QPaintDevice *m_device = nullptr;
     const AdvanceTable *m_heights = nullptr;
     int m_newWords = 0; ///< in a text
+    std::size_t m_knownWords = 0;
     /// After letters of each script, and before any; in paragraphs of both directions.
     std::array<std::array<Neighbourhood, simpleScripts.size()>, 4> m_neighbourhoods;
 };

@@ -2,6 +2,7 @@
 
 #include "support/testregistry.h"
 #include "textlayout/advancetable.h"
+#include "textlayout/runends.h"
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -23,11 +24,13 @@ QTextOption wrappingOption(Qt::LayoutDirection direction = Qt::LeftToRight)
     return option;
 }
 
+/// As the console shapes it: the ends of words against the direction are shaped apart.
 ParagraphSize sizeByShaping(const QString &text, const QFont &font, qreal width,
                             const AdvanceTable &heights,
                             Qt::LayoutDirection direction = Qt::LeftToRight)
 {
     QTextLayout layout(text, font);
+    layout.setFormats(runEndPieces(text, direction));
     return breakIntoLines(&layout, text, wrappingOption(direction), width, &heights);
 }
 
@@ -207,6 +210,8 @@ private Q_SLOTS:
     void anotherFontHasOtherWidths();
     void whatStandsBeforeAWordMayHoldItTogether_data();
     void whatStandsBeforeAWordMayHoldItTogether();
+    void whatIsKernedWithALigatureIsShapedApart_data();
+    void whatIsKernedWithALigatureIsShapedApart();
 };
 
 void TestWordRows::aSizeIsThatOfTheShapedText()
@@ -403,6 +408,29 @@ void TestWordRows::wordsThatOthersDecideAboutAreNotFound()
     WordPlaces places;
     QTEST(places.find(text, false), "isFoundToTheRight");
     QTEST(places.find(text, true), "isFoundToTheLeft");
+}
+
+void TestWordRows::whatIsKernedWithALigatureIsShapedApart_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("quotes") << u"الحالة \"off\" mode, وبعدها 'diff' file ثم \"staff\" names"_s;
+    QTest::newRow("a bracket") << u"الملف the file diff (off) end وهذا the staff, all of it"_s;
+}
+
+/// Where the words run against the paragraph, a pair that is kerned is torn apart.
+void TestWordRows::whatIsKernedWithALigatureIsShapedApart()
+{
+    QFETCH(QString, text);
+    const QFont font(consoleFont());
+    const AdvanceTable heights(font, nullptr, wrappingOption());
+    WordRows rows;
+    rows.setFont(font, nullptr, &heights);
+    for (qreal width = 60; width < 400; width += 0.25) {
+        const auto size = sizeOf(&rows, text, width, wrappingOption(Qt::RightToLeft));
+        const int real = sizeByShaping(text, font, width, heights, Qt::RightToLeft).height;
+        QVERIFY2(!size || size->height == real,
+                 qPrintable(u"%1: %2 instead of %3"_s.arg(width).arg(size->height).arg(real)));
+    }
 }
 
 void TestWordRows::anotherFontHasOtherWidths()
