@@ -18,10 +18,10 @@ namespace {
 /// A text on the lazy layout, and its reader.
 struct ReadText
 {
-    ReadText()
+    explicit ReadText(const QString &text = u"short\n"_s.repeated(200))
     {
         edit.document()->setDocumentLayout(layout);
-        edit.setPlainText(u"short\n"_s.repeated(200));
+        edit.setPlainText(text);
         edit.resize(300, 200);
         edit.show();
         if (!QTest::qWaitForWindowExposed(&edit))
@@ -52,6 +52,7 @@ private Q_SLOTS:
     void whoFollowsTheEndStaysThereWhateverGrows();
     void whoWasShownSomethingElseIsLeftThere();
     void whoWasShownTheEndIsLeftThere();
+    void aLookAroundElsewhereMakesNobodyFollowTheEnd();
 };
 
 void TestReadingPlace::whoFollowsTheEndStaysThereWhateverGrows()
@@ -83,6 +84,23 @@ void TestReadingPlace::whoWasShownTheEndIsLeftThere()
     read.append();
     QVERIFY(read.bar->maximum() > value);
     QCOMPARE(read.bar->value(), value);
+}
+
+/// Not even where the text turns out to be so short that the reader's place is behind its end.
+void TestReadingPlace::aLookAroundElsewhereMakesNobodyFollowTheEnd()
+{
+    // Stacked letters, which take far less room than the guess.
+    ReadText read(QString(u"\u1780\u17D2"_s.repeated(500) + u'\n').repeated(100)
+                  + u"short\n"_s.repeated(20));
+    QVERIFY(!read.layout->isExact());
+    read.bar->setValue(read.bar->maximum() - 5);
+    QVERIFY(!read.place.isAtEnd());
+    const int maximum = read.bar->maximum();
+    read.place.measureAround(read.edit.document()->findBlockByNumber(50).position());
+    QVERIFY(read.bar->maximum() < maximum);
+    QVERIFY(!read.place.isAtEnd());
+    read.place.keep([&read] { read.append(); });
+    QVERIFY(!read.place.isAtEnd());
 }
 
 } // namespace tarn::console
