@@ -176,7 +176,6 @@ void ProgramRun::complete(const ProgramOutcome &outcome)
         return;
     m_completed = true;
     m_pendingInput.clear();
-    m_currentLine.clear();
     if (outcome.kind == ProgramOutcomeKind::Stopped && orphanedSessionExists(m_group)) {
         // The leader is gone, but members that ignore SIGTERM have only what is left of the grace.
         new SessionReaper(m_group, graceLeft(), m_process->parent(), std::move(m_watchdog));

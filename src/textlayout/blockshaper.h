@@ -41,8 +41,6 @@ public:
     /// that is composed with an input method.
     void setKeepsEscapes(bool keeps) { m_keepsEscapes = keeps; }
     void setLineWidth(qreal width) { m_lineWidth = width; }
-    const QFont &font() const { return m_font; }
-    const AdvanceTable *heights() const { return m_heights; }
 
     /// Whether a block can be painted without being shaped.
     bool isShaped(const QTextBlock &block) const;

@@ -42,15 +42,6 @@ bool isAsciiPunctuation(QChar character)
     return code > u' ' && code < 0x7F && !character.isLetterOrNumber();
 }
 
-/// Of the widest of the first lines.
-qreal widthOf(const QTextLayout &layout, int lines)
-{
-    qreal width = 0;
-    for (int i = 0; i < lines; ++i)
-        width = std::max(width, layout.lineAt(i).naturalTextWidth());
-    return width;
-}
-
 /// A layout cannot give lines back, but it does not draw them below everything.
 void moveOutOfSight(const QTextLayout &layout, int firstLine)
 {
@@ -206,8 +197,8 @@ bool SegmentedParagraph::cutOff(Segment *segment) const
             continue;
         const QTextLine last = layout.lineAt(line - 1);
         segment->length = next.textStart();
-        const LineBand band = bandOf(next, brokenText(*segment));
-        segment->size = {.height = static_cast<int>(band.top), .width = widthOf(layout, line)};
+        // The width stays that of all lines, none of which is wider than the room for it.
+        segment->size.height = static_cast<int>(bandOf(next, brokenText(*segment)).top);
         moveOutOfSight(layout, line);
         // Lines that overlap would not fit together.
         return bandOf(last, brokenText(*segment)).bottom <= segment->size.height;

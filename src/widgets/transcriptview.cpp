@@ -15,7 +15,6 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMimeData>
-#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
@@ -339,11 +338,8 @@ void TranscriptView::setDraftEditor(QTextEdit *editor)
 
 void TranscriptView::applyDraftPresentation()
 {
-    // Changing the format below changes the document, which asks for its presentation again.
-    if (!m_draftEditor || m_applyingDraftPresentation)
+    if (!m_draftEditor)
         return;
-    const QScopedValueRollback guard(m_applyingDraftPresentation, true);
-
     const QString text = m_draftEditor->toPlainText();
     presentDraft(m_draftEditor, paragraphPresentation(m_transcript->direction(), text));
 }

@@ -103,7 +103,6 @@ private:
     TranscriptWriter m_writer;
     ReadingPlace m_readingPlace;
     PaintPace m_paintPace;
-    bool m_applyingDraftPresentation = false;
 };
 
 } // namespace tarn::console

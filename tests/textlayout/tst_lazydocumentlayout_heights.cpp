@@ -30,6 +30,8 @@ constexpr int pageWidth = 400;
 const QString flat = u"\u1780\u17D2"_s.repeated(500);
 const QString wide = u"words of a line that wraps"_s.repeated(20);
 
+const QString signsOfNoFont = u"\U0010ABCD"_s.repeated(40);
+
 /// A document in the lazy layout that nothing shows.
 class LaidOutDocument : public QTextDocument
 {
@@ -88,6 +90,10 @@ private Q_SLOTS:
     void aLineThatGrowsBesideAWiderOneWraps();
     void aCutTextThatGoesOnBelowIsMeasuredAgain();
     void severalBlocksMayTurnAtOnce();
+    void aLineThatGrewWrapsInANarrowerPage();
+    void aLineThatGrowsBelowAWiderOneWraps();
+    void typedSignsAreToldOnce();
+    void formatsOfSignsGoWithThem();
 };
 
 void TestLazyDocumentLayoutHeights::shortLinesAreSureAtOnce()
@@ -331,6 +337,61 @@ void TestLazyDocumentLayoutHeights::severalBlocksMayTurnAtOnce()
         const bool isTurned = block != document.firstBlock() && block != document.lastBlock();
         QCOMPARE(leftOf(block) > pageWidth / 2, isTurned);
     }
+}
+
+/// How wide it was before says nothing any more.
+void TestLazyDocumentLayoutHeights::aLineThatGrewWrapsInANarrowerPage()
+{
+    LaidOutDocument document(u"short"_s);
+    QTextCursor cursor(&document);
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(u" words that fill half of a page"_s);
+    QCOMPARE(heightShape(document), document.line(1));
+    document.setTextWidth(pageWidth / 4);
+    QVERIFY(document.settle());
+    QVERIFY(document.firstBlock().lineCount() > document.rowHeight());
+}
+
+/// Without a caret in it, for whose place it would be shaped.
+void TestLazyDocumentLayoutHeights::aLineThatGrowsBelowAWiderOneWraps()
+{
+    LaidOutDocument document(u"\t\nii"_s);
+    QTextOption option = document.defaultTextOption();
+    option.setTabStopDistance(2 * pageWidth);
+    document.setDefaultTextOption(option);
+    QVERIFY(document.settle());
+    QVERIFY(document.layout().documentSize().width() > pageWidth);
+    QTextCursor(document.lastBlock()).insertText(wide + u'\n');
+    QVERIFY(document.settle());
+    QVERIFY(document.findBlockByNumber(1).lineCount() > document.rowHeight());
+}
+
+/// The layout gives them a format of their own, of which the document tells as of a change.
+void TestLazyDocumentLayoutHeights::typedSignsAreToldOnce()
+{
+    LaidOutDocument document(u"short"_s);
+    document.layout().blockBoundingRect(document.firstBlock());
+    const QSignalSpy updates(&document.layout(), &LazyDocumentLayout::update);
+    QTextCursor cursor(&document);
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(signsOfNoFont);
+    QVERIFY(!document.firstBlock().layout()->formats().isEmpty());
+    QCOMPARE(updates.size(), 1);
+}
+
+/// They say that no other font draws such signs, which would hold for the letters after them.
+void TestLazyDocumentLayoutHeights::formatsOfSignsGoWithThem()
+{
+    LaidOutDocument document(signsOfNoFont);
+    document.layout().blockBoundingRect(document.firstBlock());
+    QVERIFY(!document.firstBlock().layout()->formats().isEmpty());
+    QTextCursor cursor(&document);
+    cursor.insertText(u"سطر"_s);
+    cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+    QCOMPARE(document.toPlainText(), u"سطر"_s);
+    document.layout().blockBoundingRect(document.firstBlock());
+    QVERIFY(document.firstBlock().layout()->formats().isEmpty());
 }
 
 } // namespace tarn::console

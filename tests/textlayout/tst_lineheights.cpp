@@ -35,7 +35,9 @@ private Q_SLOTS:
     void wrappedLinesAreAsHighAsTheirOwnText();
     void aSelectionCoversItsLineOnly_data();
     void aSelectionCoversItsLineOnly();
+    void aSelectionLeavesTheOtherLinesAsTheyAre();
     void aCaretIsAsHighAsItsLine();
+    void whatIsComposedHasTheCaretThatIsAskedFor();
     void hitTestsFollowTheLines();
     void theEmptyBlockAtTheEndHoldsACaret();
     void aMeasuredLineIsAsHighAsItWasGuessed();
@@ -102,18 +104,24 @@ public:
 
     QImage draw(int selectedBlock = -1, int caret = -1) const
     {
+        if (selectedBlock < 0)
+            return draw(QTextCursor(), caret);
+        QTextCursor selection(findBlockByNumber(selectedBlock));
+        selection.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        return draw(selection, caret);
+    }
+
+    QImage draw(const QTextCursor &selected, int caret = -1) const
+    {
         QImage image(pageWidth, layout().documentSize().toSize().height(), QImage::Format_RGB32);
         image.fill(Qt::white);
         QPainter painter(&image);
         QAbstractTextDocumentLayout::PaintContext context;
         context.cursorPosition = caret;
         context.palette.setColor(QPalette::Text, Qt::black);
-        if (selectedBlock >= 0) {
+        if (selected.hasSelection()) {
             QAbstractTextDocumentLayout::Selection selection;
-            const QTextBlock block = findBlockByNumber(selectedBlock);
-            selection.cursor = QTextCursor(block);
-            selection.cursor.setPosition(block.position() + block.length() - 1,
-                                         QTextCursor::KeepAnchor);
+            selection.cursor = selected;
             selection.format.setBackground(Qt::yellow);
             context.selections = {selection};
         }
@@ -243,6 +251,22 @@ void TestLineHeights::aSelectionCoversItsLineOnly()
     QVERIFY2(qAbs(changed.bottom() - covered.bottom()) <= 1, qPrintable(text));
 }
 
+/// They are not drawn again, and bolder for it.
+void TestLineHeights::aSelectionLeavesTheOtherLinesAsTheyAre()
+{
+    const InkDocument document({u"plain words "_s.repeated(50)});
+    const QImage unselected = document.draw();
+    QTextCursor selected(document.firstBlock());
+    selected.setPosition(document.firstBlock().layout()->lineAt(3).textStart() + 3);
+    selected.movePosition(QTextCursor::NextWord, QTextCursor::KeepAnchor);
+    const QRect changed = difference(unselected, document.draw(selected));
+    QVERIFY(!changed.isEmpty());
+    const int line = document.layout().lineHeights().plain;
+    const int top = document.bandOf(0).top();
+    QVERIFY2(changed.top() >= top + 2 * line, qPrintable(QString::number(changed.top())));
+    QVERIFY2(changed.bottom() < top + 5 * line, qPrintable(QString::number(changed.bottom())));
+}
+
 void TestLineHeights::aCaretIsAsHighAsItsLine()
 {
     const InkDocument document({texts[0], texts[0], texts[0]});
@@ -250,6 +274,22 @@ void TestLineHeights::aCaretIsAsHighAsItsLine()
     const QRect changed = difference(document.draw(), document.draw(-1, caret));
     QCOMPARE(changed.top(), document.bandOf(1).top());
     QCOMPARE(changed.bottom(), document.bandOf(1).bottom());
+}
+
+/// Positions from -2 on downwards are within it; -1 is none.
+void TestLineHeights::whatIsComposedHasTheCaretThatIsAskedFor()
+{
+    InkDocument document({texts[0], texts[0]});
+    const QTextBlock first = document.firstBlock();
+    first.layout()->setPreeditArea(4, u"composed"_s);
+    document.markContentsDirty(first.position(), first.length());
+    const auto draw = [&document](int caret) {
+        return document.draw(-1, caret).copy(document.bandOf(0));
+    };
+    const QImage elsewhere = draw(document.lastBlock().position());
+    QCOMPARE(draw(-1), elsewhere);
+    QVERIFY(draw(-2) != elsewhere);
+    QVERIFY(draw(-3) != draw(-2));
 }
 
 void TestLineHeights::hitTestsFollowTheLines()
@@ -300,6 +340,9 @@ void TestLineHeights::theEmptyBlockAtTheEndHoldsACaret()
     QCOMPARE(growing.bandOf(2).height(), line);
     QCOMPARE(growing.bandOf(3).height(), end.height());
     QCOMPARE(InkDocument({QString()}).bandOf(0).height(), line);
+    // Before anybody asks for it, too.
+    const InkDocument unseen({texts[0], QString()});
+    QCOMPARE(unseen.lastBlock().lineCount(), end.height());
 }
 
 /// Otherwise the output would jump when it comes into sight.

@@ -93,6 +93,8 @@ void TestLinePositions::aClickOnASignStaysBesideIt_data()
     QTest::addColumn<QString>("sign");
     QTest::newRow("between English words") << u"مرحبا x word 😀٣٤word "_s << u"😀"_s;
     QTest::newRow("with marks") << u"abc e\u0301\u0302\u0304 def"_s << u"e\u0301\u0302\u0304"_s;
+    QTest::newRow("with one mark") << u"abc q\u0301 def"_s << u"q\u0301"_s;
+    QTest::newRow("with one mark below") << u"abc x\u0331 def"_s << u"x\u0331"_s;
 }
 
 /// Qt's answer may be at the other end of the words beside it.

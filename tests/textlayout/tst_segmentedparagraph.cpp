@@ -155,6 +155,9 @@ void TestSegmentedParagraph::refusesWhatCannotBeSegmented_data()
     QTest::newRow("English in Arabic") << u"خطوة "_s.repeated(900) + u"step" << Qt::RightToLeft;
     QTest::newRow("one long word") << u"word"_s.repeated(2000) << Qt::LeftToRight;
     QTest::newRow("one long Arabic word") << u"خطوة"_s.repeated(2000) << Qt::RightToLeft;
+    // A border of punctuation in its middle is where no line begins.
+    QTest::newRow("one long word with signs")
+        << words + u"word"_s.repeated(100) + u"::"_s + u"word"_s.repeated(2000) << Qt::LeftToRight;
     QTest::newRow("beyond the basic plane") << words + u"😀"_s << Qt::LeftToRight;
 }
 

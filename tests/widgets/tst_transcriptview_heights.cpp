@@ -4,9 +4,12 @@
 #include "widgets/shownview.h"
 
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
 #include <QTextCursor>
 #include <QTextDocument>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -43,6 +46,8 @@ private Q_SLOTS:
     void keysThatScrollGoAsFarAsEverAmongGuessedHeights();
     void aKeyShowsTheCaretAmongGuessedHeights();
     void aKeyGoesOnFromWhereTheReaderIsAmongGuessedHeights();
+    void whatIsReadStaysWhenWhatComesIntoSightIsOfAnotherHeight();
+    void aNewFontIsLaidOutOnce();
     void theMinimumHeightHoldsALineAndThePlaceOfTheNext();
 };
 
@@ -110,6 +115,46 @@ void TestTranscriptViewHeights::aKeyGoesOnFromWhereTheReaderIsAmongGuessedHeight
     QVERIFY(shown.view.textCursor().blockNumber() - top <= 2);
     QVERIFY(shown.view.textCursor().blockNumber() >= top);
     QCOMPARE(shown.topBlock(), top);
+}
+
+/// In words of which a narrow line holds one, where two would have room.
+void TestTranscriptViewHeights::whatIsReadStaysWhenWhatComesIntoSightIsOfAnotherHeight()
+{
+    ShownView shown(QSize(700, 260));
+    const QByteArray line = QByteArray("aaaaaaaaaaaaaaaaaaaaaaaa ").repeated(4) + '\n';
+    shown.print(line.repeated(400));
+    shown.window.resize(330, 260);
+    // Not the timers by which the heights become known.
+    QCoreApplication::sendPostedEvents();
+    const auto *layout =
+        qobject_cast<const LazyDocumentLayout *>(shown.view.document()->documentLayout());
+    QVERIFY(!layout->isExact());
+    constexpr int step = 10;
+    for (int i = 0; i < 40; ++i) {
+        const int bottom = shown.view.cursorForPosition(QPoint(0, 100)).blockNumber();
+        const int before = shown.topOf(bottom);
+        shown.scrollTo(shown.scrollValue() - step);
+        QCOMPARE(shown.topOf(bottom), before + step);
+    }
+}
+
+void TestTranscriptViewHeights::aNewFontIsLaidOutOnce()
+{
+    ShownView shown;
+    shown.print(numberedLines(1, 300));
+    QFont font = shown.view.font();
+    font.setPointSize(font.pointSize() + 5);
+    const auto *layout =
+        qobject_cast<const LazyDocumentLayout *>(shown.view.document()->documentLayout());
+    QList<QSizeF> sizes;
+    connect(layout, &LazyDocumentLayout::documentSizeChanged, this,
+            [&sizes](QSizeF size) { sizes << size; });
+    const QSignalSpy updates(layout, &LazyDocumentLayout::update);
+    shown.view.setFont(font);
+    QVERIFY(!sizes.isEmpty());
+    for (const QSizeF &size : std::as_const(sizes))
+        QCOMPARE(size, layout->documentSize());
+    QCOMPARE(updates.size(), 1);
 }
 
 void TestTranscriptViewHeights::theMinimumHeightHoldsALineAndThePlaceOfTheNext()

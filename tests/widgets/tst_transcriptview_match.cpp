@@ -63,6 +63,8 @@ private Q_SLOTS:
     void readersMatchStaysWithNewOutput();
     void matchOfTwoLinesComesIntoSightWhole();
     void matchOnTheLastPageStaysInSight();
+    void whatIsSelectedBesideAMatchIsNone_data();
+    void whatIsSelectedBesideAMatchIsNone();
     void endStaysInSightBesideAMatchThatIsGone_data();
     void endStaysInSightBesideAMatchThatIsGone();
 };
@@ -223,6 +225,38 @@ void TestTranscriptViewMatch::matchOnTheLastPageStaysInSight()
     QVERIFY(shown.isMatchInSight());
     shown.print("more\n");
     QVERIFY(shown.view.followsEnd());
+}
+
+void TestTranscriptViewMatch::whatIsSelectedBesideAMatchIsNone_data()
+{
+    QTest::addColumn<int>("start");
+    QTest::addColumn<int>("end");
+    QTest::newRow("elsewhere") << 20 << 25;
+    QTest::newRow("from its start") << 0 << 25;
+    QTest::newRow("to its end") << -20 << 0;
+    QTest::newRow("nothing at its start") << 0 << -8;
+    QTest::newRow("nothing at its end") << 8 << 0;
+}
+
+/// It leaves by a smaller window like anything else that the reader has at the bottom.
+void TestTranscriptViewMatch::whatIsSelectedBesideAMatchIsNone()
+{
+    QFETCH(int, start);
+    QFETCH(int, end);
+    SearchedView shown;
+    shown.scrollTo(0);
+    QVERIFY(shown.find(u"line 100"_s));
+    const QTextCursor match = shown.view.textCursor();
+    shown.scrollTo(shown.scrollValue() + shown.view.cursorRect().bottom()
+                   - shown.view.viewport()->height() + 1);
+    shown.select(match.selectionStart() + start, match.selectionEnd() + end);
+    shown.scrollTo(shown.scrollValue() + 2);
+    const int top = shown.topBlock();
+    const int offset = shown.topOf(top);
+    shown.window.resize(400, 160);
+    drain();
+    QCOMPARE(shown.topBlock(), top);
+    QCOMPARE(shown.topOf(top), offset);
 }
 
 void TestTranscriptViewMatch::endStaysInSightBesideAMatchThatIsGone_data()
