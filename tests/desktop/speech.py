@@ -18,8 +18,8 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi  # noqa: E402
 
-from desktop import Clipboard, Console, check, press, run_and_dispose, type_line  # noqa: E402
-from desktop import wait_for  # noqa: E402
+from desktop import Clipboard, Console, Failure, check, press, run_and_dispose  # noqa: E402
+from desktop import type_line, wait_for, xdotool  # noqa: E402
 from orca import Ears  # noqa: E402
 from scenarios import option_parser  # noqa: E402
 from screenreader import Reader, has  # noqa: E402
@@ -37,6 +37,8 @@ NOT_OURS = ["Subscription string not handled", "QSpiApplication::",
             "does not implement \"GetApplicationBusAddress\""]
 # How long nothing may be spoken before all has been: longer than anything is held back.
 QUIET = 1.5
+# How long the title of a window that opens may take to be spoken.
+GREETING = 15
 
 
 def add_scenario(function, group):
@@ -87,8 +89,20 @@ class Listener:
     def program(self, commands):
         path = self.console.script(commands)
         if self.console.process is None:
+            before = self._ears.count()
             self.reader.open(path)
+            self._be_greeted(lambda: self._ears.count() > before)
         return path
+
+    def _be_greeted(self, is_greeted):
+        """Orca says the title of a window that opens. On a busy machine it may miss how one opens, and
+        then hears nothing of it, whatever program it is of: a person goes away and comes back."""
+        try:
+            wait_for(is_greeted, "the title of the window to be spoken", GREETING)
+        except Failure:
+            xdotool("windowminimize", "--sync", self.console.window)
+            self.console.activate()
+            wait_for(is_greeted, "the title of the window to be spoken")
 
     def focus_on(self, key, name):
         """Goes somewhere; from here on the focus must stay there."""
