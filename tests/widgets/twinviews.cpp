@@ -152,6 +152,19 @@ bool isAsNear(const QTextEdit &view, int a, int b)
            && hasTextAgainst(*view.document());
 }
 
+/// Whether a cursor is where a click into its line would put it, at the column that it remembers.
+bool isWhereItsColumnIs(const QTextEdit &view)
+{
+    const QTextCursor cursor = view.textCursor();
+    const QTextLayout &layout = *cursor.block().layout();
+    const QTextLine line = layout.lineForTextPosition(cursor.positionInBlock());
+    if (!line.isValid())
+        return false;
+    const QPointF point(cursor.verticalMovementX(), line.y() + line.height() / 2);
+    return view.document()->documentLayout()->hitTest(layout.position() + point, Qt::FuzzyHit)
+           == cursor.position();
+}
+
 /// Wrapped text has nothing to scroll sideways but a pixel of rounding; where a view stands in it
 /// is left open.
 void leaveSidewaysAlone(QTextEdit &view)
@@ -383,8 +396,14 @@ void TwinViews::agreeOnColumn()
     QTextCursor meant = m_plain.view->textCursor();
     const bool isAlike = cursor.hasSelection() == meant.hasSelection()
                          && (!cursor.hasSelection() || cursor.anchor() == meant.anchor());
-    if (cursor.position() == meant.position() || !isAlike
-        || !isAsNear(*m_real.view, cursor.position(), meant.position()))
+    if (cursor.position() == meant.position() || !isAlike)
+        return;
+    // Where directions meet, columns that lie near each other may belong to positions far apart.
+    const int apart = std::abs(cursor.verticalMovementX() - meant.verticalMovementX());
+    const bool meetsDirections = apart <= m_real.view->fontMetrics().horizontalAdvance(u"  m"_s)
+                                 && hasTextAgainst(*m_real.view->document())
+                                 && isWhereItsColumnIs(*m_real.view);
+    if (!meetsDirections && !isAsNear(*m_real.view, cursor.position(), meant.position()))
         return;
     meant.setPosition(cursor.anchor());
     meant.setPosition(cursor.position(), QTextCursor::KeepAnchor);
