@@ -77,6 +77,8 @@ void TestAdvanceTable::aCertainLineIsAsHighAndNotWider_data()
     const QStringList families[] = {{u"DejaVu Sans Mono"_s},
                                     {u"Noto Sans"_s},
                                     {u"Noto Sans Arabic"_s, u"Noto Sans"_s, u"Sans Serif"_s},
+                                    // It has a leading.
+                                    {u"Noto Looped Lao"_s},
                                     {u"no such family"_s}};
     for (const QStringList &names : families) {
         for (const int size : {6, 11, 23, 40}) {

@@ -21,11 +21,12 @@ struct ReadText
     explicit ReadText(const QString &text = u"short\n"_s.repeated(200))
     {
         edit.document()->setDocumentLayout(layout);
-        edit.setPlainText(text);
         edit.resize(300, 200);
         edit.show();
         if (!QTest::qWaitForWindowExposed(&edit))
             qFatal("the window does not show");
+        // Nothing is waited for from here on, and so no height becomes known by itself.
+        edit.setPlainText(text);
         bar->setValue(bar->maximum());
     }
 
