@@ -33,6 +33,10 @@ inline QList<pid_t> livingWatchdogsOf(pid_t group)
         if (!file.open(QIODevice::ReadOnly))
             return false;
         const QByteArray commandLine = file.readAll();
+        // In the midst of its exec it is no copy any more, and has none yet. A program that ends,
+        // which leads the group, has none either.
+        if (commandLine.isEmpty() && entry.parent == ::getpid() && entry.pid != group)
+            return true;
         return commandLine.startsWith("tarn-console-watchdog") && commandLine.endsWith(ending);
     });
 }
