@@ -2,6 +2,8 @@
 
 #include <QPainter>
 
+#include <vector>
+
 namespace tarn::console {
 
 namespace {
@@ -16,6 +18,44 @@ QRectF rectOf(const QTextLine &line, const BrokenText &text, QPointF position)
             2 * endless, band.bottom - band.top};
 }
 
+/// Keeps the lines beside one out of sight as long as it lives: what is selected of them would be
+/// filled as high as Qt takes them to be, over the letters of that one.
+class Alone
+{
+public:
+    Alone(const QTextLayout &layout, const QTextLine &line, const LineBand &band)
+    {
+        const int number = line.lineNumber();
+        for (int i = number - 1; i >= 0 && bottomOf(layout.lineAt(i)) > band.top; --i)
+            put(layout.lineAt(i), -endless);
+        for (int i = number + 1; i < layout.lineCount() && layout.lineAt(i).y() < band.bottom; ++i)
+            put(layout.lineAt(i), endless);
+    }
+    ~Alone()
+    {
+        for (Moved &moved : m_moved)
+            moved.line.setPosition(moved.place);
+    }
+    Alone(const Alone &) = delete;
+    Alone &operator=(const Alone &) = delete;
+
+private:
+    struct Moved
+    {
+        QTextLine line;
+        QPointF place;
+    };
+
+    static qreal bottomOf(const QTextLine &line) { return line.y() + line.height(); }
+    void put(QTextLine line, qreal y)
+    {
+        m_moved.push_back({line, line.position()});
+        line.setPosition({line.x(), y});
+    }
+
+    std::vector<Moved> m_moved;
+};
+
 void drawSelected(QPainter *painter, const BrokenText &text, QPointF position,
                   const QTextLine &line, const QList<QTextLayout::FormatRange> &selections,
                   const QRectF &clip)
@@ -26,6 +66,7 @@ void drawSelected(QPainter *painter, const BrokenText &text, QPointF position,
         return;
     painter->save();
     painter->setClipRect(part, Qt::IntersectClip);
+    const Alone alone(text.layout, line, bandOf(line, text));
     text.layout.draw(painter, position, selections, part);
     painter->restore();
 }
