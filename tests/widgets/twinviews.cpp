@@ -77,11 +77,28 @@ std::optional<QPoint> pointOf(const QTextEdit &view, int position, QPoint near)
     return std::nullopt;
 }
 
-/// What is meant by a point; the answer, where that is as right as another.
-int meantPosition(const QTextEdit &view, QPoint point, int answer)
+/// The positions of which each is right at a point.
+QSet<int> meantPositions(const QTextEdit &view, QPoint point)
 {
     const QPoint scrolled(view.horizontalScrollBar()->value(), view.verticalScrollBar()->value());
-    const QSet<int> meant = MeantHits(*view.document()).at(point + scrolled);
+    return MeantHits(*view.document()).at(point + scrolled);
+}
+
+/// Beside tabs and characters of more than one unit, Qt takes the glyphs of one place for those of
+/// another, unless the run is cut as in the real view.
+bool hasUnsureGlyphs(const QString &text)
+{
+    return text.contains(u'\t') && std::any_of(text.begin(), text.end(), [](QChar character) {
+               return character.isMark() || character.isSurrogate();
+           });
+}
+
+/// The answer of the real view, if it is right, and else a position that is.
+int meantPosition(const QTextEdit &plain, const QTextEdit &real, QPoint point, int answer)
+{
+    QSet<int> meant = meantPositions(plain, point);
+    if (!meant.contains(answer) && hasUnsureGlyphs(real.document()->findBlock(answer).text()))
+        meant |= meantPositions(real, point);
     return meant.contains(answer) ? answer : *meant.begin();
 }
 
@@ -231,11 +248,9 @@ QRegion linesWithUnsureTabs(const QTextEdit &view)
     QRegion region;
     for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next()) {
         const QString text = block.text();
-        const bool hasMarks = std::any_of(text.begin(), text.end(), [](QChar character) {
-            return character.isMark() || character.isSurrogate();
-        });
+        const bool isUnsure = hasUnsureGlyphs(text);
         const QPointF position = block.layout()->position() - scrolled;
-        for (int i = 1; hasMarks && i < block.layout()->lineCount(); ++i) {
+        for (int i = 1; isUnsure && i < block.layout()->lineCount(); ++i) {
             const QTextLine line = block.layout()->lineAt(i);
             const QRect row = line.rect().translated(position).toAlignedRect();
             if (QStringView(text).sliced(line.textStart(), line.textLength()).contains(u'\t'))
@@ -360,7 +375,7 @@ void TwinViews::sendMouse(QEvent::Type type, QPoint point, Qt::MouseButton butto
     both([&](Transcript &, QTextEdit &view, QTextEdit &) {
         leaveSidewaysAlone(view);
         const bool isPlain = &view == m_plain.view;
-        const int meant = isPlain ? meantPosition(view, point, answer) : 0;
+        const int meant = isPlain ? meantPosition(view, real(), point, answer) : 0;
         const auto hit = isPlain ? pointOf(view, meant, point) : point;
         const int before = view.textCursor().position();
         QMouseEvent event(type, hit.value_or(point), hit.value_or(point), button, buttons,
