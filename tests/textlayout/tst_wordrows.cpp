@@ -45,6 +45,19 @@ std::optional<ParagraphSize> sizeOf(WordRows *rows, const QString &text, qreal w
     return rows->sizeOf(text, option, width);
 }
 
+/// The rows of texts in a font, and what tells how high they are.
+struct FontRows
+{
+    explicit FontRows(const QFont &font)
+        : heights(font, nullptr, wrappingOption())
+    {
+        rows.setFont(font, nullptr, &heights);
+    }
+
+    const AdvanceTable heights;
+    WordRows rows;
+};
+
 constexpr Qt::LayoutDirection directions[] = {Qt::LeftToRight, Qt::RightToLeft};
 
 /// What a program may print, for people who read Arabic and English.
@@ -217,9 +230,8 @@ private Q_SLOTS:
 void TestWordRows::aSizeIsThatOfTheShapedText()
 {
     QFETCH(QFont, font);
-    const AdvanceTable heights(font, nullptr, wrappingOption());
-    WordRows rows;
-    rows.setFont(font, nullptr, &heights);
+    FontRows counted(font);
+    auto &[heights, rows] = counted;
     QRandomGenerator random(11);
     for (int round = 0; round < 400; ++round) {
         const QString text = textOf(&random, random.bounded(1, 40), random.bounded(3) * 5);
@@ -247,9 +259,8 @@ void TestWordRows::aSizeIsThatOfTheShapedTextAtEveryWidth()
 {
     QFETCH(QString, text);
     const QFont font(consoleFont());
-    const AdvanceTable heights(font, nullptr, wrappingOption());
-    WordRows rows;
-    rows.setFont(font, nullptr, &heights);
+    FontRows counted(font);
+    auto &[heights, rows] = counted;
     for (const Qt::LayoutDirection direction : directions) {
         int known = 0;
         int widths = 0;
@@ -270,9 +281,8 @@ void TestWordRows::aSizeIsThatOfTheShapedTextAtEveryWidth()
 void TestWordRows::textOfBothDirectionsHasTheSizeOfTheShapedText()
 {
     QFETCH(QFont, font);
-    const AdvanceTable heights(font, nullptr, wrappingOption());
-    WordRows rows;
-    rows.setFont(font, nullptr, &heights);
+    FontRows counted(font);
+    auto &[heights, rows] = counted;
     QRandomGenerator random(13);
     const int rounds = roundsOr(300);
     int known = 0;
@@ -299,9 +309,8 @@ void TestWordRows::textOfBothDirectionsHasTheSizeOfTheShapedText()
 void TestWordRows::mostTextsOfUsualWordsAreKnown()
 {
     QFETCH(QFont, font);
-    const AdvanceTable heights(font, nullptr, wrappingOption());
-    WordRows rows;
-    rows.setFont(font, nullptr, &heights);
+    FontRows counted(font);
+    auto &[heights, rows] = counted;
     QRandomGenerator random(12);
     constexpr int rounds = 200;
     int known = 0;
@@ -310,7 +319,9 @@ void TestWordRows::mostTextsOfUsualWordsAreKnown()
         if (sizeOf(&rows, text, 50 * font.pointSize()))
             ++known;
     }
-    QVERIFY2(known > rounds / 2, qPrintable(QString::number(known)));
+    // Slanted letters reach over their ends, and more rows end too near to the edge.
+    const int least = font.italic() ? rounds / 2 : rounds * 2 / 3;
+    QVERIFY2(known > least, qPrintable(QString::number(known)));
 }
 
 void TestWordRows::whatNeedsShapingIsNotKnown_data()
@@ -335,9 +346,8 @@ void TestWordRows::whatNeedsShapingIsNotKnown()
     QFETCH(QString, text);
     QFETCH(int, flags);
     const QFont font(u"Noto Sans"_s, 11);
-    const AdvanceTable heights(font, nullptr, wrappingOption());
-    WordRows rows;
-    rows.setFont(font, nullptr, &heights);
+    FontRows counted(font);
+    auto &[heights, rows] = counted;
     QTextOption option = wrappingOption();
     QVERIFY(rows.sizeOf(u"so so", option, 300));
     option.setFlags(QTextOption::Flags(flags));
@@ -366,9 +376,8 @@ void TestWordRows::whatStandsBeforeAWordMayHoldItTogether()
     QFETCH(QString, text);
     QFETCH(QString, family);
     const QFont font(family, 11);
-    const AdvanceTable heights(font, nullptr, wrappingOption());
-    WordRows rows;
-    rows.setFont(font, nullptr, &heights);
+    FontRows counted(font);
+    auto &[heights, rows] = counted;
     for (qreal width = 40; width < 400; width += 0.25) {
         const auto size = sizeOf(&rows, text, width);
         const int real = sizeByShaping(text, font, width, heights).height;
@@ -422,9 +431,8 @@ void TestWordRows::whatIsKernedWithALigatureIsShapedApart()
 {
     QFETCH(QString, text);
     const QFont font(consoleFont());
-    const AdvanceTable heights(font, nullptr, wrappingOption());
-    WordRows rows;
-    rows.setFont(font, nullptr, &heights);
+    FontRows counted(font);
+    auto &[heights, rows] = counted;
     for (qreal width = 60; width < 400; width += 0.25) {
         const auto size = sizeOf(&rows, text, width, wrappingOption(Qt::RightToLeft));
         const int real = sizeByShaping(text, font, width, heights, Qt::RightToLeft).height;
